@@ -1,0 +1,28 @@
+// Validation of the parameters that steer a vibration-shaping blend.
+#pragma once
+
+#include "velmora/native/export.hpp"
+
+/// Blending of a raw trajectory with its vibration-shaped copy.
+namespace velmora::control::shaper {
+
+/// Accepts a share of the shaped trajectory from 0 (raw) to 1 (shaped), both included.
+/// @throws native::InvalidArgumentError "vibration_shaping_weight must be in [0.0, 1.0]" (also for NaN and infinities)
+///
+/// Complexity: O(1). Thread safety: pure.
+VELMORA_EXPORT void ValidateVibrationShapingWeight(double vibration_shaping_weight);
+
+/// Accepts the duration of a change of weight in seconds, zero included.
+/// @throws native::InvalidArgumentError "vibration_weight_transition_s must be non-negative" (also for NaN and
+///   infinities)
+///
+/// Complexity: O(1). Thread safety: pure.
+VELMORA_EXPORT void ValidateVibrationWeightTransitionS(double vibration_weight_transition_s);
+
+/// Accepts a rate of change of weight in 1/s, above zero.
+/// @throws native::InvalidArgumentError "vibration_weight_rate_per_s must be positive" (also for NaN and infinities)
+///
+/// Complexity: O(1). Thread safety: pure.
+VELMORA_EXPORT void ValidateVibrationWeightRatePerS(double vibration_weight_rate_per_s);
+
+}  // namespace velmora::control::shaper

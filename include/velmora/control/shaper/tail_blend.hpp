@@ -1,0 +1,29 @@
+// The blend of a shaped tail with the raw endpoint held at rest.
+#pragma once
+
+#include "velmora/native/array_types.hpp"
+#include "velmora/native/export.hpp"
+#include "velmora/native/shaped_trajectory.hpp"
+
+namespace velmora::control::shaper {
+
+using native::ShapedTrajectory;
+using native::Vector;
+
+/// Blends the part of a shaped trajectory beyond the end of the raw one with the raw endpoint, held at rest.
+///
+/// Positions are mixed between `raw_position` and the tail, velocities and accelerations between zero and the tail,
+/// all by `BlendArrays` with the same weight, so that for a constant weight they remain each other's derivatives. The
+/// times are copied. The weight is not checked; validate it first with `ValidateVibrationShapingWeight`.
+/// @param raw_position final joint position of the raw trajectory, length J
+/// @param shaped_tail N samples of J joints; N may be 0
+/// @param weight share of the shaped tail; 1 keeps it, 0 gives the held endpoint
+/// @return N samples of J joints
+/// @throws native::InvalidArgumentError "raw_position length mismatch"
+/// @throws native::InvalidArgumentError "shaped_tail fields must have matching sample and joint shapes"
+///
+/// Complexity: O(N J), two N x J scratch arrays. Thread safety: pure.
+VELMORA_EXPORT ShapedTrajectory BlendTailWithHeldRawEndpoint(const Vector& raw_position,
+                                                             const ShapedTrajectory& shaped_tail, double weight);
+
+}  // namespace velmora::control::shaper

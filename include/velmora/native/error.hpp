@@ -1,0 +1,59 @@
+// The base class of the errors of this library family.
+#pragma once
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include "velmora/native/export.hpp"
+
+namespace velmora::native {
+
+/// Category of an `Error`. Every error of this library has the value 0.
+enum class ErrorCode : int {
+  invalid_argument = 0,  ///< an argument broke a documented rule
+};
+
+/// Exception base class: a message and, optionally, the argument it concerns and a detail.
+///
+/// `what()` returns the message unchanged. The class has default visibility so that a handler in another shared
+/// object catches it by type.
+///
+/// Thread safety: no shared state; an exception object belongs to the thread that handles it.
+class VELMORA_EXPORT Error : public std::runtime_error {
+ public:
+  /// Takes over its arguments.
+  /// @param code category of the error
+  /// @param message text returned by `what()`
+  /// @param argument_name name of the offending parameter, if the message is about one
+  /// @param detail further explanation, if there is one
+  Error(ErrorCode code, std::string message, std::optional<std::string> argument_name,
+        std::optional<std::string> detail)
+      : std::runtime_error(std::move(message)),
+        code_(code),
+        argument_name_(std::move(argument_name)),
+        detail_(std::move(detail)) {}
+
+  Error(const Error&) = default;
+  Error(Error&&) = default;
+  Error& operator=(const Error&) = default;
+  Error& operator=(Error&&) = default;
+  ~Error() override = default;
+
+  /// Category of the error.
+  ErrorCode code() const noexcept { return code_; }
+
+  /// Name of the offending parameter; empty when the message concerns no single parameter.
+  const std::optional<std::string>& argument_name() const noexcept { return argument_name_; }
+
+  /// Further explanation; empty for every error of this library.
+  const std::optional<std::string>& detail() const noexcept { return detail_; }
+
+ private:
+  ErrorCode code_;
+  std::optional<std::string> argument_name_;
+  std::optional<std::string> detail_;
+};
+
+}  // namespace velmora::native

@@ -1,0 +1,24 @@
+// The smooth ramp from 0 to 1.
+#pragma once
+
+#include "velmora/native/export.hpp"
+
+/// General numerical helpers.
+namespace velmora::util {
+
+/// Quintic ramp 6 x^5 - 15 x^4 + 10 x^3 with zero first and second derivative at both ends.
+///
+/// | progress | result |
+/// |---|---|
+/// | below 0 | 0 |
+/// | -0.0 | -0.0 |
+/// | from 0 to 1 | the quintic |
+/// | above 1 | 1 |
+/// @param unit_progress progress along the ramp, finite; clamped to [0, 1]
+/// @throws native::InvalidArgumentError "unit_progress must be finite", with argument name "unit_progress"
+///
+/// Complexity: O(1). Thread safety: pure.
+/// Source of the method: K. Perlin, "Improving noise", ACM Transactions on Graphics 21 (2002).
+VELMORA_EXPORT double Smootherstep(double unit_progress);
+
+}  // namespace velmora::util

@@ -1,0 +1,51 @@
+// Admissible joint states: per-joint intervals for position, velocity, acceleration and jerk.
+#pragma once
+
+#include <optional>
+
+#include "velmora/native/array_types.hpp"
+#include "velmora/native/export.hpp"
+
+namespace velmora::util::timing {
+
+using native::Vector;
+
+/// Per-joint closed interval [lower, upper] of one quantity for J >= 0 joints.
+///
+/// Thread safety: a value type without shared state.
+class JointStateBox {
+ public:
+  Vector lower;  ///< lower limits, length J, finite
+  Vector upper;  ///< upper limits, length J, finite, `upper[j] >= lower[j]`
+
+  /// Takes over the limits and checks them in the order below. Equal limits pin a joint; an empty box is valid.
+  /// @param lower lower limits, length J
+  /// @param upper upper limits, length J
+  /// @throws native::InvalidArgumentError "Lower and upper limits must have matching shapes."
+  /// @throws native::InvalidArgumentError "Joint-state limits must contain only finite values."
+  /// @throws native::InvalidArgumentError "Lower limits cannot exceed upper limits."
+  ///
+  /// Complexity: O(J).
+  VELMORA_EXPORT JointStateBox(Vector lower, Vector upper);
+};
+
+/// Optional boxes for the joint state and its derivatives, all for the same number of joints.
+///
+/// Thread safety: a value type without shared state.
+class JointStateLimits {
+ public:
+  std::optional<JointStateBox> position;      ///< positions
+  std::optional<JointStateBox> velocity;      ///< first derivative
+  std::optional<JointStateBox> acceleration;  ///< second derivative
+  std::optional<JointStateBox> jerk;          ///< third derivative
+
+  /// Takes over the boxes. Any of them may be absent.
+  /// @throws native::InvalidArgumentError "Position, velocity, acceleration, and jerk limits must have matching
+  ///   shapes."
+  ///
+  /// Complexity: O(1).
+  VELMORA_EXPORT JointStateLimits(std::optional<JointStateBox> position, std::optional<JointStateBox> velocity,
+                                  std::optional<JointStateBox> acceleration, std::optional<JointStateBox> jerk);
+};
+
+}  // namespace velmora::util::timing

@@ -1,0 +1,94 @@
+// The trajectory record: positions and sample times, with derivatives computed on request.
+#pragma once
+
+#include <optional>
+
+#include "velmora/native/array_types.hpp"
+#include "velmora/native/export.hpp"
+
+/// Time-sampled joint trajectories: the record, limits, differentiation and resampling.
+namespace velmora::util::timing {
+
+using native::Matrix;
+using native::Vector;
+
+/// A time-sampled joint trajectory of N >= 1 samples and J >= 0 joints whose invariants its constructor established.
+///
+/// `positions` and `time` are public for reading; a caller that writes to them takes over their invariants.
+///
+/// Derivatives are taken level by level: accelerations from the velocities as they stand in the object (supplied or
+/// computed), jerks from the accelerations. A derivative that was supplied is returned as it is and never compared
+/// with the one that differentiation would give.
+///
+/// Thread safety: a first call of an accessor fills a cache without a lock. Call the accessors that will be needed
+/// before sharing an object between threads; from then on any number of threads may read it.
+class JointTrajectory {
+ public:
+  Matrix positions;  ///< joint positions, N x J; row i is sample i, column j is joint j
+  Vector time;       ///< sample times in seconds, length N, strictly increasing
+
+  /// Takes over its arguments and checks them in the order below.
+  ///
+  /// The sample times are `time` if given (`dt` is then ignored, whatever its value), otherwise `time[i] = i * dt`.
+  /// @param positions joint positions, N x J with N >= 1; J may be 0
+  /// @param velocities first derivative of the positions, N x J, or none
+  /// @param accelerations second derivative, N x J, or none
+  /// @param time sample times in seconds, length N, finite and strictly increasing, or none
+  /// @param dt sample spacing in seconds, finite and positive, or none
+  /// @param jerks third derivative, N x J, or none
+  /// @throws native::InvalidArgumentError "JointTrajectory requires at least 1 sample to support velocity and
+  ///   acceleration evaluation, got 0."
+  /// @throws native::InvalidArgumentError "JointTrajectory.positions must contain only finite values."
+  /// @throws native::InvalidArgumentError "JointTrajectory.positions must align with JointTrajectory.time."
+  /// @throws native::InvalidArgumentError "JointTrajectory.time must contain only finite values."
+  /// @throws native::InvalidArgumentError "JointTrajectory.time must be strictly increasing."
+  /// @throws native::InvalidArgumentError "Either `time` or `dt` must be provided."
+  /// @throws native::InvalidArgumentError "JointTrajectory.dt must be finite and positive."
+  /// @throws native::InvalidArgumentError "JointTrajectory.velocities must match JointTrajectory.positions shape."
+  /// @throws native::InvalidArgumentError "JointTrajectory.velocities must contain only finite values."
+  /// @throws native::InvalidArgumentError "JointTrajectory.accelerations must match JointTrajectory.positions shape."
+  /// @throws native::InvalidArgumentError "JointTrajectory.accelerations must contain only finite values."
+  /// @throws native::InvalidArgumentError "JointTrajectory.jerks must match JointTrajectory.positions shape."
+  /// @throws native::InvalidArgumentError "JointTrajectory.jerks must contain only finite values."
+  ///
+  /// Complexity: O(N J).
+  VELMORA_EXPORT JointTrajectory(Matrix positions, std::optional<Matrix> velocities,
+                                 std::optional<Matrix> accelerations, std::optional<Vector> time,
+                                 std::optional<double> dt, std::optional<Matrix> jerks);
+
+  /// First derivative of the positions in 1/s, N x J: as supplied, else the three-point derivative of `positions`.
+  ///
+  /// The reference is valid as long as the object. Where the positions are near the largest double the computed values
+  /// may overflow; they are stored as they come.
+  ///
+  /// Complexity: O(N J) at the first call, then O(1). Thread safety: see the class.
+  /// Source of the method: B. Fornberg, "Generation of finite difference formulas on arbitrarily spaced grids",
+  /// Mathematics of Computation 51 (1988); three points, order 2.
+  VELMORA_EXPORT const Matrix& velocities() const;
+
+  /// Second derivative in 1/s^2, N x J: as supplied, else the three-point derivative of `velocities()`.
+  ///
+  /// Lifetime, complexity, thread safety and method: as `velocities()`.
+  VELMORA_EXPORT const Matrix& accelerations() const;
+
+  /// Third derivative in 1/s^3, N x J: as supplied, else the three-point derivative of `accelerations()`.
+  ///
+  /// Lifetime, complexity, thread safety and method: as `velocities()`.
+  VELMORA_EXPORT const Matrix& jerks() const;
+
+  /// An independent deep copy that carries the derivatives present so far, supplied or computed.
+  ///
+  /// The copy passes the constructor's checks again: a computed derivative that overflowed makes `Copy` fail with its
+  /// "must contain only finite values." message.
+  /// @throws native::InvalidArgumentError as the constructor
+  ///
+  /// Complexity: O(N J). Thread safety: reads the caches; not beside a first accessor call on the same object.
+  VELMORA_EXPORT JointTrajectory Copy() const;
+
+ private:
+  mutable std::optional<Matrix> cached_velocities;
+  mutable std::optional<Matrix> cached_accelerations;
+  mutable std::optional<Matrix> cached_jerks;
+};
+
+}  // namespace velmora::util::timing

@@ -1,0 +1,26 @@
+// Resampling by a cubic spline.
+#include "util/timing/cubic_resampling.hpp"
+
+#include <optional>
+#include <utility>
+
+#include "util/timing/cubic_spline.hpp"
+#include "util/timing/time_grid.hpp"
+
+namespace velmora::util::timing {
+
+JointTrajectory ResampleTrajectoryCubic(const JointTrajectory& trajectory, double sample_time_s,
+                                        ResamplingTimeGridMode grid_mode) {
+  const Vector& time = trajectory.time;
+  const double end_time_s = time[time.size() - 1];
+  Vector grid = BuildResamplingTimeGrid(time[0], end_time_s, sample_time_s, grid_mode);
+  const Vector evaluation_times = EvaluationTimes(grid, end_time_s, grid_mode);
+  const CubicSpline spline = BuildCubicSpline(time, trajectory.positions);
+  Matrix positions = EvaluateCubicSpline(spline, evaluation_times, 0);
+  Matrix velocities = EvaluateCubicSpline(spline, evaluation_times, 1);
+  Matrix accelerations = EvaluateCubicSpline(spline, evaluation_times, 2);
+  return JointTrajectory(std::move(positions), std::move(velocities), std::move(accelerations), std::move(grid),
+                         std::nullopt, std::nullopt);
+}
+
+}  // namespace velmora::util::timing

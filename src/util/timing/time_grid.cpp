@@ -1,0 +1,88 @@
+// Regular time grids between two times.
+#include "util/timing/time_grid.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <new>
+#include <utility>
+
+#include "native/finiteness.hpp"
+#include "native/throw_invalid_argument.hpp"
+
+namespace velmora::util::timing {
+namespace {
+
+// The number of whole steps as an integer. A span so long, or a spacing so small, that the count does not fit is a grid
+// that no memory holds; deciding it here keeps the conversion defined.
+std::int64_t StepCount(double steps) {
+  constexpr double kTwoToThe63 = 9223372036854775808.0;
+  if (!(steps < kTwoToThe63)) throw std::bad_alloc();
+  return static_cast<std::int64_t>(steps);
+}
+
+// Entries from their index, never a running sum, each with a single rounding.
+Vector ExactSpacingGrid(double start_time_s, double sample_time_s, std::int64_t steps) {
+  Vector grid(steps + 1);
+  for (std::int64_t k = 0; k <= steps; ++k) grid[k] = std::fma(static_cast<double>(k), sample_time_s, start_time_s);
+  return grid;
+}
+
+Vector ExactDurationGrid(double start_time_s, double duration_s, std::int64_t steps) {
+  Vector grid(steps + 1);
+  for (std::int64_t k = 0; k <= steps; ++k) {
+    grid[k] = static_cast<double>(k) * duration_s / static_cast<double>(steps) + start_time_s;
+  }
+  return grid;
+}
+
+Vector WithEndpoint(Vector grid, double end_time_s) {
+  // Relative to the end time itself: time stamps that come as absolute times carry an error of that size.
+  const double tolerance_s = std::fma(std::abs(end_time_s), 1e-5, 1e-8);
+  const Eigen::Index last = grid.size() - 1;
+  if (std::abs(grid[last] - end_time_s) <= tolerance_s) {
+    grid[last] = end_time_s;
+    return grid;
+  }
+  grid.conservativeResize(grid.size() + 1);
+  grid[last + 1] = end_time_s;
+  return grid;
+}
+
+}  // namespace
+
+Vector BuildResamplingTimeGrid(double start_time_s, double end_time_s, double sample_time_s,
+                               ResamplingTimeGridMode grid_mode) {
+  if (!native::IsFinite(sample_time_s) || sample_time_s <= 0.0) {
+    native::ThrowInvalidArgument("sample_time_s must be positive.");
+  }
+  const double duration_s = end_time_s - start_time_s;
+  if (duration_s < 0.0) native::ThrowInvalidArgument("trajectory.time must be nondecreasing.");
+  if (duration_s == 0.0) return Vector::Constant(1, start_time_s);
+
+  const double ratio = duration_s / sample_time_s;
+  Vector base_grid = ExactSpacingGrid(start_time_s, sample_time_s, StepCount(std::floor(ratio)));
+  switch (grid_mode) {
+    case ResamplingTimeGridMode::exact_dt_append_endpoint:
+      return WithEndpoint(std::move(base_grid), end_time_s);
+    case ResamplingTimeGridMode::exact_dt_trim:
+      return base_grid;
+    case ResamplingTimeGridMode::exact_duration_adjust_dt:
+      return ExactDurationGrid(start_time_s, duration_s, StepCount(std::max(std::nearbyint(ratio), 1.0)));
+    case ResamplingTimeGridMode::exact_dt_extend_endpoint:
+      return ExactSpacingGrid(start_time_s, sample_time_s, StepCount(std::max(std::ceil(ratio), 1.0)));
+  }
+  native::ThrowInvalidArgument("Unsupported resampling time-grid mode.");
+}
+
+Vector EvaluationTimes(const Vector& grid, double end_time_s, ResamplingTimeGridMode grid_mode) {
+  Vector times = grid;
+  if (grid_mode == ResamplingTimeGridMode::exact_dt_extend_endpoint) {
+    for (double& time : times) {
+      if (end_time_s < time) time = end_time_s;
+    }
+  }
+  return times;
+}
+
+}  // namespace velmora::util::timing

@@ -1,0 +1,93 @@
+// The trajectory record: its invariants and its lazily computed derivatives.
+#include "velmora/util/timing/trajectory.hpp"
+
+#include <string>
+#include <utility>
+
+#include "native/finiteness.hpp"
+#include "native/shapes.hpp"
+#include "native/throw_invalid_argument.hpp"
+#include "util/timing/three_point_derivative.hpp"
+
+namespace velmora::util::timing {
+namespace {
+
+using native::ThrowInvalidArgument;
+
+void CheckTime(const Vector& time, Eigen::Index samples) {
+  if (time.size() != samples) {
+    ThrowInvalidArgument("JointTrajectory.positions must align with JointTrajectory.time.");
+  }
+  if (!native::AllFinite(time)) ThrowInvalidArgument("JointTrajectory.time must contain only finite values.");
+  for (Eigen::Index i = 1; i < samples; ++i) {
+    if (time[i] <= time[i - 1]) ThrowInvalidArgument("JointTrajectory.time must be strictly increasing.");
+  }
+}
+
+// From the index, never a running sum: the error of an entry does not grow with its index.
+Vector UniformTime(Eigen::Index samples, double dt) {
+  Vector time(samples);
+  for (Eigen::Index i = 0; i < samples; ++i) time[i] = static_cast<double>(i) * dt;
+  return time;
+}
+
+void CheckDerivative(const std::optional<Matrix>& derivative, const Matrix& positions, const char* name) {
+  if (!derivative) return;
+  if (!native::HaveSameShape(*derivative, positions)) {
+    ThrowInvalidArgument(std::string("JointTrajectory.") + name + " must match JointTrajectory.positions shape.");
+  }
+  if (!native::AllFinite(*derivative)) {
+    ThrowInvalidArgument(std::string("JointTrajectory.") + name + " must contain only finite values.");
+  }
+}
+
+}  // namespace
+
+JointTrajectory::JointTrajectory(Matrix given_positions, std::optional<Matrix> velocities,
+                                 std::optional<Matrix> accelerations, std::optional<Vector> given_time,
+                                 std::optional<double> dt, std::optional<Matrix> jerks)
+    : positions(std::move(given_positions)),
+      cached_velocities(std::move(velocities)),
+      cached_accelerations(std::move(accelerations)),
+      cached_jerks(std::move(jerks)) {
+  const Eigen::Index samples = positions.rows();
+  if (samples < 1) {
+    ThrowInvalidArgument(
+        "JointTrajectory requires at least 1 sample to support velocity and acceleration evaluation, got 0.");
+  }
+  if (!native::AllFinite(positions)) {
+    ThrowInvalidArgument("JointTrajectory.positions must contain only finite values.");
+  }
+  if (given_time) {
+    time = *std::move(given_time);
+    CheckTime(time, samples);
+  } else {
+    if (!dt) ThrowInvalidArgument("Either `time` or `dt` must be provided.");
+    if (!native::IsFinite(*dt) || *dt <= 0.0) ThrowInvalidArgument("JointTrajectory.dt must be finite and positive.");
+    time = UniformTime(samples, *dt);
+  }
+  CheckDerivative(cached_velocities, positions, "velocities");
+  CheckDerivative(cached_accelerations, positions, "accelerations");
+  CheckDerivative(cached_jerks, positions, "jerks");
+}
+
+const Matrix& JointTrajectory::velocities() const {
+  if (!cached_velocities) cached_velocities = ThreePointSampleDerivative(positions, time);
+  return *cached_velocities;
+}
+
+const Matrix& JointTrajectory::accelerations() const {
+  if (!cached_accelerations) cached_accelerations = ThreePointSampleDerivative(velocities(), time);
+  return *cached_accelerations;
+}
+
+const Matrix& JointTrajectory::jerks() const {
+  if (!cached_jerks) cached_jerks = ThreePointSampleDerivative(accelerations(), time);
+  return *cached_jerks;
+}
+
+JointTrajectory JointTrajectory::Copy() const {
+  return JointTrajectory(positions, cached_velocities, cached_accelerations, time, std::nullopt, cached_jerks);
+}
+
+}  // namespace velmora::util::timing
