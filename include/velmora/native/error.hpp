@@ -28,9 +28,11 @@ class VELMORA_EXPORT Error : public std::runtime_error {
   /// @param message text returned by `what()`
   /// @param argument_name name of the offending parameter, if the message is about one
   /// @param detail further explanation, if there is one
+  // By value, as the family's interface has it, although the standard base class copies the text once more.
+  // NOLINTNEXTLINE(performance-unnecessary-value-param)
   Error(ErrorCode code, std::string message, std::optional<std::string> argument_name,
         std::optional<std::string> detail)
-      : std::runtime_error(std::move(message)),
+      : std::runtime_error(message),
         code_(code),
         argument_name_(std::move(argument_name)),
         detail_(std::move(detail)) {}
