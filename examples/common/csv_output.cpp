@@ -1,0 +1,123 @@
+// Writes trajectories as CSV text, whole or not at all.
+#include "csv_output.hpp"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <iterator>
+#include <system_error>
+#include <unordered_set>
+
+namespace velmora::examples {
+namespace {
+
+namespace fs = std::filesystem;
+
+[[noreturn]] void FailWithErrno(const std::string& path) {
+  throw OutputError(fmt::format("{}: {}", path, std::generic_category().message(errno)));
+}
+
+// Quoted only where a reader would otherwise misunderstand it.
+std::string CsvField(const std::string& name) {
+  if (name.find_first_of(",\"") == std::string::npos) return name;
+  std::string field = "\"";
+  for (const char character : name) {
+    if (character == '"') field += '"';
+    field += character;
+  }
+  return field + '"';
+}
+
+void WriteAndFlush(std::FILE* file, std::string_view text, const std::string& path) {
+  if (std::fwrite(text.data(), 1, text.size(), file) != text.size() || std::fflush(file) != 0) FailWithErrno(path);
+}
+
+// A file beside its target; removed again unless it was moved onto it.
+class PartialFile {
+ public:
+  explicit PartialFile(const std::string& target)
+      : target_(target),
+        path_(fmt::format("{}.{}.partial", target, getpid())),
+        file_(std::fopen(path_.c_str(), "wbx")) {
+    if (file_ == nullptr) FailWithErrno(target_);
+  }
+  ~PartialFile() {
+    if (file_ != nullptr) std::fclose(file_);
+    if (!moved_) std::remove(path_.c_str());
+  }
+  PartialFile(const PartialFile&) = delete;
+  PartialFile& operator=(const PartialFile&) = delete;
+
+  std::FILE* get() { return file_; }
+
+  void CloseAndMove() {
+    const int close_result = std::fclose(file_);
+    file_ = nullptr;
+    if (close_result != 0 || std::rename(path_.c_str(), target_.c_str()) != 0) FailWithErrno(target_);
+    moved_ = true;
+  }
+
+ private:
+  std::string target_;
+  std::string path_;
+  std::FILE* file_;
+  bool moved_ = false;
+};
+
+}  // namespace
+
+std::vector<std::string> DerivativeNames(const std::vector<std::string>& names, int order) {
+  std::vector<std::string> derivative_names;
+  derivative_names.reserve(names.size());
+  for (const std::string& name : names) {
+    derivative_names.push_back(order == 1 ? name + "_per_s" : fmt::format("{}_per_s{}", name, order));
+  }
+  return derivative_names;
+}
+
+std::string FormatCsv(const std::vector<std::string>& column_names, const Vector& time_s,
+                      const std::vector<std::reference_wrapper<const Matrix>>& blocks) {
+  std::string text = "time_s";
+  std::unordered_set<std::string_view> seen = {"time_s"};
+  for (const std::string& name : column_names) {
+    if (!seen.insert(name).second) throw OutputError(fmt::format("two output columns would be named '{}'", name));
+    text += ',' + CsvField(name);
+  }
+  text += '\n';
+  for (Eigen::Index sample = 0; sample < time_s.size(); ++sample) {
+    fmt::format_to(std::back_inserter(text), "{}", time_s[sample]);
+    for (const Matrix& block : blocks) {
+      for (Eigen::Index column = 0; column < block.cols(); ++column) {
+        fmt::format_to(std::back_inserter(text), ",{}", block(sample, column));
+      }
+    }
+    text += '\n';
+  }
+  return text;
+}
+
+void WriteOutput(const std::string& path, std::string_view text) {
+  if (path == "-") {
+    WriteAndFlush(stdout, text, "<stdout>");
+    return;
+  }
+  std::error_code ignored;
+  const fs::file_status status = fs::status(path, ignored);
+  if (fs::exists(status) && !fs::is_regular_file(status)) {
+    std::FILE* device = std::fopen(path.c_str(), "wb");
+    if (device == nullptr) FailWithErrno(path);
+    const bool written = std::fwrite(text.data(), 1, text.size(), device) == text.size();
+    if (std::fclose(device) != 0 || !written) FailWithErrno(path);
+    return;
+  }
+  // A link stays a link: the file that it names is replaced.
+  const std::string target = fs::exists(status) ? fs::canonical(path).string() : path;
+  PartialFile partial(target);
+  WriteAndFlush(partial.get(), text, path);
+  partial.CloseAndMove();
+}
+
+}  // namespace velmora::examples
