@@ -37,19 +37,22 @@ class VELMORA_EXPORT Error : public std::runtime_error {
         argument_name_(std::move(argument_name)),
         detail_(std::move(detail)) {}
 
-  Error(const Error&) = default;
-  Error(Error&&) = default;
-  Error& operator=(const Error&) = default;
-  Error& operator=(Error&&) = default;
+  Error(const Error&) = default;             ///< Copies all fields.
+  Error(Error&&) = default;                  ///< Moves all fields.
+  Error& operator=(const Error&) = default;  ///< Copies all fields. @return this object
+  Error& operator=(Error&&) = default;       ///< Moves all fields. @return this object
   ~Error() override = default;
 
   /// Category of the error.
+  /// @return `ErrorCode::invalid_argument` for every error of this library
   ErrorCode code() const noexcept { return code_; }
 
-  /// Name of the offending parameter; empty when the message concerns no single parameter.
+  /// Name of the offending parameter.
+  /// @return "unit_progress" for the error of `Smootherstep`; no value for every other error of this library
   const std::optional<std::string>& argument_name() const noexcept { return argument_name_; }
 
-  /// Further explanation; empty for every error of this library.
+  /// Further explanation.
+  /// @return no value for every error of this library
   const std::optional<std::string>& detail() const noexcept { return detail_; }
 
  private:

@@ -23,10 +23,10 @@ class VELMORA_EXPORT InvalidArgumentError : public Error {
   VELMORA_EXPORT InvalidArgumentError(std::string message, std::optional<std::string> argument_name)
       : Error(static_cast<ErrorCode>(0), std::move(message), std::move(argument_name), std::nullopt) {}
 
-  InvalidArgumentError(const InvalidArgumentError&) = default;
-  InvalidArgumentError(InvalidArgumentError&&) = default;
-  InvalidArgumentError& operator=(const InvalidArgumentError&) = default;
-  InvalidArgumentError& operator=(InvalidArgumentError&&) = default;
+  InvalidArgumentError(const InvalidArgumentError&) = default;             ///< Copies all fields.
+  InvalidArgumentError(InvalidArgumentError&&) = default;                  ///< Moves all fields.
+  InvalidArgumentError& operator=(const InvalidArgumentError&) = default;  ///< Copies all fields. @return this object
+  InvalidArgumentError& operator=(InvalidArgumentError&&) = default;       ///< Moves all fields. @return this object
   VELMORA_EXPORT ~InvalidArgumentError() override = default;
 };
 

@@ -15,6 +15,7 @@ namespace velmora::util {
 /// | from 0 to 1 | the quintic |
 /// | above 1 | 1 |
 /// @param unit_progress progress along the ramp, finite; clamped to [0, 1]
+/// @return value of the ramp, from 0 to 1
 /// @throws native::InvalidArgumentError "unit_progress must be finite", with argument name "unit_progress"
 ///
 /// Complexity: O(1). Thread safety: pure.

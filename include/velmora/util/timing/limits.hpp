@@ -40,6 +40,10 @@ class JointStateLimits {
   std::optional<JointStateBox> jerk;          ///< third derivative
 
   /// Takes over the boxes. Any of them may be absent.
+  /// @param position limits of the positions, for J joints, or none
+  /// @param velocity limits of the first derivative, for J joints, or none
+  /// @param acceleration limits of the second derivative, for J joints, or none
+  /// @param jerk limits of the third derivative, for J joints, or none
   /// @throws native::InvalidArgumentError "Position, velocity, acceleration, and jerk limits must have matching
   ///   shapes."
   ///

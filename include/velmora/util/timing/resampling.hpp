@@ -37,12 +37,16 @@ enum class ResamplingTimeGridMode : int {
 };
 
 /// The method named by `text`: "linear" or "cubic", compared byte for byte.
+/// @param text name of an enumerator
+/// @return that enumerator
 /// @throws native::InvalidArgumentError "Unsupported resampling method: '" + text + "'."
 ///
 /// Complexity: O(length). Thread safety: pure.
 VELMORA_EXPORT ResamplingMethod ParseResamplingMethod(std::string_view text);
 
 /// The grid mode named by `text`: the name of an enumerator, compared byte for byte.
+/// @param text name of an enumerator
+/// @return that enumerator
 /// @throws native::InvalidArgumentError "Unsupported resampling time-grid mode: '" + text + "'."
 ///
 /// Complexity: O(length). Thread safety: pure.

@@ -56,22 +56,25 @@ class JointTrajectory {
                                  std::optional<Matrix> accelerations, std::optional<Vector> time,
                                  std::optional<double> dt, std::optional<Matrix> jerks);
 
-  /// First derivative of the positions in 1/s, N x J: as supplied, else the three-point derivative of `positions`.
+  /// First derivative of the positions: as supplied, else the three-point derivative of `positions`.
   ///
   /// The reference is valid as long as the object. Where the positions are near the largest double the computed values
   /// may overflow; they are stored as they come.
+  /// @return N x J, in the unit of the positions per second
   ///
   /// Complexity: O(N J) at the first call, then O(1). Thread safety: see the class.
   /// Source of the method: B. Fornberg, "Generation of finite difference formulas on arbitrarily spaced grids",
   /// Mathematics of Computation 51 (1988); three points, order 2.
   VELMORA_EXPORT const Matrix& velocities() const;
 
-  /// Second derivative in 1/s^2, N x J: as supplied, else the three-point derivative of `velocities()`.
+  /// Second derivative: as supplied, else the three-point derivative of `velocities()`.
+  /// @return N x J, in the unit of the positions per second squared
   ///
   /// Lifetime, complexity, thread safety and method: as `velocities()`.
   VELMORA_EXPORT const Matrix& accelerations() const;
 
-  /// Third derivative in 1/s^3, N x J: as supplied, else the three-point derivative of `accelerations()`.
+  /// Third derivative: as supplied, else the three-point derivative of `accelerations()`.
+  /// @return N x J, in the unit of the positions per second cubed
   ///
   /// Lifetime, complexity, thread safety and method: as `velocities()`.
   VELMORA_EXPORT const Matrix& jerks() const;
@@ -80,6 +83,7 @@ class JointTrajectory {
   ///
   /// The copy passes the constructor's checks again: a computed derivative that overflowed makes `Copy` fail with its
   /// "must contain only finite values." message.
+  /// @return the copy, N samples of J joints
   /// @throws native::InvalidArgumentError as the constructor
   ///
   /// Complexity: O(N J). Thread safety: reads the caches; not beside a first accessor call on the same object.
