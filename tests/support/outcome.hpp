@@ -1,0 +1,82 @@
+// Outcomes of calls, values or errors, so that library and reference can be compared whole.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <new>
+#include <optional>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <variant>
+
+#include "oracle/failure.hpp"
+#include "support/compare_bits.hpp"
+#include "support/compare_records.hpp"
+#include "velmora/native/invalid_argument_error.hpp"
+
+namespace velmora::testing {
+
+/// What a call returned, or how it failed. A call without a result returns `std::monostate`.
+template <typename Value>
+struct Outcome {
+  std::optional<Value> value;
+  std::optional<oracle::Failure> failure;
+};
+
+template <typename Call>
+auto OutcomeOf(const Call& call) {
+  using Result = decltype(call());
+  using Value = std::conditional_t<std::is_void_v<Result>, std::monostate, std::decay_t<Result>>;
+  Outcome<Value> outcome;
+  try {
+    if constexpr (std::is_void_v<Result>) {
+      call();
+      outcome.value.emplace();
+    } else {
+      outcome.value.emplace(call());
+    }
+  } catch (const oracle::Failure& failure) {
+    outcome.failure = failure;
+  } catch (const native::InvalidArgumentError& error) {
+    outcome.failure = oracle::Failure{oracle::FailureKind::invalid_argument, error.what(), error.argument_name()};
+  } catch (const std::bad_alloc&) {
+    outcome.failure = oracle::Failure{oracle::FailureKind::bad_alloc, "", std::nullopt};
+  } catch (const std::bad_variant_access&) {
+    outcome.failure = oracle::Failure{oracle::FailureKind::bad_variant_access, "", std::nullopt};
+  }
+  return outcome;
+}
+
+inline ::testing::AssertionResult SameBits(std::monostate, std::monostate) { return ::testing::AssertionSuccess(); }
+
+inline ::testing::AssertionResult SameValues(double expected, double actual) {
+  if (SameBits(expected, actual)) return ::testing::AssertionSuccess();
+  return ::testing::AssertionFailure() << "expected " << expected << ", actual " << actual << " ("
+                                       << UlpDistance(expected, actual) << " ulp)";
+}
+
+template <typename Expected, typename Actual>
+::testing::AssertionResult SameValues(const Expected& expected, const Actual& actual) {
+  return SameBits(expected, actual);
+}
+
+inline std::string Describe(const std::optional<oracle::Failure>& failure) {
+  if (!failure) return "no failure";
+  if (failure->kind == oracle::FailureKind::bad_alloc) return "std::bad_alloc";
+  if (failure->kind == oracle::FailureKind::bad_variant_access) return "std::bad_variant_access";
+  return "'" + failure->message + "'";
+}
+
+/// Both failed alike, or both returned the same bits.
+template <typename Expected, typename Actual>
+::testing::AssertionResult SameOutcome(const Outcome<Expected>& expected, const Outcome<Actual>& actual) {
+  if (expected.failure != actual.failure) {
+    return ::testing::AssertionFailure() << "expected " << Describe(expected.failure) << ", actual "
+                                         << Describe(actual.failure);
+  }
+  if (!expected.value) return ::testing::AssertionSuccess();
+  return SameValues(*expected.value, *actual.value);
+}
+
+}  // namespace velmora::testing
