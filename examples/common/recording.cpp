@@ -166,7 +166,7 @@ Recording ReadRecording(std::istream& input, const std::string& source_name) {
   std::size_t previous_line = 0;
   while (lines.Next()) {
     if (lines.fields().size() != names.size()) {
-      lines.Fail(fmt::format("{} columns, but the header names {}", lines.fields().size(), names.size()));
+      lines.Fail(fmt::format("expected {} columns, found {}", names.size(), lines.fields().size()));
     }
     for (std::size_t column = 0; column < names.size(); ++column) {
       (column == time_column ? time : positions).push_back(ParseNumber(lines, column, names[column]));
