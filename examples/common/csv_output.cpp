@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
+#include <iostream>
 #include <iterator>
 #include <system_error>
 #include <unordered_set>
@@ -31,41 +33,11 @@ std::string CsvField(const std::string& name) {
   return field + '"';
 }
 
-void WriteAndFlush(std::FILE* file, std::string_view text, const std::string& path) {
-  if (std::fwrite(text.data(), 1, text.size(), file) != text.size() || std::fflush(file) != 0) FailWithErrno(path);
+void WriteTo(std::ostream& output, std::string_view text, const std::string& name) {
+  output.write(text.data(), static_cast<std::streamsize>(text.size()));
+  output.flush();
+  if (!output) FailWithErrno(name);
 }
-
-// A file beside its target; removed again unless it was moved onto it.
-class PartialFile {
- public:
-  explicit PartialFile(const std::string& target)
-      : target_(target),
-        path_(fmt::format("{}.{}.partial", target, getpid())),
-        file_(std::fopen(path_.c_str(), "wbx")) {
-    if (file_ == nullptr) FailWithErrno(target_);
-  }
-  ~PartialFile() {
-    if (file_ != nullptr) std::fclose(file_);
-    if (!moved_) std::remove(path_.c_str());
-  }
-  PartialFile(const PartialFile&) = delete;
-  PartialFile& operator=(const PartialFile&) = delete;
-
-  std::FILE* get() { return file_; }
-
-  void CloseAndMove() {
-    const int close_result = std::fclose(file_);
-    file_ = nullptr;
-    if (close_result != 0 || std::rename(path_.c_str(), target_.c_str()) != 0) FailWithErrno(target_);
-    moved_ = true;
-  }
-
- private:
-  std::string target_;
-  std::string path_;
-  std::FILE* file_;
-  bool moved_ = false;
-};
 
 }  // namespace
 
@@ -101,23 +73,28 @@ std::string FormatCsv(const std::vector<std::string>& column_names, const Vector
 
 void WriteOutput(const std::string& path, std::string_view text) {
   if (path == "-") {
-    WriteAndFlush(stdout, text, "<stdout>");
+    WriteTo(std::cout, text, "<stdout>");
     return;
   }
   std::error_code ignored;
   const fs::file_status status = fs::status(path, ignored);
   if (fs::exists(status) && !fs::is_regular_file(status)) {
-    std::FILE* device = std::fopen(path.c_str(), "wb");
-    if (device == nullptr) FailWithErrno(path);
-    const bool written = std::fwrite(text.data(), 1, text.size(), device) == text.size();
-    if (std::fclose(device) != 0 || !written) FailWithErrno(path);
+    std::ofstream device(path, std::ios::binary);
+    WriteTo(device, text, path);
     return;
   }
   // A link stays a link: the file that it names is replaced.
   const std::string target = fs::exists(status) ? fs::canonical(path).string() : path;
-  PartialFile partial(target);
-  WriteAndFlush(partial.get(), text, path);
-  partial.CloseAndMove();
+  const std::string partial = fmt::format("{}.{}.partial", target, getpid());
+  try {
+    std::ofstream file(partial, std::ios::binary);
+    WriteTo(file, text, path);
+    file.close();
+    if (!file || std::rename(partial.c_str(), target.c_str()) != 0) FailWithErrno(path);
+  } catch (...) {
+    fs::remove(partial, ignored);
+    throw;
+  }
 }
 
 }  // namespace velmora::examples

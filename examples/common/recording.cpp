@@ -49,7 +49,9 @@ class LineSplitter {
   }
   ~LineSplitter() { csv_free(&parser_); }
   LineSplitter(const LineSplitter&) = delete;
+  LineSplitter(LineSplitter&&) = delete;
   LineSplitter& operator=(const LineSplitter&) = delete;
+  LineSplitter& operator=(LineSplitter&&) = delete;
 
   // False where the quotes of the line do not match; the splitter is then of no further use.
   bool Split(std::string_view line) {
@@ -74,7 +76,7 @@ class LineSplitter {
     }
   }
 
-  csv_parser parser_;
+  csv_parser parser_{};
   std::vector<std::string> fields_;
   std::exception_ptr failure_;
 };

@@ -146,9 +146,7 @@ void Run(const Options& options) {
   fmt::print(stderr, "{}", velmora::examples::FormatReport(recording, resampled, how, times));
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int RunProgram(int argc, char** argv) {
   Options options;
   CLI::App app{"Resamples a recorded joint trajectory onto a regular time grid.", "resample_recording"};
   try {
@@ -169,4 +167,15 @@ int main(int argc, char** argv) {
     fmt::print(stderr, "resample_recording: {}\n", error.what());
   }
   return kExitFailure;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return RunProgram(argc, argv);
+  } catch (...) {
+    // Not even the message could be printed.
+    return kExitFailure;
+  }
 }
