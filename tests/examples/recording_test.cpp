@@ -95,6 +95,7 @@ INSTANTIATE_TEST_SUITE_P(
         BadText{"NoSamples", "# a\ntime_s,a\n\n", "log.csv:3: no samples after the header"},
         BadText{"TooFewColumns", "time_s,a,b\n0,1,2\n1,2\n", "log.csv:3: expected 3 columns, found 2"},
         BadText{"TooManyColumns", "time_s,a\n0,1,2\n", "log.csv:2: expected 2 columns, found 3"},
+        BadText{"InnerCarriageReturn", "time_s,a\n0,1\r1,2\n", "log.csv:2: expected 2 columns, found 3"},
         BadText{"Text", "time_s,a\n0,1\n\n# x\n1,fast\n", "log.csv:5: column 'a': 'fast' is not a number"},
         BadText{"TrailingText", "time_s,a\n0,1.5rad\n", "log.csv:2: column 'a': '1.5rad' is not a number"},
         BadText{"InnerBlank", "time_s,a\n0,1 2\n", "log.csv:2: column 'a': '1 2' is not a number"},

@@ -109,11 +109,11 @@ TEST_F(ResampleRecordingTest, NamesTheColumnsOfEveryQuantity) {
 
 TEST_F(ResampleRecordingTest, ReportsTheRecordingAndTheResult) {
   const RunResult run =
-      Run("-m linear -t 0.5 - <'" + WriteFile("log.csv", "time_s,a\n1,0\n2,1\n3,2\n4,1\n7,4\n") + "'");
+      Run("-m linear -t 0.5 - <'" + WriteFile("log.csv", "time_s,a,b\n1,0,0\n2,1,-2\n3,2,-4\n4,1,-6\n7,4,-12\n") + "'");
   EXPECT_EQ(run.exit_code, 0);
   const std::string report = run.errors.substr(0, run.errors.find("time spent"));
   EXPECT_EQ(report,
-            "recording  1 joint\n"
+            "recording  2 joints\n"
             "           5 samples, 6 s from 1 s to 7 s\n"
             "           4 steps, 1 uneven (over 1 % off the median); median 1 s, longest 3 s after 4 s\n"
             "resampled  linear, exact_dt_append_endpoint, sample time 0.5 s\n"
@@ -121,7 +121,8 @@ TEST_F(ResampleRecordingTest, ReportsTheRecordingAndTheResult) {
             "           12 steps, 0 uneven (over 1 % off the median); median 0.5 s, longest 0.5 s after 1 s\n"
             "peaks      in the unit of the recording per s, s^2 and s^3\n"
             "                  velocity  acceleration          jerk\n"
-            "           a             1             2             4\n");
+            "           a             1             2             4\n"
+            "           b             2             0             0\n");
   EXPECT_NE(run.errors.find("time spent reading "), std::string::npos);
 }
 
