@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 # Draws a recording and what it was resampled to: positions, velocities, accelerations and jerks, one column per result.
-#   plot.py recording.csv resampled.csv [resampled.csv ...] --output picture.png [--joints joint_1_rad,joint_4_rad]
+#   plot.py recording.csv resampled.csv [resampled.csv ...] --output picture.png
 import argparse
 import csv
 import pathlib
@@ -16,7 +16,7 @@ from matplotlib.patches import Patch
 QUANTITIES = ("position", "velocity", "acceleration", "jerk")
 SUFFIXES = ("", "_per_s", "_per_s2", "_per_s3")
 UNITS = ("", "/s", "/s²", "/s³")
-DEFAULT_JOINT_COUNT = 3
+JOINTS_SHOWN = 3
 # A step this many times the median is drawn as lost samples.
 GAP_FACTOR = 3.0
 # The panels of one quantity share their limits: this share of the values of every panel (in percent), but for a panel
@@ -131,11 +131,22 @@ def draw_zoom(axes, colors, before, afters, unit):
         axis.set_title(title, fontsize=10)
 
 
-def draw(recording_path, result_paths, joints, output):
+def add_legend(figure, joint_colors, has_gaps):
+    handles = [Line2D([], [], color=color, label=joint) for joint, color in joint_colors.items()]
+    handles += [Line2D([], [], color="0.3", alpha=0.35, linewidth=2.5, label="recording, three-point differences"),
+                Line2D([], [], color="0.3", linewidth=0.8, label="resampled")]
+    if has_gaps:
+        handles.append(Patch(color="0.85", label="no samples recorded"))
+    legend_share = 0.45 / figure.get_size_inches()[1]
+    figure.get_layout_engine().set(rect=(0.0, legend_share, 1.0, 1.0 - legend_share))
+    figure.legend(handles=handles, loc="lower center", ncol=len(handles), frameon=False)
+
+
+def draw(recording_path, result_paths, output):
     recording = read_csv(recording_path)
     results = [read_csv(path) for path in result_paths]
     all_joints = [name for name in recording if name != "time_s"]
-    joints = joints or most_moved(recording, all_joints, DEFAULT_JOINT_COUNT)
+    joints = most_moved(recording, all_joints, JOINTS_SHOWN)
     time_s = recording["time_s"]
     raw_levels = list(zip(*(derivatives(recording[joint], time_s) for joint in joints)))
     unit = "rad" if all(joint.endswith("_rad") for joint in joints) else "unit"
@@ -168,15 +179,8 @@ def draw(recording_path, result_paths, joints, output):
     for axis in axes[-1]:
         axis.set_xlabel("time [s]")
 
-    handles = [Line2D([], [], color=color, label=joint) for color, joint in zip(colors, joints)]
-    handles += [Line2D([], [], color="0.3", alpha=0.35, linewidth=2.5, label="recording, three-point differences"),
-                Line2D([], [], color="0.3", linewidth=0.8, label="resampled")]
-    if has_gaps:
-        handles.append(Patch(color="0.85", label="no samples recorded"))
-    legend_share = 0.45 / figure.get_size_inches()[1]
-    figure.get_layout_engine().set(rect=(0.0, legend_share, 1.0, 1.0 - legend_share))
-    figure.legend(handles=handles, loc="lower center", ncol=len(handles), frameon=False)
-    figure.suptitle(f"{pathlib.Path(recording_path).name} and resampled: {len(joints)} of {len(all_joints)} joints",
+    add_legend(figure, dict(zip(joints, colors)), has_gaps)
+    figure.suptitle(f"{pathlib.Path(recording_path).name} and resampled: {len(joints)} of {len(all_joints)} joints, those that move most",
                     fontweight="bold")
     figure.savefig(output, dpi=90)
 
@@ -186,10 +190,8 @@ def main():
     parser.add_argument("recording", help="CSV that was resampled")
     parser.add_argument("resampled", nargs="+", help="CSV written by resample_recording, one column of the picture each")
     parser.add_argument("--output", required=True, help="PNG to write")
-    parser.add_argument("--joints", type=lambda text: text.split(","),
-                        help=f"names of the joints to show; by default the {DEFAULT_JOINT_COUNT} that move most")
     arguments = parser.parse_args()
-    draw(arguments.recording, arguments.resampled, arguments.joints, arguments.output)
+    draw(arguments.recording, arguments.resampled, arguments.output)
 
 
 if __name__ == "__main__":
