@@ -21,8 +21,8 @@ JOINTS_SHOWN = 3
 GAP_FACTOR = 3.0
 # The panels of one quantity share their limits: this share of the values of every panel (in percent), but for a panel
 # that is this many times wider than the median panel. A note in the corner says what is not in view.
-SHARE_IN_VIEW = 99.5
-WIDEST_PANEL = 5.0
+SHARE_IN_VIEW = 98.0
+WIDEST_PANEL = 4.0
 # The zoomed panels show this many median steps on both sides.
 ZOOM_STEPS = 8.0
 # So few samples can be told apart, and are drawn as points.
@@ -180,15 +180,15 @@ def draw(recording_path, result_paths, output):
         axis.set_xlabel("time [s]")
 
     add_legend(figure, dict(zip(joints, colors)), has_gaps)
-    figure.suptitle(f"{pathlib.Path(recording_path).name} and resampled: {len(joints)} of {len(all_joints)} joints, those that move most",
-                    fontweight="bold")
+    figure.suptitle(f"{pathlib.Path(recording_path).name} and resampled: "
+                    f"{len(joints)} of {len(all_joints)} joints, those that move most", fontweight="bold")
     figure.savefig(output, dpi=90)
 
 
 def main():
     parser = argparse.ArgumentParser(description="Draws a recording and what it was resampled to.")
     parser.add_argument("recording", help="CSV that was resampled")
-    parser.add_argument("resampled", nargs="+", help="CSV written by resample_recording, one column of the picture each")
+    parser.add_argument("resampled", nargs="+", help="CSV that resample_recording wrote; one column of the picture")
     parser.add_argument("--output", required=True, help="PNG to write")
     arguments = parser.parse_args()
     draw(arguments.recording, arguments.resampled, arguments.output)
