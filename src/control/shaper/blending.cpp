@@ -1,19 +1,91 @@
 // Blending of raw and shaped sample arrays, and the arc length of a joint path.
 #include "velmora/control/shaper/blending.hpp"
 
+#include <algorithm>
 #include <cmath>
 
+#include "native/blend_element.hpp"
+#include "native/cpu_dispatch.hpp"
+#include "native/row_lanes.hpp"
 #include "native/shapes.hpp"
 #include "native/throw_invalid_argument.hpp"
 
 namespace velmora::control::shaper {
 namespace {
 
-// (1 - w) * raw + w * shaped: one product rounded, the other fused, so that every machine rounds alike.
-void BlendValues(const double* raw, const double* shaped, double w, Eigen::Index count, double* result) {
-  const double a = 1.0 - w;
-  for (Eigen::Index k = 0; k < count; ++k) result[k] = std::fma(a, raw[k], w * shaped[k]);
+using Eigen::Index;
+using native::kLanes;
+using native::Lanes;
+using native::Load;
+using native::Pair;
+using native::Store;
+
+struct UniformBlendKernel {
+  static VELMORA_ALWAYS_INLINE void Run(const double* raw, const double* shaped, double w, Index count, double* blend) {
+    const double complement = 1.0 - w;
+    native::ForEachJoint(count, blend, [=](auto at) VELMORA_ALWAYS_INLINE_LAMBDA {
+      return native::BlendElement(complement, at(raw), w, at(shaped));
+    });
+  }
+};
+
+struct PerSampleBlendKernel {
+  static VELMORA_ALWAYS_INLINE void Run(const double* raw, const double* shaped, const double* weights, Index samples,
+                                        Index joints, double* blend) {
+    for (Index i = 0; i < samples; ++i) {
+      const Index row = i * joints;
+      UniformBlendKernel::Run(raw + row, shaped + row, weights[i], joints, blend + row);
+    }
+  }
+};
+
+template <typename Value>
+VELMORA_ALWAYS_INLINE Value SquaredDifference(const double* from, const double* to) {
+  const Value difference = Load<Value>(to) - Load<Value>(from);
+  return difference * difference;
 }
+
+// Sum of the squared differences of two rows in the order in which Eigen's `norm()` adds them on vectors of two: every
+// fourth element into one of four sums, the sums in pairs, two more elements into the pairs, the pairs, the last
+// element.
+VELMORA_ALWAYS_INLINE double SquaredDistance(const double* from, const double* to, Index joints) {
+  if (joints < 2) return joints == 0 ? 0.0 : SquaredDifference<double>(from, to);
+  Pair pair;
+  Index j = kLanes;
+  if (joints < kLanes) {
+    pair = SquaredDifference<Pair>(from, to);
+    j = 2;
+  } else {
+    Lanes sums = SquaredDifference<Lanes>(from, to);
+    for (; j + kLanes <= joints; j += kLanes) sums += SquaredDifference<Lanes>(from + j, to + j);
+    pair = Pair{sums[0], sums[1]} + Pair{sums[2], sums[3]};
+    if (j + 2 <= joints) {
+      pair += SquaredDifference<Pair>(from + j, to + j);
+      j += 2;
+    }
+  }
+  const double sum = pair[0] + pair[1];
+  return j < joints ? sum + SquaredDifference<double>(from + j, to + j) : sum;
+}
+
+struct PathCoordinateKernel {
+  static VELMORA_ALWAYS_INLINE void Run(const double* positions, Index samples, Index joints, double* coordinate) {
+    double length = 0.0;
+    coordinate[0] = length;
+    // The distances of a stretch of samples first, so that their roots are taken side by side.
+    constexpr Index kStretch = 32;
+    double squared[kStretch];
+    for (Index begin = 1; begin < samples; begin += kStretch) {
+      const Index count = std::min(kStretch, samples - begin);
+      const double* row = positions + begin * joints;
+      for (Index k = 0; k < count; ++k, row += joints) squared[k] = SquaredDistance(row - joints, row, joints);
+      Index k = 0;
+      for (; k + kLanes <= count; k += kLanes) Store(native::Sqrt(Load<Lanes>(squared + k)), squared + k);
+      for (; k < count; ++k) squared[k] = std::sqrt(squared[k]);
+      for (k = 0; k < count; ++k) coordinate[begin + k] = length += squared[k];
+    }
+  }
+};
 
 }  // namespace
 
@@ -23,7 +95,8 @@ Matrix BlendArrays(const Matrix& raw, const Matrix& shaped, const std::variant<d
   }
   if (std::holds_alternative<double>(weight)) {
     Matrix blend(raw.rows(), raw.cols());
-    BlendValues(raw.data(), shaped.data(), std::get<double>(weight), raw.size(), blend.data());
+    native::RunKernel<UniformBlendKernel>(raw.data(), shaped.data(), std::get<double>(weight), raw.size(),
+                                          blend.data());
     return blend;
   }
   const Vector& weights = std::get<Vector>(weight);
@@ -31,18 +104,16 @@ Matrix BlendArrays(const Matrix& raw, const Matrix& shaped, const std::variant<d
     native::ThrowInvalidArgument("per-sample shaping weights must match the sample count");
   }
   Matrix blend(raw.rows(), raw.cols());
-  const Eigen::Index joints = raw.cols();
-  for (Eigen::Index i = 0; i < raw.rows(); ++i) {
-    const Eigen::Index row = i * joints;
-    BlendValues(raw.data() + row, shaped.data() + row, weights[i], joints, blend.data() + row);
-  }
+  native::RunKernel<PerSampleBlendKernel>(raw.data(), shaped.data(), weights.data(), raw.rows(), raw.cols(),
+                                          blend.data());
   return blend;
 }
 
 Vector JointPathCoordinate(const Matrix& positions) {
-  Vector coordinate = Vector::Zero(positions.rows());
-  for (Eigen::Index i = 1; i < positions.rows(); ++i) {
-    coordinate[i] = coordinate[i - 1] + (positions.row(i) - positions.row(i - 1)).norm();
+  const Index samples = positions.rows();
+  Vector coordinate(samples);
+  if (samples > 0) {
+    native::RunKernel<PathCoordinateKernel>(positions.data(), samples, positions.cols(), coordinate.data());
   }
   return coordinate;
 }

@@ -16,11 +16,9 @@ JointTrajectory ResampleTrajectoryCubic(const JointTrajectory& trajectory, doubl
   Vector grid = BuildResamplingTimeGrid(time[0], end_time_s, sample_time_s, grid_mode);
   const Vector evaluation_times = EvaluationTimes(grid, end_time_s, grid_mode);
   const CubicSpline spline = BuildCubicSpline(time, trajectory.positions);
-  Matrix positions = EvaluateCubicSpline(spline, evaluation_times, 0);
-  Matrix velocities = EvaluateCubicSpline(spline, evaluation_times, 1);
-  Matrix accelerations = EvaluateCubicSpline(spline, evaluation_times, 2);
-  return JointTrajectory(std::move(positions), std::move(velocities), std::move(accelerations), std::move(grid),
-                         std::nullopt, std::nullopt);
+  SplineSamples samples = EvaluateCubicSpline(spline, evaluation_times);
+  return JointTrajectory(std::move(samples.values), std::move(samples.first_derivatives),
+                         std::move(samples.second_derivatives), std::move(grid), std::nullopt, std::nullopt);
 }
 
 }  // namespace velmora::util::timing

@@ -1,30 +1,50 @@
 // Forward differences that keep one row per sample.
 #include "velmora/util/timing/differentiation.hpp"
 
+#include "native/cpu_dispatch.hpp"
 #include "native/finiteness.hpp"
+#include "native/row_lanes.hpp"
 #include "native/throw_invalid_argument.hpp"
 
 namespace velmora::util::timing {
 namespace {
 
-// Row `i` of the result: a division by the step, since multiplying by its reciprocal would round differently.
-void DivideDifference(const Matrix& signal, Eigen::Index i, double step, Matrix& difference) {
-  const Eigen::Index joints = signal.cols();
-  const double* before = signal.data() + i * joints;
-  const double* after = before + joints;
-  double* result = difference.data() + i * joints;
-  for (Eigen::Index j = 0; j < joints; ++j) result[j] = (after[j] - before[j]) / step;
+using Eigen::Index;
+
+// A division by the step, since multiplying by its reciprocal would round differently.
+VELMORA_ALWAYS_INLINE void DivideDifference(const double* before, const double* after, double step, Index count,
+                                            double* result) {
+  native::ForEachJoint(count, result,
+                       [=](auto at) VELMORA_ALWAYS_INLINE_LAMBDA { return (at(after) - at(before)) / step; });
 }
 
+struct UniformDifferenceKernel {
+  static VELMORA_ALWAYS_INLINE void Run(const double* x, double step, Index samples, Index joints, double* d) {
+    DivideDifference(x, x + joints, step, (samples - 1) * joints, d);
+  }
+};
+
+// False at the first step that is not finite and positive.
+struct TimedDifferenceKernel {
+  static VELMORA_ALWAYS_INLINE bool Run(const double* x, const double* t, Index samples, Index joints, double* d) {
+    for (Index i = 0; i + 1 < samples; ++i) {
+      const double step = t[i + 1] - t[i];
+      if (!native::IsFinite(step) || step <= 0.0) return false;
+      DivideDifference(x + i * joints, x + (i + 1) * joints, step, joints, d + i * joints);
+    }
+    return true;
+  }
+};
+
 void RepeatLastDifference(Matrix& difference) {
-  const Eigen::Index last = difference.rows() - 1;
+  const Index last = difference.rows() - 1;
   difference.row(last) = difference.row(last - 1);
 }
 
 }  // namespace
 
 Matrix SampleAlignedFirstDifference(const Matrix& signal, double sample_spacing) {
-  const Eigen::Index samples = signal.rows();
+  const Index samples = signal.rows();
   if (samples == 1) return Matrix::Zero(1, signal.cols());
   if (!native::IsFinite(sample_spacing) || sample_spacing <= 0.0) {
     native::ThrowInvalidArgument("sample_spacing must be finite and positive.");
@@ -32,13 +52,13 @@ Matrix SampleAlignedFirstDifference(const Matrix& signal, double sample_spacing)
   Matrix difference(samples, signal.cols());
   if (samples == 0) return difference;
 
-  for (Eigen::Index i = 0; i + 1 < samples; ++i) DivideDifference(signal, i, sample_spacing, difference);
+  native::RunKernel<UniformDifferenceKernel>(signal.data(), sample_spacing, samples, signal.cols(), difference.data());
   RepeatLastDifference(difference);
   return difference;
 }
 
 Matrix SampleAlignedFirstDifference(const Matrix& signal, const Vector& sample_spacing) {
-  const Eigen::Index samples = signal.rows();
+  const Index samples = signal.rows();
   if (samples == 1) return Matrix::Zero(1, signal.cols());
   if (sample_spacing.size() != samples) {
     native::ThrowInvalidArgument("sample_spacing length must match signal samples.");
@@ -46,12 +66,9 @@ Matrix SampleAlignedFirstDifference(const Matrix& signal, const Vector& sample_s
   Matrix difference(samples, signal.cols());
   if (samples == 0) return difference;
 
-  for (Eigen::Index i = 0; i + 1 < samples; ++i) {
-    const double step = sample_spacing[i + 1] - sample_spacing[i];
-    if (!native::IsFinite(step) || step <= 0.0) {
-      native::ThrowInvalidArgument("sample_spacing times must be strictly increasing.");
-    }
-    DivideDifference(signal, i, step, difference);
+  if (!native::RunKernel<TimedDifferenceKernel>(signal.data(), sample_spacing.data(), samples, signal.cols(),
+                                                difference.data())) {
+    native::ThrowInvalidArgument("sample_spacing times must be strictly increasing.");
   }
   RepeatLastDifference(difference);
   return difference;

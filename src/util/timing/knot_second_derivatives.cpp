@@ -2,6 +2,12 @@
 #include "util/timing/knot_second_derivatives.hpp"
 
 #include <Eigen/LU>
+#include <optional>
+
+#include "native/cpu_dispatch.hpp"
+#include "native/row_lanes.hpp"
+#include "util/timing/knot_factors.hpp"
+#include "util/timing/knot_substitution.hpp"
 
 namespace velmora::util::timing {
 namespace {
@@ -34,22 +40,46 @@ Matrix SystemMatrix(const Vector& h) {
 }
 
 // Six times the second divided differences; the end conditions have a right-hand side of zero.
-Matrix RightHandSide(const Vector& h, const Matrix& y) {
-  Matrix right_hand_side = Matrix::Zero(y.rows(), y.cols());
-  for (Eigen::Index i = 1; i + 1 < y.rows(); ++i) {
-    for (Eigen::Index j = 0; j < y.cols(); ++j) {
-      const double slope_after = (y(i + 1, j) - y(i, j)) / h[i];
-      const double slope_before = (y(i, j) - y(i - 1, j)) / h[i - 1];
-      right_hand_side(i, j) = 6.0 * (slope_after - slope_before);
+struct RightHandSideKernel {
+  static VELMORA_ALWAYS_INLINE void Run(const double* h, const double* y, double* result, Eigen::Index knots,
+                                        Eigen::Index joints) {
+    for (Eigen::Index i = 1; i + 1 < knots; ++i) {
+      const double* here = y + i * joints;
+      const double* before = here - joints;
+      const double* after = here + joints;
+      const double h_before = h[i - 1];
+      const double h_after = h[i];
+      native::ForEachJoint(joints, result + i * joints, [=](auto at) VELMORA_ALWAYS_INLINE_LAMBDA {
+        return 6.0 * ((at(after) - at(here)) / h_after - (at(here) - at(before)) / h_before);
+      });
     }
   }
+};
+
+Matrix RightHandSide(const Vector& h, const Matrix& y) {
+  Matrix right_hand_side(y.rows(), y.cols());
+  right_hand_side.topRows(1).setZero();
+  right_hand_side.bottomRows(1).setZero();
+  native::RunKernel<RightHandSideKernel>(h.data(), y.data(), right_hand_side.data(), y.rows(), y.cols());
   return right_hand_side;
 }
 
 }  // namespace
 
-Matrix SolveKnotSecondDerivatives(const Vector& h, const Matrix& y) {
+Matrix SolveKnotSecondDerivativesDense(const Vector& h, const Matrix& y) {
+  if (y.cols() == 0) return y;  // the solve would form a reference to the first of no elements
   return SystemMatrix(h).partialPivLu().solve(RightHandSide(h, y));
+}
+
+Matrix SolveKnotSecondDerivatives(const Vector& h, const Matrix& y) {
+  if (y.rows() > kDenseKnots) {
+    if (const std::optional<KnotFactors> factors = FactoriseKnotSystem(h)) {
+      Matrix m = RightHandSide(h, y);
+      SubstituteKnots(*factors, m);
+      return m;
+    }
+  }
+  return SolveKnotSecondDerivativesDense(h, y);
 }
 
 }  // namespace velmora::util::timing

@@ -2,12 +2,14 @@
 #include "util/timing/linear_resampling.hpp"
 
 #include <algorithm>
-#include <cmath>
 #include <limits>
 #include <optional>
 #include <utility>
 
+#include "native/blend_element.hpp"
+#include "native/cpu_dispatch.hpp"
 #include "native/finiteness.hpp"
+#include "native/row_lanes.hpp"
 #include "native/throw_invalid_argument.hpp"
 #include "util/timing/knot_search.hpp"
 #include "util/timing/time_grid.hpp"
@@ -15,31 +17,37 @@
 namespace velmora::util::timing {
 namespace {
 
-// (1 - w) * before + w * after: one product rounded, the other fused, so that every machine rounds alike.
-void InterpolateRow(const double* before, double w, Eigen::Index joints, double* result) {
-  const double* after = before + joints;
-  const double a = 1.0 - w;
-  for (Eigen::Index j = 0; j < joints; ++j) result[j] = std::fma(a, before[j], w * after[j]);
-}
+using Eigen::Index;
+using native::ForEachJoint;
 
-void InterpolateQuery(double query, const Vector& sample_times, const Matrix& values, double* result) {
-  const Eigen::Index last = sample_times.size() - 1;
-  const Eigen::Index joints = values.cols();
-  const auto row = [&](Eigen::Index i) { return values.data() + i * joints; };
-  if (last == 0) {
-    std::copy_n(row(0), joints, result);
-  } else if (!native::IsFinite(query)) {
-    std::fill_n(result, joints, std::numeric_limits<double>::quiet_NaN());
-  } else if (query <= sample_times[0]) {
-    std::copy_n(row(0), joints, result);
-  } else if (query >= sample_times[last]) {
-    std::copy_n(row(last), joints, result);
-  } else {
-    const Eigen::Index j = UpperBound(sample_times, query);
-    const double w = (query - sample_times[j - 1]) / (sample_times[j] - sample_times[j - 1]);
-    InterpolateRow(row(j - 1), w, joints, result);
+struct InterpolationKernel {
+  static VELMORA_ALWAYS_INLINE void Run(const double* queries, Index query_count, const double* times, Index count,
+                                        const double* values, Index joints, double* result) {
+    const Index last = count - 1;
+    Index after = 1;
+    for (Index i = 0; i < query_count; ++i, result += joints) {
+      const double query = queries[i];
+      if (last > 0 && !native::IsFinite(query)) {
+        std::fill_n(result, joints, std::numeric_limits<double>::quiet_NaN());
+        continue;
+      }
+      const bool before_all = last == 0 || query <= times[0];
+      if (before_all || query >= times[last]) {
+        const double* row = values + (before_all ? 0 : last) * joints;
+        ForEachJoint(joints, result, [=](auto at) VELMORA_ALWAYS_INLINE_LAMBDA { return at(row); });
+        continue;
+      }
+      after = UpperBoundNear(times, count, query, after);
+      const double w = (query - times[after - 1]) / (times[after] - times[after - 1]);
+      const double complement = 1.0 - w;
+      const double* to = values + after * joints;
+      const double* from = to - joints;
+      ForEachJoint(joints, result, [=](auto at) VELMORA_ALWAYS_INLINE_LAMBDA {
+        return native::BlendElement(complement, at(from), w, at(to));
+      });
+    }
   }
-}
+};
 
 // Written per query, so that a NaN is neither inside nor outside wherever it stands among the queries; the constructor
 // of the result rejects it.
@@ -51,9 +59,8 @@ bool AnyOutside(const Vector& queries, double first, double last) {
 
 Matrix InterpolateRowsLinear(const Vector& query_times, const Vector& sample_times, const Matrix& values) {
   Matrix result(query_times.size(), values.cols());
-  for (Eigen::Index i = 0; i < query_times.size(); ++i) {
-    InterpolateQuery(query_times[i], sample_times, values, result.data() + i * values.cols());
-  }
+  native::RunKernel<InterpolationKernel>(query_times.data(), query_times.size(), sample_times.data(),
+                                         sample_times.size(), values.data(), values.cols(), result.data());
   return result;
 }
 

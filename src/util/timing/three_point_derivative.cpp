@@ -1,70 +1,114 @@
 // Three-point differentiation on uneven sample times.
 #include "util/timing/three_point_derivative.hpp"
 
+#include <algorithm>
 #include <cmath>
+
+#include "native/cpu_dispatch.hpp"
+#include "native/row_lanes.hpp"
 
 namespace velmora::util::timing {
 namespace {
 
+using Eigen::Index;
+using native::Fma;
+using native::ForEachJoint;
+using native::kLanes;
+using native::Lanes;
+using native::Load;
+using native::Store;
+
+// Derivative weights of the parabola through three samples (Fornberg 1988), for one place or for four side by side.
+template <typename Value>
 struct Weights {
-  double earlier;
-  double middle;
-  double later;
+  Value earlier;
+  Value middle;
+  Value later;
 };
 
-// Derivative weights of the parabola through three samples (Fornberg 1988), at each of the three. `h0` and `h1` are the
-// two steps between them. The order of operations is part of the result's promise.
-Weights WeightsAtFirst(double h0, double h1) {
+// At each of the three samples, from the steps before and after the middle one. The order of operations is part of the
+// result's promise.
+VELMORA_ALWAYS_INLINE Weights<double> WeightsAtFirst(double h0, double h1) {
   return {-std::fma(2.0, h0, h1) / ((h1 + h0) * h0), (h1 + h0) / (h1 * h0), -h0 / ((h1 + h0) * h1)};
 }
 
-Weights WeightsAtMiddle(double hm, double hp) {
+template <typename Value>
+VELMORA_ALWAYS_INLINE Weights<Value> WeightsAtMiddle(const Value& hm, const Value& hp) {
   return {-hp / ((hm + hp) * hm), (hp - hm) / (hm * hp), hm / ((hm + hp) * hp)};
 }
 
-Weights WeightsAtLast(double b, double a) {
+VELMORA_ALWAYS_INLINE Weights<double> WeightsAtLast(double b, double a) {
   return {a / ((a + b) * b), -(a + b) / (a * b), std::fma(2.0, a, b) / ((a + b) * a)};
+}
+
+// At `count` samples in a row, the first of them at `t`, which has a neighbour on either side.
+VELMORA_ALWAYS_INLINE void WeightsAtMiddles(const double* t, Index count, double* earlier, double* middle,
+                                            double* later) {
+  Index k = 0;
+  for (; k + kLanes <= count; k += kLanes) {
+    const Lanes here = Load<Lanes>(t + k);
+    const auto w = WeightsAtMiddle<Lanes>(here - Load<Lanes>(t + k - 1), Load<Lanes>(t + k + 1) - here);
+    Store(w.earlier, earlier + k);
+    Store(w.middle, middle + k);
+    Store(w.later, later + k);
+  }
+  for (; k < count; ++k) {
+    const auto w = WeightsAtMiddle<double>(t[k] - t[k - 1], t[k + 1] - t[k]);
+    earlier[k] = w.earlier;
+    middle[k] = w.middle;
+    later[k] = w.later;
+  }
 }
 
 // Derivative row from the three rows that start at `rows`: the middle product first, then the earlier, then the later
 // term, so that every machine rounds alike.
-void CombineRows(const Weights& weights, const double* rows, Eigen::Index joints, double* result) {
+VELMORA_ALWAYS_INLINE void CombineRows(const Weights<double>& weights, const double* rows, Index joints,
+                                       double* result) {
   const double* earlier = rows;
   const double* middle = rows + joints;
-  const double* later = rows + 2 * joints;
-  for (Eigen::Index j = 0; j < joints; ++j) {
-    const double sum = std::fma(weights.earlier, earlier[j], weights.middle * middle[j]);
-    result[j] = std::fma(weights.later, later[j], sum);
-  }
+  const double* later = middle + joints;
+  const Weights<double> w = weights;
+  ForEachJoint(joints, result, [=](auto at) VELMORA_ALWAYS_INLINE_LAMBDA {
+    return Fma(w.later, at(later), Fma(w.earlier, at(earlier), w.middle * at(middle)));
+  });
 }
+
+// At least three samples.
+struct DerivativeKernel {
+  static VELMORA_ALWAYS_INLINE void Run(const double* x, const double* t, Index samples, Index joints, double* d) {
+    const Index last = samples - 1;
+    CombineRows(WeightsAtFirst(t[1] - t[0], t[2] - t[1]), x, joints, d);
+    // The weights of a stretch of samples are computed together: divisions side by side cost no more than one.
+    constexpr Index kStretch = 32;
+    double earlier[kStretch];
+    double middle[kStretch];
+    double later[kStretch];
+    for (Index begin = 1; begin < last; begin += kStretch) {
+      const Index count = std::min(kStretch, last - begin);
+      WeightsAtMiddles(t + begin, count, earlier, middle, later);
+      for (Index k = 0; k < count; ++k) {
+        const Index i = begin + k;
+        CombineRows({earlier[k], middle[k], later[k]}, x + (i - 1) * joints, joints, d + i * joints);
+      }
+    }
+    CombineRows(WeightsAtLast(t[last - 1] - t[last - 2], t[last] - t[last - 1]), x + (last - 2) * joints, joints,
+                d + last * joints);
+  }
+};
 
 }  // namespace
 
 Matrix ThreePointSampleDerivative(const Matrix& signal, const Vector& time) {
-  const Eigen::Index samples = signal.rows();
-  const Eigen::Index joints = signal.cols();
-  Matrix derivative = Matrix::Zero(samples, joints);
-  if (samples < 2) return derivative;
+  const Index samples = signal.rows();
+  if (samples < 2) return Matrix::Zero(samples, signal.cols());
 
+  Matrix derivative(samples, signal.cols());
   if (samples == 2) {
-    const double h = time[1] - time[0];
-    for (Eigen::Index j = 0; j < joints; ++j) {
-      derivative(0, j) = (signal(1, j) - signal(0, j)) / h;
-      derivative(1, j) = derivative(0, j);
-    }
-    return derivative;
+    derivative.row(0) = (signal.row(1) - signal.row(0)) / (time[1] - time[0]);
+    derivative.row(1) = derivative.row(0);
+  } else {
+    native::RunKernel<DerivativeKernel>(signal.data(), time.data(), samples, signal.cols(), derivative.data());
   }
-
-  const double* x = signal.data();
-  double* d = derivative.data();
-  const Eigen::Index last = samples - 1;
-  CombineRows(WeightsAtFirst(time[1] - time[0], time[2] - time[1]), x, joints, d);
-  for (Eigen::Index i = 1; i < last; ++i) {
-    CombineRows(WeightsAtMiddle(time[i] - time[i - 1], time[i + 1] - time[i]), x + (i - 1) * joints, joints,
-                d + i * joints);
-  }
-  CombineRows(WeightsAtLast(time[last - 1] - time[last - 2], time[last] - time[last - 1]), x + (last - 2) * joints,
-              joints, d + last * joints);
   return derivative;
 }
 

@@ -7,6 +7,7 @@
 #include <new>
 #include <utility>
 
+#include "native/cpu_dispatch.hpp"
 #include "native/finiteness.hpp"
 #include "native/throw_invalid_argument.hpp"
 
@@ -22,9 +23,15 @@ std::int64_t StepCount(double steps) {
 }
 
 // Entries from their index, never a running sum, each with a single rounding.
+struct ExactSpacingKernel {
+  static VELMORA_ALWAYS_INLINE void Run(double start_time_s, double sample_time_s, std::int64_t steps, double* grid) {
+    for (std::int64_t k = 0; k <= steps; ++k) grid[k] = std::fma(static_cast<double>(k), sample_time_s, start_time_s);
+  }
+};
+
 Vector ExactSpacingGrid(double start_time_s, double sample_time_s, std::int64_t steps) {
   Vector grid(steps + 1);
-  for (std::int64_t k = 0; k <= steps; ++k) grid[k] = std::fma(static_cast<double>(k), sample_time_s, start_time_s);
+  native::RunKernel<ExactSpacingKernel>(start_time_s, sample_time_s, steps, grid.data());
   return grid;
 }
 

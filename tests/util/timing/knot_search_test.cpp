@@ -18,14 +18,14 @@ using testing::Values;
 
 TEST(UpperBound, FindsTheFirstEntryStrictlyGreater) {
   const native::Vector times = Values({0.0, 1.0, 1.0, 2.0});
-  EXPECT_EQ(UpperBound(times, -kInfinity), 0);
-  EXPECT_EQ(UpperBound(times, -0.5), 0);
-  EXPECT_EQ(UpperBound(times, -0.0), 1);
-  EXPECT_EQ(UpperBound(times, 1.0), 3);
-  EXPECT_EQ(UpperBound(times, 2.0), 4);
-  EXPECT_EQ(UpperBound(times, kInfinity), 4);
-  EXPECT_EQ(UpperBound(times, kNan), 4) << "no entry is greater than NaN";
-  EXPECT_EQ(UpperBound(native::Vector(0), 1.0), 0);
+  EXPECT_EQ(UpperBound(times.data(), times.size(), -kInfinity), 0);
+  EXPECT_EQ(UpperBound(times.data(), times.size(), -0.5), 0);
+  EXPECT_EQ(UpperBound(times.data(), times.size(), -0.0), 1);
+  EXPECT_EQ(UpperBound(times.data(), times.size(), 1.0), 3);
+  EXPECT_EQ(UpperBound(times.data(), times.size(), 2.0), 4);
+  EXPECT_EQ(UpperBound(times.data(), times.size(), kInfinity), 4);
+  EXPECT_EQ(UpperBound(times.data(), times.size(), kNan), 4) << "no entry is greater than NaN";
+  EXPECT_EQ(UpperBound(nullptr, 0, 1.0), 0);
 }
 
 TEST(UpperBound, AgreesWithTheStandardLibrary) {
@@ -35,7 +35,8 @@ TEST(UpperBound, AgreesWithTheStandardLibrary) {
     for (double& time : times) time = static_cast<double>(random.Below(20));
     std::sort(times.begin(), times.end());
     const double t = static_cast<double>(random.Below(42)) / 2.0 - 0.5;
-    EXPECT_EQ(UpperBound(times, t), std::upper_bound(times.begin(), times.end(), t) - times.begin());
+    EXPECT_EQ(UpperBound(times.data(), times.size(), t),
+              std::upper_bound(times.begin(), times.end(), t) - times.begin());
   }
 }
 

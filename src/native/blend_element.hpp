@@ -1,0 +1,15 @@
+// The one rule by which two values are mixed.
+#pragma once
+
+#include "native/row_lanes.hpp"
+
+namespace velmora::native {
+
+/// `(1 - w) * from + w * to` with the complement `1 - w` given: one product rounded, the other fused, so that every
+/// machine rounds alike.
+template <typename Value>
+VELMORA_ALWAYS_INLINE Value BlendElement(double complement, const Value& from, double w, const Value& to) {
+  return Fma(complement, from, w * to);
+}
+
+}  // namespace velmora::native

@@ -1,0 +1,39 @@
+// The finiteness rule of arrays.
+#include "native/finiteness.hpp"
+
+#include "native/cpu_dispatch.hpp"
+#include "native/row_lanes.hpp"
+
+namespace velmora::native {
+namespace {
+
+using Eigen::Index;
+
+// `x - x` is zero for a finite x, else NaN, and a NaN stays in a sum: one comparison at the end gives the verdict on
+// all elements. Independent sums keep the additions from waiting for each other.
+struct AllFiniteKernel {
+  static VELMORA_ALWAYS_INLINE bool Run(const double* values, Index count) {
+    constexpr Index kSums = 4;
+    Lanes sums[kSums] = {};
+    Index k = 0;
+    for (; k + kSums * kLanes <= count; k += kSums * kLanes) {
+      for (Index l = 0; l < kSums; ++l) {
+        const Lanes x = Load<Lanes>(values + k + l * kLanes);
+        sums[l] += x - x;
+      }
+    }
+    double rest = 0.0;
+    for (; k < count; ++k) rest += values[k] - values[k];
+    const Lanes sum = (sums[0] + sums[1]) + (sums[2] + sums[3]);
+    rest += (sum[0] + sum[1]) + (sum[2] + sum[3]);
+    return rest == rest;
+  }
+};
+
+}  // namespace
+
+bool AllFinite(const Matrix& values) { return RunKernel<AllFiniteKernel>(values.data(), values.size()); }
+
+bool AllFinite(const Vector& values) { return RunKernel<AllFiniteKernel>(values.data(), values.size()); }
+
+}  // namespace velmora::native

@@ -1,0 +1,76 @@
+// Vectors of four doubles, and the loop over the joints of a row in such vectors.
+#pragma once
+
+#include <cmath>
+
+#include "native/cpu_dispatch.hpp"
+#include "velmora/native/array_types.hpp"
+
+namespace velmora::native {
+
+/// Four doubles in the vector extension of g++ and clang: every operation is done, and rounded, element by element, in
+/// the instructions of the processor that the calling function is compiled for.
+using Lanes = double __attribute__((vector_size(4 * sizeof(double))));
+constexpr Eigen::Index kLanes = 4;
+
+/// Two doubles, likewise.
+using Pair = double __attribute__((vector_size(2 * sizeof(double))));
+
+/// Value at `address`, or the four values from there on.
+template <typename Value>
+VELMORA_ALWAYS_INLINE Value Load(const double* address) {
+  Value value;
+  __builtin_memcpy(&value, address, sizeof value);
+  return value;
+}
+
+template <typename Value>
+VELMORA_ALWAYS_INLINE void Store(const Value& value, double* address) {
+  __builtin_memcpy(address, &value, sizeof value);
+}
+
+/// p * q + r with a single rounding.
+VELMORA_ALWAYS_INLINE double Fma(double p, double q, double r) { return std::fma(p, q, r); }
+
+VELMORA_ALWAYS_INLINE Lanes Fma(const Lanes& p, const Lanes& q, const Lanes& r) {
+  return Lanes{std::fma(p[0], q[0], r[0]), std::fma(p[1], q[1], r[1]), std::fma(p[2], q[2], r[2]),
+               std::fma(p[3], q[3], r[3])};
+}
+
+VELMORA_ALWAYS_INLINE Lanes Fma(double p, const Lanes& q, const Lanes& r) { return Fma(Lanes{p, p, p, p}, q, r); }
+
+VELMORA_ALWAYS_INLINE Lanes Sqrt(const Lanes& x) {
+  return Lanes{std::sqrt(x[0]), std::sqrt(x[1]), std::sqrt(x[2]), std::sqrt(x[3])};
+}
+
+/// Reads a row at the joint, or the four joints, that `ForEachJoint` is at.
+template <typename Value>
+struct RowReader {
+  Eigen::Index joint;
+
+  VELMORA_ALWAYS_INLINE Value operator()(const double* row) const { return Load<Value>(row + joint); }
+};
+
+/// `result[j] = element(at)` for every joint j, where `at(row)` reads `row[j]`. `element` may read `result` itself at
+/// j.
+///
+/// Rows of four joints or more are taken in vectors. Where the joints are no multiple of four the last vector overlaps
+/// the one before: it is computed first and stored last, so every element is computed from what was there before, and
+/// the overlap stores the same values twice. `element` is a lambda marked VELMORA_ALWAYS_INLINE_LAMBDA.
+template <typename Element>
+VELMORA_ALWAYS_INLINE void ForEachJoint(Eigen::Index joints, double* result, const Element& element) {
+  if (joints < kLanes) {
+    for (Eigen::Index j = 0; j < joints; ++j) result[j] = element(RowReader<double>{j});
+    return;
+  }
+  const Eigen::Index tail = joints - kLanes;
+  const Lanes tail_value = element(RowReader<Lanes>{tail});
+  if (joints <= 2 * kLanes) {  // the common number of joints, without a loop
+    Store(element(RowReader<Lanes>{0}), result);
+  } else {
+    for (Eigen::Index j = 0; j < tail; j += kLanes) Store(element(RowReader<Lanes>{j}), result + j);
+  }
+  Store(tail_value, result + tail);
+}
+
+}  // namespace velmora::native
