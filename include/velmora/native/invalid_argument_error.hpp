@@ -20,14 +20,14 @@ class VELMORA_EXPORT InvalidArgumentError : public Error {
   /// Takes over its arguments.
   /// @param message text returned by `what()`
   /// @param argument_name name of the offending parameter as the message writes it, or `std::nullopt`
-  VELMORA_EXPORT InvalidArgumentError(std::string message, std::optional<std::string> argument_name)
+  VELMORA_EXPORT_INLINE InvalidArgumentError(std::string message, std::optional<std::string> argument_name)
       : Error(static_cast<ErrorCode>(0), std::move(message), std::move(argument_name), std::nullopt) {}
 
   InvalidArgumentError(const InvalidArgumentError&) = default;             ///< Copies all fields.
   InvalidArgumentError(InvalidArgumentError&&) = default;                  ///< Moves all fields.
   InvalidArgumentError& operator=(const InvalidArgumentError&) = default;  ///< Copies all fields. @return this object
   InvalidArgumentError& operator=(InvalidArgumentError&&) = default;       ///< Moves all fields. @return this object
-  VELMORA_EXPORT ~InvalidArgumentError() override = default;
+  VELMORA_EXPORT_INLINE ~InvalidArgumentError() override = default;
 };
 
 }  // namespace velmora::native

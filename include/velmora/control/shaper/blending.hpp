@@ -15,7 +15,8 @@ using native::Vector;
 ///
 /// `w * shaped` is rounded, then fused with `(1 - w) * raw` in one multiply-add. The weight is not checked or clamped:
 /// outside [0, 1] it extrapolates, NaN gives NaN, and a weight of 0 or 1 still multiplies the other array by zero.
-/// Validate it first with `ValidateVibrationShapingWeight`.
+/// Validate it first with `ValidateVibrationShapingWeight`. Under a weight that changes with time, blended velocities
+/// are not the derivative of blended positions: the term "rate of the weight times (shaped - raw)" is theirs to add.
 /// @param raw N x J
 /// @param shaped N x J
 /// @param weight share of the shaped array: one value, or one per sample (length N)

@@ -21,8 +21,8 @@ enum class ResamplingMethod : int {
 ///
 /// | mode | entries | last entry |
 /// |---|---|---|
-/// | append endpoint | t0 + k dt up to t1, then t1 | t1 exactly; the last step may be shorter than dt |
-/// | trim | t0 + k dt up to t1 | at most one dt before t1 |
+/// | append endpoint | t0 + k dt up to t1, then t1 | t1 exactly; the last step differs from dt |
+/// | trim | t0 + k dt up to t1 | at most one dt before t1; it may pass t1 by a rounding |
 /// | adjust dt | D cut into round(D / dt) >= 1 equal steps, ties to even | t1 up to rounding |
 /// | extend endpoint | t0 + k dt until t1 is reached | t1 or less than one dt after it |
 ///
@@ -74,8 +74,8 @@ VELMORA_EXPORT ResamplingTimeGridMode ParseResamplingTimeGridMode(std::string_vi
 ///   "JointTrajectory.positions must contain only finite values.", or, where the trajectory has one sample or no
 ///   joints, with "JointTrajectory.time must contain only finite values."
 ///
-/// Complexity: O(Q (J + log N)) for Q queries. Thread safety: pure, but with `include_derivatives` it may fill the
-/// caches of `trajectory` (see `JointTrajectory`).
+/// Complexity: O(Q J) for Q queries, and O(log N) more for a query not in or right after the step of the one before.
+/// Thread safety: pure, but with `include_derivatives` it may fill the caches of `trajectory` (see `JointTrajectory`).
 VELMORA_EXPORT JointTrajectory SampleTrajectoryAtTimes(const JointTrajectory& trajectory, const Vector& query_time_s,
                                                        bool include_derivatives);
 
@@ -112,8 +112,9 @@ VELMORA_EXPORT JointTrajectory SampleTrajectoryAtTimes(const JointTrajectory& tr
 ///   spacing below the resolution of the times repeats grid entries
 /// @throws std::bad_alloc where memory runs out, and for a grid too long to be counted
 ///
-/// Complexity: linear O(G (J + log N)) for G grid entries; cubic O(N^3 + N^2 J) for the dense solve on top, with
-/// 16 N^2 bytes of working memory. Thread safety: pure.
+/// Complexity: O((N + G) J) for G grid entries, and O(log N) more for an entry that does not lie in or right after the
+/// step of the one before. The cubic path solves its system in O(N J) to the bits of a dense LU solve; times so extreme
+/// that the reciprocal of a pivot overflows take the dense solve itself, O(N^3) with 16 N^2 bytes. Thread safety: pure.
 /// Source of the method: C. de Boor, "A Practical Guide to Splines", chapter IV (not-a-knot end conditions).
 VELMORA_EXPORT JointTrajectory ResampleTrajectory(const JointTrajectory& trajectory, double sample_time_s,
                                                   ResamplingMethod method, ResamplingTimeGridMode grid_mode,
