@@ -108,7 +108,8 @@ native::Vector RandomVector(SplitMix64& random, std::size_t size, ValueFamily fa
 
 native::Vector RandomTimes(SplitMix64& random, std::size_t size, TimeFamily family) {
   native::Vector times(static_cast<Eigen::Index>(size));
-  const double scale = std::ldexp(0.5 + random.Unit(), Exponent(random, -12, 3));
+  const double mantissa = 0.5 + random.Unit();  // drawn apart: the order of evaluation of arguments is not fixed
+  const double scale = std::ldexp(mantissa, Exponent(random, -12, 3));
   const double growth = 1.0 + 0.5 * random.Unit();
   double time = Start(random, family, scale);
   double grown = scale;

@@ -10,7 +10,8 @@ namespace velmora::testing {
 double RandomSampleTime(SplitMix64& random, double span_s) {
   constexpr double kAffordable = 2000.0;
   constexpr double kHopeless = 70368744177664.0;  // 2^46 steps
-  double sample_time_s = span_s / (static_cast<double>(1 + random.Below(60)) * (0.5 + random.Unit()));
+  const auto whole_steps = static_cast<double>(1 + random.Below(60));  // drawn apart, so that the order is fixed
+  double sample_time_s = span_s / (whole_steps * (0.5 + random.Unit()));
   const std::size_t kind = random.Below(16);
   if (kind == 0) {
     const std::array<double, 8> special = {0.0, -0.0, -1.0, kNan, kInfinity, -kInfinity, kSmallest, kLargest};

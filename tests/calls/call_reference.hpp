@@ -1,0 +1,12 @@
+// Makes a call in the reference.
+#pragma once
+
+#include "calls/call.hpp"
+#include "calls/result.hpp"
+
+namespace velmora::testing {
+
+/// What `CallLibrary` has to give.
+Result CallReference(const Call& call);
+
+}  // namespace velmora::testing

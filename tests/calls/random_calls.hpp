@@ -1,0 +1,22 @@
+// Random calls of every exported routine, by family; the same on every machine and with every compiler.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+#include <vector>
+
+#include "calls/call.hpp"
+#include "support/generator.hpp"
+
+namespace velmora::testing {
+
+struct CallFamily {
+  std::string_view name;  ///< `routine/what is special about the arguments`
+  Call (*make)(SplitMix64& random);
+};
+
+/// In a fixed order. The families whose name starts with `resample_cubic/dense` take their result from the dense solve
+/// of the spline's system, whose last bits depend on the instruction set that it was compiled for.
+const std::vector<CallFamily>& CallFamilies();
+
+}  // namespace velmora::testing

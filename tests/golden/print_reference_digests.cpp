@@ -1,0 +1,7 @@
+// Prints the digests of the golden corpus as the reference gives them.
+#include <iostream>
+
+#include "calls/call_reference.hpp"
+#include "golden/corpus.hpp"
+
+int main() { velmora::testing::PrintDigests(std::cout, velmora::testing::CallReference); }
