@@ -68,7 +68,7 @@ void Digest::Add(std::uint64_t word) {
   }
 }
 
-void Digest::Add(double value) { Add(BitsOf(value)); }
+void Digest::Add(double value) { Add(BitsOf(zeros_ == Zeros::alike && value == 0.0 ? 0.0 : value)); }
 
 void Digest::Add(const std::string& text) {
   Add(static_cast<std::uint64_t>(text.size()));

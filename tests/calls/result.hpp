@@ -28,6 +28,12 @@ std::string DescribeDifference(const Result& expected, const Result& actual);
 /// Hash Algorithm", IETF draft).
 class Digest {
  public:
+  enum class Zeros { signed_zeros, alike };
+
+  Digest() = default;
+  /// Zeros that are alike are for machines that get their sign wrong.
+  explicit Digest(Zeros zeros) : zeros_(zeros) {}
+
   void Add(std::uint64_t word);
   /// All NaNs count as one.
   void Add(double value);
@@ -37,6 +43,7 @@ class Digest {
   std::uint64_t value() const { return value_; }
 
  private:
+  Zeros zeros_ = Zeros::signed_zeros;
   std::uint64_t value_ = 0xcbf29ce484222325U;
 };
 

@@ -17,6 +17,6 @@ constexpr std::size_t kCasesPerFamily = 300;
 Call GoldenCall(std::size_t family, std::size_t index);
 
 /// One line per family: name, number of calls, digest of the results in hexadecimal.
-void PrintDigests(std::ostream& output, Result (*make_call)(const Call&));
+void PrintDigests(std::ostream& output, Result (*make_call)(const Call&), Digest::Zeros zeros);
 
 }  // namespace velmora::testing

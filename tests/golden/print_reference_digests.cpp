@@ -4,4 +4,7 @@
 #include "calls/call_reference.hpp"
 #include "golden/corpus.hpp"
 
-int main() { velmora::testing::PrintDigests(std::cout, velmora::testing::CallReference); }
+int main() {
+  using namespace velmora::testing;
+  PrintDigests(std::cout, CallReference, Digest::Zeros::signed_zeros);
+}

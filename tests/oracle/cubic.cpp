@@ -72,6 +72,7 @@ KnotSystem AssembleKnotSystem(const std::vector<double>& h, const Table& y) {
 }
 
 Table SolveKnotSecondDerivatives(const std::vector<double>& h, const Table& y) {
+  if (y.cols == 0) return y;  // the solve would form a reference to the first of no elements
   const KnotSystem system = AssembleKnotSystem(h, y);
   const Eigen::PartialPivLU<DenseMatrix> factorisation(ToDense(system.matrix));
   const DenseMatrix solution = factorisation.solve(ToDense(system.right_hand_side));
