@@ -2,6 +2,7 @@
 // full.
 #include <gtest/gtest.h>
 
+#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
@@ -60,7 +61,7 @@ std::vector<Matrix> UseEverything(const JointTrajectory& shared, const native::S
 }
 
 TEST(Concurrency, OfConstUseGivesTheSerialResults) {
-  constexpr int kThreads = 4;
+  constexpr int kThreads = 8;
   constexpr int kRounds = 8;
   testing::SplitMix64 random(9000);
   const Matrix positions = RandomMatrix(random, 40, 5, testing::ValueFamily::moderate);
@@ -83,6 +84,30 @@ TEST(Concurrency, OfConstUseGivesTheSerialResults) {
     ASSERT_EQ(results.size(), serial.size());
     for (std::size_t k = 0; k < serial.size(); ++k) EXPECT_TRUE(testing::SameBits(serial[k], results[k])) << k;
   }
+}
+
+// The first call of an accessor writes a cache without a lock: callers that share an object whose caches are empty
+// guard such calls themselves, as here, or make them before they share it, as above.
+TEST(Concurrency, OfFirstAccessorCallsIsGuardedByTheCaller) {
+  testing::SplitMix64 random(9001);
+  const Matrix positions = RandomMatrix(random, 40, 5, testing::ValueFamily::moderate);
+  const auto make = [&] {
+    return JointTrajectory(positions, std::nullopt, std::nullopt, std::nullopt, 0.1, std::nullopt);
+  };
+  const Matrix serial = make().jerks();
+
+  const JointTrajectory shared = make();
+  std::mutex guard;
+  std::vector<Matrix> jerks(8);
+  std::vector<std::thread> threads;
+  for (Matrix& result : jerks) {
+    threads.emplace_back([&] {
+      const std::lock_guard<std::mutex> lock(guard);
+      result = shared.jerks();
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  for (const Matrix& result : jerks) EXPECT_TRUE(testing::SameBits(serial, result));
 }
 
 }  // namespace
