@@ -1,0 +1,33 @@
+// Linear resampling onto four grid entries per sample beside a plain Eigen loop.
+#include "agreement.hpp"
+#include "contender.hpp"
+#include "peers/eigen_expressions.hpp"
+#include "velmora/util/timing/resampling.hpp"
+
+namespace velmora::benchmarks {
+namespace {
+
+using namespace util::timing;
+
+JointTrajectory Resample(const Recording& r) {
+  return ResampleTrajectory(r.trajectory, r.grid_spacing_s, ResamplingMethod::linear,
+                            ResamplingTimeGridMode::exact_duration_adjust_dt, false);
+}
+
+Matrix ResampleByEigen(const Recording& r) {
+  return peers::ResampleLinear(r.trajectory.time, r.trajectory.positions, r.grid_entries);
+}
+
+}  // namespace
+
+void AddLinearResampling() {
+  AddContender("linear", "library", kLargestResampled, Resample);
+  AddContender("linear", "eigen", kLargestResampled, ResampleByEigen);
+}
+
+void CheckLinearResampling() {
+  const Recording r(1000, 7);
+  RequireAgreement("linear/eigen", Resample(r).positions, ResampleByEigen(r));
+}
+
+}  // namespace velmora::benchmarks

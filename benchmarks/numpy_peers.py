@@ -1,0 +1,82 @@
+# Times numpy and scipy on the jobs of the benchmark program, or checks that their results agree with the library's.
+"""
+numpy_peers.py --check < RESULTS       RESULTS as `velmora_benchmarks --check` prints them
+numpy_peers.py JOB SAMPLES JOINTS ROUNDS
+"""
+import json
+import sys
+import time
+
+import numpy as np
+from scipy.interpolate import CubicSpline
+
+ROUND_NS = 5_000_000
+
+
+def derivative(times, positions):
+    return np.gradient(positions, times, axis=0, edge_order=2)
+
+
+def grid(times):
+    return np.linspace(times[0], times[-1], 4 * len(times))
+
+
+def linear(times, positions):
+    queries = grid(times)
+    result = np.empty((len(queries), positions.shape[1]))
+    for joint in range(positions.shape[1]):
+        result[:, joint] = np.interp(queries, times, positions[:, joint])
+    return result
+
+
+def cubic(times, positions):
+    queries = grid(times)
+    spline = CubicSpline(times, positions)
+    return spline(queries), spline(queries, 1), spline(queries, 2)
+
+
+JOBS = {"derivative": ("numpy", derivative), "linear": ("numpy", linear), "cubic": ("scipy", cubic)}
+
+
+def recording(samples, joints):
+    times = (np.arange(samples) + np.random.default_rng(20020726).uniform(-0.3, 0.3, samples)) * 0.004
+    rates = 1.0 + 0.1 * np.arange(joints)
+    return times, np.sin(times[:, None] * rates) + 0.02 * np.sin(40.0 * times)[:, None]
+
+
+def timed_round(job, arguments, calls):
+    start = time.process_time_ns()
+    for _ in range(calls):
+        job(*arguments)
+    return (time.process_time_ns() - start) / calls
+
+
+def measure(name, samples, joints, rounds):
+    peer, job = JOBS[name]
+    arguments = recording(samples, joints)
+    timed_round(job, arguments, 1)
+    calls = max(1, round(ROUND_NS / timed_round(job, arguments, 1)))
+    run_name = f"{name}/{peer}/{samples}/{joints}"
+    entries = [
+        {"run_name": run_name, "run_type": "iteration", "cpu_time": timed_round(job, arguments, calls)}
+        for _ in range(rounds)
+    ]
+    return {"benchmarks": entries}
+
+
+def check(results):
+    times, positions = np.array(results["time"]), np.array(results["positions"])
+    for name, (_, job) in JOBS.items():
+        ours, theirs = np.array(results[name]), np.array(job(times, positions))
+        for part_ours, part_theirs in zip(*((x if x.ndim == 3 else x[None]) for x in (ours, theirs))):
+            difference = np.abs(part_ours - part_theirs).max()
+            if not difference <= 1e-9 * np.abs(part_ours).max():
+                sys.exit(f"numpy_peers: {name}: results differ by up to {difference:.3g}")
+
+
+if __name__ == "__main__":
+    if sys.argv[1] == "--check":
+        check(json.load(sys.stdin))
+    else:
+        job_name, *numbers = sys.argv[1:]
+        json.dump(measure(job_name, *map(int, numbers)), sys.stdout)

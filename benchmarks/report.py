@@ -1,0 +1,175 @@
+# Turns the kept JSON of a benchmark run into the Markdown table of ratios.
+import collections
+import statistics
+
+JOBS = {
+    "cubic": "cubic resampling",
+    "linear": "linear resampling",
+    "blend_scalar": "blend, scalar weight",
+    "blend_rows": "blend, weight per row",
+    "derivative": "three-point derivative",
+    "first_difference": "forward difference",
+    "path_coordinate": "path coordinate",
+}
+PEERS = {
+    ("cubic", "scipy"): "scipy `CubicSpline` and three evaluations",
+    ("cubic", "gsl"): "GSL cspline per joint (natural ends)",
+    ("cubic", "alglib"): "ALGLIB per joint, `spline1ddiff` per entry",
+    ("cubic", "alglib_grid"): "ALGLIB per joint, `spline1dconvdiff2cubic`",
+    ("cubic", "boost_makima"): "Boost.Math `makima` per joint (no accelerations)",
+    ("cubic", "dense"): "dense `PartialPivLU`",
+    ("linear", "eigen"): "plain Eigen loop",
+    ("linear", "numpy"): "`numpy.interp` per joint",
+    ("blend_scalar", "eigen"): "plain Eigen expression (rounds otherwise)",
+    ("blend_scalar", "libm_fma"): "loop with libm `fma`",
+    ("blend_rows", "eigen"): "plain Eigen loop",
+    ("derivative", "eigen"): "plain Eigen loop",
+    ("derivative", "numpy"): "`numpy.gradient(edge_order=2)`",
+    ("first_difference", "eigen"): "plain Eigen loop",
+    ("path_coordinate", "eigen"): "Eigen `norm()` per row",
+}
+LIMITS = {
+    ("blend_scalar", "sum"): "`a + b`",
+    ("blend_scalar", "memcpy"): "`memcpy`",
+    ("blend_rows", "sum"): "`a + b`",
+    ("derivative", "memcpy"): "`memcpy`",
+    ("first_difference", "memcpy"): "`memcpy`",
+}
+DENSE_SAMPLES = 5_000
+
+# For 7 joints in the warm regime, by number of samples: at least so many times faster than the peer, and at most so
+# many times the cost of the limit.
+GOALS = {
+    ("cubic", "scipy"): {100: 40, 1_000: 22, 10_000: 12, 100_000: 6},
+    ("cubic", "gsl"): {100: 10, 1_000: 11, 10_000: 7, 100_000: 4.5},
+    ("cubic", "alglib"): {100: 12, 1_000: 12, 10_000: 10, 100_000: 7.5},
+    ("cubic", "dense"): {100: 20, 1_000: 900, DENSE_SAMPLES: 12_000},
+    ("linear", "eigen"): {100: 2.5, 1_000: 6.5, 10_000: 5.5, 100_000: 3.3},
+    ("linear", "numpy"): {100: 15, 1_000: 11, 10_000: 14, 100_000: 9},
+    ("blend_scalar", "eigen"): {100: 1.2, 1_000: 0.95, 10_000: 0.95, 100_000: 0.95},
+    ("blend_scalar", "libm_fma"): {100: 3.3, 1_000: 2.5, 10_000: 2.2, 100_000: 1.2},
+    ("blend_rows", "eigen"): {100: 1.9, 1_000: 1.5, 10_000: 1.25, 100_000: 1.15},
+    ("derivative", "eigen"): {100: 2.5, 1_000: 3, 10_000: 3, 100_000: 1.8},
+    ("derivative", "numpy"): {100: 100, 1_000: 30, 10_000: 20, 100_000: 11},
+    ("path_coordinate", "eigen"): {100: 1.25, 1_000: 1.25, 10_000: 1.25, 100_000: 1.15},
+}
+LIMIT_GOALS = {
+    ("blend_scalar", "sum"): {1_000: 1.15, 10_000: 1.15, 100_000: 1.15, 1_000_000: 1.15},
+    ("derivative", "memcpy"): {1_000: 2.1, 10_000: 2.1, 100_000: 1.2, 1_000_000: 1.2},
+}
+
+
+def number(ratio):
+    return f"{ratio:.2f}" if ratio < 10 else f"{ratio:.1f}" if ratio < 100 else f"{ratio:,.0f}"
+
+
+def duration(nanoseconds):
+    for unit in ("ns", "us", "ms"):
+        if nanoseconds < 1000:
+            return f"{nanoseconds:.3g} {unit}"
+        nanoseconds /= 1000
+    return f"{nanoseconds:.3g} s"
+
+
+def medians(entries):
+    """{(job, contender, samples, joints): median processor time in ns}"""
+    rounds = collections.defaultdict(list)
+    for entry in entries:
+        if entry["run_type"] == "iteration":
+            job, contender, samples, joints = entry["run_name"].split("/")
+            rounds[job, contender, int(samples), int(joints)].append(entry["cpu_time"])
+    return {name: statistics.median(times) for name, times in rounds.items()}
+
+
+def table(head, rows):
+    """A Markdown table; a job that is repeated is named once."""
+    lines = ["| " + " | ".join(head) + " |", "|" + "".join("---:|" if name[0].isdigit() else "---|" for name in head)]
+    job = None
+    for row in rows:
+        lines.append("| " + " | ".join(["" if row[0] == job else row[0], *row[1:]]) + " |")
+        job = row[0]
+    return lines
+
+
+class Ratios:
+    """The tables of one regime and number of joints; goals apply where they are given, and misses are collected."""
+
+    def __init__(self, times, joints, with_goals):
+        self.times, self.joints, self.with_goals, self.missed = times, joints, with_goals, []
+        measured = {samples for job, _, samples, j in times if j == joints and job in JOBS}
+        self.samples = sorted(measured - {DENSE_SAMPLES})
+
+    def cell(self, job, peer, samples, goals, limit):
+        ours, theirs = (self.times.get((job, name, samples, self.joints)) for name in ("library", peer))
+        if ours is None or theirs is None:
+            return ""
+        ratio = ours / theirs if limit else theirs / ours
+        text = number(ratio)
+        goal = goals.get(samples) if self.with_goals else None
+        if goal is None:
+            return text
+        if ratio > goal if limit else ratio < goal:
+            where = (LIMITS if limit else PEERS)[job, peer]
+            self.missed.append(f"{JOBS[job]}, {where}, {samples:,} samples: {text} for a goal of {goal:g}")
+            text = f"**{text}**"
+        return f"{text} ({goal:,g})"
+
+    def rows(self, names, all_goals, limit):
+        for (job, peer), label in names.items():
+            goals = all_goals.get((job, peer), {})
+            cells = [self.cell(job, peer, samples, goals, limit) for samples in self.samples]
+            if peer == "dense" and (dense := self.cell(job, peer, DENSE_SAMPLES, goals, limit)):
+                cells[self.samples.index(10_000)] = f"at {DENSE_SAMPLES:,}: {dense}"
+            if any(cells):
+                yield [JOBS[job], label, *cells]
+
+    def markdown(self):
+        columns = [f"{samples:,}" for samples in self.samples]
+        lines = table(["job", "times faster than", *columns], self.rows(PEERS, GOALS, False))
+        return lines + ["", *table(["job", "cost relative to", *columns], self.rows(LIMITS, LIMIT_GOALS, True))]
+
+    def own_times(self):
+        rows = []
+        for job, label in JOBS.items():
+            times = [self.times.get((job, "library", samples, self.joints)) for samples in self.samples]
+            rows.append([label, *("" if time is None else duration(time) for time in times)])
+        return table(["job", *(f"{samples:,}" for samples in self.samples)], rows)
+
+
+def long_recording(entries):
+    runs = [e for e in entries if e["run_name"].startswith("cubic_long/") and e["run_type"] == "iteration"]
+    if not runs:
+        return []
+    seconds = statistics.median(run["cpu_time"] for run in runs) / 1e9
+    memory = max(run["peak_memory_mb"] for run in runs)
+    return ["", f"Cubic resampling of 1,000,000 samples of 7 joints onto as many grid points: {seconds:.2f} s (goal: less "
+            f"than 2 s), and {memory:,.0f} MB at the peak of the whole process (goal: less than 1,000 MB)."]
+
+
+def markdown(run):
+    machine = run["machine"]
+    warm = medians(run["entries"]["warm"])
+    cold = medians(run["entries"]["cold"])
+    goals = Ratios(warm, 7, True)
+    lines = [
+        f"`{run['command']}` on {machine['date']}: {machine['cpu']}, {machine['cores']} cores (one used), "
+        f"{machine['compiler']}, Release build. Columns are numbers of samples.",
+        "", "### 7 joints, warm", "",
+        "In parentheses the goal; bold where it is not reached.", "", *goals.markdown(),
+        "", "Not reached in this run:" if goals.missed else "Every goal is reached in this run.",
+        *([""] if goals.missed else []), *(f"- {miss}" for miss in goals.missed),
+        *long_recording(run["entries"]["warm"]),
+        "", "The library's own time per call:", "", *goals.own_times(),
+    ]
+    for regime, times, joints in (("cold", cold, 7), ("warm", warm, 1), ("warm", warm, 32)):
+        if any(j == joints for _, _, _, j in times):
+            heading = f"### {joints} joint{'s' if joints > 1 else ''}, {regime}"
+            lines += ["", heading, "", *Ratios(times, joints, False).markdown()]
+    return "\n".join(lines) + "\n"
+
+
+def write_between_markers(path, text):
+    begin, end = "<!-- benchmark: begin -->\n", "<!-- benchmark: end -->\n"
+    before, rest = path.read_text().split(begin)
+    _, after = rest.split(end)
+    path.write_text(f"{before}{begin}\n{text}\n{end}{after}")

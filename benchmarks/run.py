@@ -1,0 +1,117 @@
+# Runs the benchmark program and its peers in other processes, keeps their JSON, and prints the table of ratios.
+import argparse
+import json
+import os
+import pathlib
+import platform
+import subprocess
+import sys
+import time
+
+import report
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+BUILD = ROOT / "build/benchmark"
+PROGRAM = BUILD / "benchmarks/velmora_benchmarks"
+NUMPY_PEERS = ROOT / "benchmarks/numpy_peers.py"
+
+ROUND_S = 0.005
+RESAMPLING = ("linear", "cubic")
+JOBS = ("cubic", "linear", "blend_scalar", "blend_rows", "derivative", "first_difference", "path_coordinate")
+NUMPY_JOBS = ("cubic", "linear", "derivative")
+SAMPLES = (100, 1_000, 10_000, 100_000, 1_000_000)
+
+# The states of glibc's allocator. Warm is where freeing one block of 32 MiB leaves it: results of up to that size reuse
+# pages. Cold is where it starts, held there: every larger result is mapped anew and faults page by page.
+ALLOCATOR = {
+    "warm": "glibc.malloc.mmap_threshold=33554432:glibc.malloc.trim_threshold=67108864",
+    "cold": "glibc.malloc.mmap_threshold=131072:glibc.malloc.trim_threshold=131072",
+}
+
+
+def shapes(job, regime, quick):
+    """The (samples, joints) of a job; the largest are left out where a run would take minutes."""
+    largest = {7: 100_000 if job in RESAMPLING else 1_000_000, 1: 10_000 if job in RESAMPLING else 100_000}
+    largest[32] = largest[1]
+    if quick:
+        largest = {7: 10_000}
+    if regime == "cold":
+        largest = {7: largest[7]}
+    return [(samples, joints) for joints in largest for samples in SAMPLES if samples <= largest[joints]]
+
+
+def plan(quick):
+    """Steps of (regime, filter of names, rounds, job and shape for the numpy peers or None)."""
+    rounds = 5 if quick else 15
+    for regime in ("warm",) if quick else ("warm", "cold"):
+        for job in JOBS:
+            for samples, joints in shapes(job, regime, quick):
+                numpy_peer = [job, samples, joints] if job in NUMPY_JOBS else None
+                yield regime, f"^{job}/.*/{samples}/{joints}$", rounds, numpy_peer
+    if not quick:
+        yield "warm", "^cubic/(library|dense)/5000/7$", 3, None  # a dense solve of that size takes seconds
+        yield "warm", "^cubic_long/", 3, None
+
+
+def execute(command, regime):
+    environment = dict(os.environ, GLIBC_TUNABLES=ALLOCATOR[regime], OPENBLAS_NUM_THREADS="1")
+    return subprocess.run(list(map(str, command)), env=environment, check=True, stdout=subprocess.PIPE, text=True).stdout
+
+
+def time_numpy(peer, rounds, regime):
+    if peer is None:
+        return []
+    return json.loads(execute([sys.executable, NUMPY_PEERS, *peer, rounds], regime))["benchmarks"]
+
+
+def check_agreement():
+    results = subprocess.run([PROGRAM, "--check"], check=True, stdout=subprocess.PIPE).stdout
+    subprocess.run([sys.executable, NUMPY_PEERS, "--check"], input=results, check=True)
+
+
+def cpu_model():
+    for line in pathlib.Path("/proc/cpuinfo").read_text().splitlines():
+        if line.startswith("model name"):
+            return line.split(":", 1)[1].strip()
+    return platform.machine()
+
+
+def run(quick):
+    """All rounds of all steps, as {regime: entries of Google Benchmark's JSON}."""
+    core = max(os.sched_getaffinity(0))
+    os.sched_setaffinity(0, {core})  # inherited: the peers run where the library runs
+    check_agreement()
+    entries = {regime: [] for regime in ALLOCATOR}
+    compiler = ""
+    for regime, names, rounds, numpy_peer in plan(quick):
+        print(f"benchmark: {regime} {names}", file=sys.stderr, flush=True)
+        entries[regime] += time_numpy(numpy_peer, (rounds + 1) // 2, regime)
+        timed = json.loads(execute([
+            PROGRAM, f"--benchmark_filter={names}", f"--benchmark_repetitions={rounds}",
+            f"--benchmark_min_time={ROUND_S}", "--benchmark_enable_random_interleaving=true",
+            "--benchmark_format=json",
+        ], regime))
+        compiler = timed["context"]["compiler"]
+        entries[regime] += timed["benchmarks"]
+        entries[regime] += time_numpy(numpy_peer, (rounds + 1) // 2, regime)
+    machine = {"cpu": cpu_model(), "cores": os.cpu_count(), "compiler": compiler, "date": time.strftime("%Y-%m-%d")}
+    return {"machine": machine, "command": "./scripts/benchmark" + (" --quick" if quick else ""), "entries": entries}
+
+
+def main():
+    parser = argparse.ArgumentParser(description="Times the library beside its peers and prints a table of ratios.")
+    parser.add_argument("--quick", action="store_true", help="fewer rounds and shapes: a first look within a minute")
+    parser.add_argument("--write", action="store_true", help="put the table into docs/performance.md as well")
+    parser.add_argument("--report", action="store_true", help="time nothing: print the table of the last run again")
+    options = parser.parse_args()
+
+    kept = BUILD / ("quick.json" if options.quick else "results.json")
+    if not options.report:
+        kept.write_text(json.dumps(run(options.quick)))
+    table = report.markdown(json.loads(kept.read_text()))
+    print(table)
+    if options.write:
+        report.write_between_markers(ROOT / "docs/performance.md", table)
+
+
+main()
