@@ -16,7 +16,7 @@ constexpr Eigen::Index kLargestDense = 5000;  // the matrix and its factors take
 
 JointTrajectory Resample(const Recording& r, double grid_spacing_s) {
   return ResampleTrajectory(r.trajectory, grid_spacing_s, ResamplingMethod::cubic,
-                            ResamplingTimeGridMode::exact_duration_adjust_dt, true);
+                            ResamplingTimeGridMode::exact_dt_append_endpoint, true);
 }
 
 void AddPeer(const std::string& contender, Eigen::Index largest, peers::SplineResampling resample) {

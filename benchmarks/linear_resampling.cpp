@@ -11,7 +11,7 @@ using namespace util::timing;
 
 JointTrajectory Resample(const Recording& r) {
   return ResampleTrajectory(r.trajectory, r.grid_spacing_s, ResamplingMethod::linear,
-                            ResamplingTimeGridMode::exact_duration_adjust_dt, false);
+                            ResamplingTimeGridMode::exact_dt_append_endpoint, false);
 }
 
 Matrix ResampleByEigen(const Recording& r) {

@@ -23,7 +23,7 @@ std::string Json(const Matrix& values) {
 }
 
 JointTrajectory Resample(const Recording& r, ResamplingMethod method) {
-  return ResampleTrajectory(r.trajectory, r.grid_spacing_s, method, ResamplingTimeGridMode::exact_duration_adjust_dt,
+  return ResampleTrajectory(r.trajectory, r.grid_spacing_s, method, ResamplingTimeGridMode::exact_dt_append_endpoint,
                             true);
 }
 
