@@ -18,16 +18,22 @@ Matrix ResampleByEigen(const Recording& r) {
   return peers::ResampleLinear(r.trajectory.time, r.trajectory.positions, r.grid_entries);
 }
 
+Matrix ResampleByCheckedEigen(const Recording& r) {
+  return peers::ResampleLinearChecked(r.trajectory.time, r.trajectory.positions, r.grid_entries);
+}
+
 }  // namespace
 
 void AddLinearResampling() {
   AddContender("linear", "library", kLargestResampled, Resample);
   AddContender("linear", "eigen", kLargestResampled, ResampleByEigen);
+  AddContender("linear", "eigen_checked", kLargestResampled, ResampleByCheckedEigen);
 }
 
 void CheckLinearResampling() {
   const Recording r(1000, 7);
   RequireAgreement("linear/eigen", Resample(r).positions, ResampleByEigen(r));
+  RequireAgreement("linear/eigen_checked", Resample(r).positions, ResampleByCheckedEigen(r));
 }
 
 }  // namespace velmora::benchmarks

@@ -30,7 +30,7 @@ JointTrajectory Resample(const Recording& r, ResamplingMethod method) {
 }  // namespace
 
 void PrintResults() {
-  const Recording r(200, 3);
+  const Recording r(200, 7);
   const Vector& time = r.trajectory.time;
   const Matrix& positions = r.trajectory.positions;
   const JointTrajectory cubic = Resample(r, ResamplingMethod::cubic);

@@ -21,10 +21,10 @@ JOBS = ("cubic", "linear", "blend_scalar", "blend_rows", "derivative", "first_di
 NUMPY_JOBS = ("cubic", "linear", "derivative")
 SAMPLES = (100, 1_000, 10_000, 100_000, 1_000_000)
 
-# The states of glibc's allocator. Warm is where freeing one block of 32 MiB leaves it: results of up to that size reuse
-# pages. Cold is where it starts, held there: every larger result is mapped anew and faults page by page.
+# The states of glibc's allocator. Warm: freed blocks of up to 32 MiB stay with the process, and results reuse their
+# pages. Cold: as a process starts, every result above 128 KiB is mapped anew and faults page by page.
 ALLOCATOR = {
-    "warm": "glibc.malloc.mmap_threshold=33554432:glibc.malloc.trim_threshold=67108864",
+    "warm": "glibc.malloc.mmap_threshold=33554432:glibc.malloc.trim_threshold=1073741824",
     "cold": "glibc.malloc.mmap_threshold=131072:glibc.malloc.trim_threshold=131072",
 }
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <stdexcept>
 
 namespace velmora::benchmarks::peers {
 
@@ -66,16 +67,35 @@ Matrix FirstDifference(const Matrix& x, const Vector& t) {
   return d;
 }
 
-Matrix ResampleLinear(const Vector& time, const Matrix& positions, Index entries) {
+namespace {
+
+Vector RegularGrid(const Vector& time, Index entries) {
+  return Vector::LinSpaced(entries, time[0], time[time.size() - 1]);
+}
+
+Matrix Interpolate(const Vector& time, const Matrix& positions, const Vector& grid) {
   const Index last = time.size() - 1;
-  const Vector grid = Vector::LinSpaced(entries, time[0], time[last]);
-  Matrix result(entries, positions.cols());
-  for (Index k = 0; k < entries; ++k) {
+  Matrix result(grid.size(), positions.cols());
+  for (Index k = 0; k < grid.size(); ++k) {
     const Index found = std::upper_bound(time.begin(), time.end(), grid[k]) - time.begin();
     const Index after = std::clamp<Index>(found, 1, last);
     const double w = (grid[k] - time[after - 1]) / (time[after] - time[after - 1]);
     result.row(k) = (1.0 - w) * positions.row(after - 1) + w * positions.row(after);
   }
+  return result;
+}
+
+}  // namespace
+
+Matrix ResampleLinear(const Vector& time, const Matrix& positions, Index entries) {
+  return Interpolate(time, positions, RegularGrid(time, entries));
+}
+
+Matrix ResampleLinearChecked(const Vector& time, const Matrix& positions, Index entries) {
+  const Vector grid = RegularGrid(time, entries);
+  Matrix result = Interpolate(time, positions, grid);
+  const bool increasing = ((grid.tail(entries - 1) - grid.head(entries - 1)).array() > 0.0).all();
+  if (!result.allFinite() || !grid.allFinite() || !increasing) throw std::invalid_argument("not a trajectory");
   return result;
 }
 

@@ -21,6 +21,9 @@ Matrix FirstDifference(const Matrix& signal, const Vector& time);
 /// The rows on a regular grid over the span of `time`.
 Matrix ResampleLinear(const Vector& time, const Matrix& positions, Eigen::Index entries);
 
+/// The same, refusing values that are not finite and times that do not increase, as the library does.
+Matrix ResampleLinearChecked(const Vector& time, const Matrix& positions, Eigen::Index entries);
+
 /// The limits of the machine: a result of the same size from two arrays, or from one.
 Matrix Sum(const Matrix& a, const Matrix& b);
 Matrix CopyBytes(const Matrix& a);
