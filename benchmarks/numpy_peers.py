@@ -1,7 +1,7 @@
 # Times numpy and scipy on the jobs of the benchmark program, or checks that their results agree with the library's.
 """
 numpy_peers.py --check < RESULTS       RESULTS as `velmora_benchmarks --check` prints them
-numpy_peers.py JOB SAMPLES JOINTS ROUNDS
+numpy_peers.py JOB SAMPLES JOINTS ROUNDS [SUFFIX]     SUFFIX is appended to the name of the peer
 """
 import json
 import sys
@@ -51,12 +51,12 @@ def timed_round(job, arguments, calls):
     return (time.process_time_ns() - start) / calls
 
 
-def measure(name, samples, joints, rounds):
+def measure(name, samples, joints, rounds, suffix):
     peer, job = JOBS[name]
     arguments = recording(samples, joints)
     timed_round(job, arguments, 1)
     calls = max(1, round(ROUND_NS / timed_round(job, arguments, 1)))
-    run_name = f"{name}/{peer}/{samples}/{joints}"
+    run_name = f"{name}/{peer}{suffix}/{samples}/{joints}"
     entries = [
         {"run_name": run_name, "run_type": "iteration", "cpu_time": timed_round(job, arguments, calls)}
         for _ in range(rounds)
@@ -78,5 +78,5 @@ if __name__ == "__main__":
     if sys.argv[1] == "--check":
         check(json.load(sys.stdin))
     else:
-        job_name, *numbers = sys.argv[1:]
-        json.dump(measure(job_name, *map(int, numbers)), sys.stdout)
+        numbers = map(int, sys.argv[2:5])
+        json.dump(measure(sys.argv[1], *numbers, "".join(sys.argv[5:])), sys.stdout)
