@@ -13,7 +13,7 @@ JOBS = {
 }
 PEERS = {
     ("cubic", "scipy"): "scipy `CubicSpline` and three evaluations",
-    ("cubic", "scipy_as_started"): "the same, allocator as Python starts",
+    ("cubic", "scipy_as_started"): "scipy `CubicSpline` and three evaluations, allocator as Python starts",
     ("cubic", "gsl"): "GSL cspline per joint (natural ends)",
     ("cubic", "alglib"): "ALGLIB per joint, `spline1ddiff` per entry",
     ("cubic", "alglib_grid"): "ALGLIB per joint, `spline1dconvdiff2cubic`",
@@ -22,13 +22,13 @@ PEERS = {
     ("linear", "eigen"): "plain Eigen loop",
     ("linear", "eigen_checked"): "plain Eigen loop with the same checks",
     ("linear", "numpy"): "`numpy.interp` per joint",
-    ("linear", "numpy_as_started"): "the same, allocator as Python starts",
+    ("linear", "numpy_as_started"): "`numpy.interp` per joint, allocator as Python starts",
     ("blend_scalar", "eigen"): "plain Eigen expression (rounds otherwise)",
     ("blend_scalar", "libm_fma"): "loop with libm `fma`",
     ("blend_rows", "eigen"): "plain Eigen loop",
     ("derivative", "eigen"): "plain Eigen loop",
     ("derivative", "numpy"): "`numpy.gradient(edge_order=2)`",
-    ("derivative", "numpy_as_started"): "the same, allocator as Python starts",
+    ("derivative", "numpy_as_started"): "`numpy.gradient(edge_order=2)`, allocator as Python starts",
     ("first_difference", "eigen"): "plain Eigen loop",
     ("path_coordinate", "eigen"): "Eigen `norm()` per row",
 }
