@@ -19,7 +19,7 @@ using testing::SameBits;
 using testing::SplitMix64;
 
 enum class Steps { uniform, jittered, gaps, uneven, wild, subnormal };
-enum class Signal { noise, smooth, mixed, constant, signed_zeros };
+enum class Signal { noise, smooth, mixed, constant, signed_zeros, only_zeros };
 
 double Step(SplitMix64& random, Steps family) {
   switch (family) {
@@ -49,6 +49,8 @@ double Value(SplitMix64& random, Signal family, Eigen::Index i, Eigen::Index j) 
       return random.Symmetric() * std::exp(15.0 * random.Symmetric());
     case Signal::constant:
       return j % 2 == 1 ? 1.5 : random.Symmetric();
+    case Signal::only_zeros:
+      return random.Below(3) == 0 ? -0.0 : 0.0;
     case Signal::signed_zeros:
       break;
   }
@@ -65,7 +67,7 @@ class KnotElimination : public ::testing::Test {
   static void Check(std::uint64_t seed, Eigen::Index knots, Eigen::Index joints) {
     SplitMix64 random(seed);
     const auto steps = static_cast<Steps>(random.Below(6));
-    const auto signal = static_cast<Signal>(random.Below(5));
+    const auto signal = static_cast<Signal>(random.Below(6));
     Vector h(knots - 1);
     for (double& step : h) step = Step(random, steps);
     Matrix y(knots, joints);
