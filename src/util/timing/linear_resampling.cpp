@@ -2,6 +2,7 @@
 #include "util/timing/linear_resampling.hpp"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <optional>
 #include <utility>
@@ -19,14 +20,59 @@ namespace {
 
 using Eigen::Index;
 using native::ForEachJoint;
+using native::kLanes;
+using native::Lanes;
+using native::Load;
+using native::Store;
+
+// A run of queries inside one step: rows between `from` and `to`, by the share of each query. The columns (each a
+// joint, or four) are at most two, so that both ends of the step stay in registers.
+template <typename Value, std::size_t kColumns>
+VELMORA_ALWAYS_INLINE void BlendColumns(const double* shares, Index count, const double* from, const double* to,
+                                        Index joints, const std::array<Index, kColumns>& columns, double* result) {
+  std::array<Value, kColumns> before;
+  std::array<Value, kColumns> after;
+  for (std::size_t c = 0; c < kColumns; ++c) {
+    before[c] = Load<Value>(from + columns[c]);
+    after[c] = Load<Value>(to + columns[c]);
+  }
+  for (Index k = 0; k < count; ++k, result += joints) {
+    const double complement = 1.0 - shares[k];
+    for (std::size_t c = 0; c < kColumns; ++c) {
+      Store<Value>(native::BlendElement(complement, before[c], shares[k], after[c]), result + columns[c]);
+    }
+  }
+}
+
+VELMORA_ALWAYS_INLINE void BlendRun(const double* shares, Index count, const double* from, Index joints,
+                                    double* result) {
+  const double* to = from + joints;
+  if (joints < kLanes) {
+    for (Index j = 0; j < joints; ++j) BlendColumns<double, 1>(shares, count, from, to, joints, {j}, result);
+    return;
+  }
+  // The last four joints may overlap those before; the values are the same.
+  const Index tail = joints - kLanes;
+  Index j = 0;
+  for (; j + kLanes < tail; j += kLanes) BlendColumns<Lanes, 1>(shares, count, from, to, joints, {j}, result);
+  if (j < tail) {
+    BlendColumns<Lanes, 2>(shares, count, from, to, joints, {j, tail}, result);
+  } else {
+    BlendColumns<Lanes, 1>(shares, count, from, to, joints, {tail}, result);
+  }
+}
 
 struct InterpolationKernel {
   static VELMORA_ALWAYS_INLINE void Run(const double* queries, Index query_count, const double* times, Index count,
                                         const double* values, Index joints, double* result) {
     const Index last = count - 1;
+    constexpr Index kLongestRun = 16;
+    double shares[kLongestRun];
     Index after = 1;
-    for (Index i = 0; i < query_count; ++i, result += joints) {
+    Index run = 1;
+    for (Index i = 0; i < query_count; i += run, result += run * joints) {
       const double query = queries[i];
+      run = 1;
       if (last > 0 && !native::IsFinite(query)) {
         std::fill_n(result, joints, std::numeric_limits<double>::quiet_NaN());
         continue;
@@ -38,13 +84,16 @@ struct InterpolationKernel {
         continue;
       }
       after = UpperBoundNear(times, count, query, after);
-      const double w = (query - times[after - 1]) / (times[after] - times[after - 1]);
-      const double complement = 1.0 - w;
-      const double* to = values + after * joints;
-      const double* from = to - joints;
-      ForEachJoint(joints, result, [=](auto at) VELMORA_ALWAYS_INLINE_LAMBDA {
-        return native::BlendElement(complement, at(from), w, at(to));
-      });
+      const double start = times[after - 1];
+      const double end = times[after];
+      shares[0] = (query - start) / (end - start);
+      for (; run < kLongestRun && i + run < query_count; ++run) {
+        const double next = queries[i + run];
+        // The very first time belongs to the first row itself; NaN ends a run.
+        if (!(next > times[0] && next >= start && next < end)) break;
+        shares[run] = (next - start) / (end - start);
+      }
+      BlendRun(shares, run, values + (after - 1) * joints, joints, result);
     }
   }
 };
