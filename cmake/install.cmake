@@ -1,13 +1,15 @@
-# What `cmake --install` gives: headers, library and a relocatable CMake package.
+# What `cmake --install` gives: headers, library, and relocatable packages for CMake and pkg-config. The library that a
+# running program needs is one component, what it takes to build a program is the other.
 include(CMakePackageConfigHelpers)
 
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/${PROJECT_NAME})
 
 install(
   TARGETS velmora_shaper_trajectory
   EXPORT velmora_shaper_trajectory-targets
-  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
-  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(
   DIRECTORY ${PROJECT_SOURCE_DIR}/include/velmora
@@ -29,3 +31,13 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/velmora_shaper_trajectory
 install(FILES ${PROJECT_BINARY_DIR}/velmora_shaper_trajectory-config.cmake
               ${PROJECT_BINARY_DIR}/velmora_shaper_trajectory-config-version.cmake
         DESTINATION ${package_dir})
+
+# The folder is found from the file itself, so that the copy may be moved.
+set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+file(RELATIVE_PATH prefix_from_pkgconfig /${pkgconfig_dir} /)
+string(REGEX REPLACE "/$" "" prefix_from_pkgconfig "${prefix_from_pkgconfig}")
+set(pkgconfig_requires "eigen3 >= 3.4")
+set(eigen_abi_cflags "-DEIGEN_MAX_ALIGN_BYTES=16 -DEIGEN_MALLOC_ALREADY_ALIGNED=1")
+configure_file(${PROJECT_SOURCE_DIR}/cmake/velmora_shaper_trajectory.pc.in
+               ${PROJECT_BINARY_DIR}/velmora_shaper_trajectory.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/velmora_shaper_trajectory.pc DESTINATION ${pkgconfig_dir})
