@@ -6,7 +6,7 @@ set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/${PROJECT_NAME})
 
 install(
-  TARGETS velmora_shaper_trajectory
+  TARGETS velmora_shaper_trajectory velmora_shaper_trajectory_eigen_abi
   EXPORT velmora_shaper_trajectory-targets
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
@@ -16,6 +16,8 @@ install(
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
   FILES_MATCHING
   PATTERN "*.hpp")
+install(FILES ${VELMORA_GENERATED_INCLUDE_DIR}/velmora/native/eigen_abi_record.hpp
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/velmora/native)
 install(
   EXPORT velmora_shaper_trajectory-targets
   NAMESPACE velmora::

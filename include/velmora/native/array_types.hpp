@@ -1,6 +1,8 @@
 // The two array types of every signature, and the conditions under which their results are exact.
 #pragma once
 
+#include "velmora/native/eigen_abi.hpp"
+
 #include <Eigen/Core>
 #include <cfloat>
 

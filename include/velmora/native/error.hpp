@@ -1,6 +1,8 @@
 // The base class of the errors of this library family.
 #pragma once
 
+#include "velmora/native/eigen_abi.hpp"
+
 #include <optional>
 #include <stdexcept>
 #include <string>

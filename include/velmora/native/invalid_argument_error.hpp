@@ -1,6 +1,8 @@
 // The one exception type that this library throws.
 #pragma once
 
+#include "velmora/native/eigen_abi.hpp"
+
 #include <optional>
 #include <string>
 #include <utility>

@@ -1,6 +1,8 @@
 // The record in which the output of a vibration shaper travels.
 #pragma once
 
+#include "velmora/native/eigen_abi.hpp"
+
 #include "velmora/native/array_types.hpp"
 
 namespace velmora::native {

@@ -1,6 +1,8 @@
 // The smooth ramp from 0 to 1.
 #pragma once
 
+#include "velmora/native/eigen_abi.hpp"
+
 #include "velmora/native/export.hpp"
 
 /// General numerical helpers.

@@ -1,6 +1,8 @@
 // Blending of raw and shaped sample arrays, and the arc length of a joint path.
 #pragma once
 
+#include "velmora/native/eigen_abi.hpp"
+
 #include <variant>
 
 #include "velmora/native/array_types.hpp"

@@ -1,6 +1,8 @@
 // Validation of the parameters that steer a vibration-shaping blend.
 #pragma once
 
+#include "velmora/native/eigen_abi.hpp"
+
 #include "velmora/native/export.hpp"
 
 /// Blending of a raw trajectory with its vibration-shaped copy.

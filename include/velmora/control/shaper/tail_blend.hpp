@@ -1,6 +1,8 @@
 // The blend of a shaped tail with the raw endpoint held at rest.
 #pragma once
 
+#include "velmora/native/eigen_abi.hpp"
+
 #include "velmora/native/array_types.hpp"
 #include "velmora/native/export.hpp"
 #include "velmora/native/shaped_trajectory.hpp"

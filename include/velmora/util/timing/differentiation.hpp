@@ -1,6 +1,8 @@
 // Forward differences that keep one row per sample.
 #pragma once
 
+#include "velmora/native/eigen_abi.hpp"
+
 #include "velmora/native/array_types.hpp"
 #include "velmora/native/export.hpp"
 

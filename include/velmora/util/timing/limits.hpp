@@ -1,6 +1,8 @@
 // Admissible joint states: per-joint intervals for position, velocity, acceleration and jerk.
 #pragma once
 
+#include "velmora/native/eigen_abi.hpp"
+
 #include <optional>
 
 #include "velmora/native/array_types.hpp"

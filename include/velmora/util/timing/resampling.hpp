@@ -1,6 +1,8 @@
 // Sampling a trajectory at given times and resampling it onto a regular time grid.
 #pragma once
 
+#include "velmora/native/eigen_abi.hpp"
+
 #include <string_view>
 
 #include "velmora/native/array_types.hpp"

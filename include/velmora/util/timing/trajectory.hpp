@@ -1,6 +1,8 @@
 // The trajectory record: positions and sample times, with derivatives computed on request.
 #pragma once
 
+#include "velmora/native/eigen_abi.hpp"
+
 #include <optional>
 
 #include "velmora/native/array_types.hpp"
