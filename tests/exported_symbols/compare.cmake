@@ -19,6 +19,7 @@ endfunction()
 read_symbols(demangled -C)
 read_symbols(mangled)
 file(STRINGS ${CMAKE_CURRENT_LIST_DIR}/required.txt required)
+list(APPEND required ${EIGEN_ABI_TAG})
 file(STRINGS ${CMAKE_CURRENT_LIST_DIR}/required_mangled.txt required_mangled)
 file(STRINGS ${CMAKE_CURRENT_LIST_DIR}/allowed.txt allowed)
 
