@@ -115,6 +115,16 @@ TEST_F(KnotElimination, LeavesPivotsThatItCannotUseToTheDenseSolve) {
   EXPECT_TRUE(SameBits(SolveKnotSecondDerivativesDense(h, y), SolveKnotSecondDerivatives(h, y)));
 }
 
+// Two steps next to each other so short that the reciprocal of one pivot overflows: the first, an inner one, and the last
+// but one.
+TEST_F(KnotElimination, LeavesASinglePivotThatItCannotUseToTheDenseSolve) {
+  for (const Eigen::Index step : {0, 20, 38}) {
+    Vector h = Vector::Constant(40, 1.0);
+    h.segment<2>(step).setConstant(1e-310);
+    EXPECT_FALSE(FactoriseKnotSystem(h).has_value()) << step;
+  }
+}
+
 TEST_F(KnotElimination, IsNotFiniteWhereTheDenseSolveIsNot) {
   const Vector h = Vector::Constant(40, 1.0);
   for (const Eigen::Index knot : {0, 1, 20, 39, 40}) {
