@@ -9,7 +9,7 @@ namespace velmora::testing {
 
 double RandomSampleTime(SplitMix64& random, double span_s) {
   constexpr double kAffordable = 2000.0;
-  constexpr double kHopeless = 70368744177664.0;  // 2^46 steps
+  constexpr double kHopeless = 70368744177664.0;                       // 2^46 steps
   const auto whole_steps = static_cast<double>(1 + random.Below(60));  // drawn apart, so that the order is fixed
   double sample_time_s = span_s / (whole_steps * (0.5 + random.Unit()));
   const std::size_t kind = random.Below(16);

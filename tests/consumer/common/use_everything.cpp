@@ -1,5 +1,6 @@
 // A caller of every exported function. Matrices are allocated on one side of the library's edge and freed, resized or
-// computed with on the other, in many sizes: where the two sides disagree about Eigen's allocator, this does not survive.
+// computed with on the other, in many sizes: where the two sides disagree about Eigen's allocator, this does not
+// survive.
 #include <cstdio>
 #include <cstdlib>
 #include <optional>
@@ -87,11 +88,10 @@ void UseResampling(Eigen::Index samples, Eigen::Index joints) {
   const timing::JointTrajectory trajectory(Ramp(samples, joints), std::nullopt, std::nullopt, Times(samples),
                                            std::nullopt, std::nullopt);
   for (const char* method : {"linear", "cubic"}) {
-    for (const char* mode : {"exact_dt_append_endpoint", "exact_dt_trim", "exact_duration_adjust_dt",
-                             "exact_dt_extend_endpoint"}) {
-      timing::JointTrajectory resampled =
-          timing::ResampleTrajectory(trajectory, 0.3, timing::ParseResamplingMethod(method),
-                                     timing::ParseResamplingTimeGridMode(mode), false);
+    for (const char* mode :
+         {"exact_dt_append_endpoint", "exact_dt_trim", "exact_duration_adjust_dt", "exact_dt_extend_endpoint"}) {
+      timing::JointTrajectory resampled = timing::ResampleTrajectory(
+          trajectory, 0.3, timing::ParseResamplingMethod(method), timing::ParseResamplingTimeGridMode(mode), false);
       Rework(resampled.accelerations());
       resampled.time.resize(1);
       Rework(std::move(resampled.positions));
