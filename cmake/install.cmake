@@ -11,8 +11,16 @@ install(
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+set(include_roots ${PROJECT_SOURCE_DIR}/include)
+set(pkgconfig_requires "eigen3 >= 3.4")
+if(VELMORA_USES_SHAPER_COMMON)
+  string(APPEND pkgconfig_requires ", velmora_shaper_common")
+else()
+  list(APPEND include_roots ${PROJECT_SOURCE_DIR}/bundled/include)
+endif()
+list(TRANSFORM include_roots APPEND /velmora)
 install(
-  DIRECTORY ${PROJECT_SOURCE_DIR}/include/velmora
+  DIRECTORY ${include_roots}
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
   FILES_MATCHING
   PATTERN "*.hpp")
@@ -38,7 +46,6 @@ install(FILES ${PROJECT_BINARY_DIR}/velmora_shaper_trajectory-config.cmake
 set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH prefix_from_pkgconfig /${pkgconfig_dir} /)
 string(REGEX REPLACE "/$" "" prefix_from_pkgconfig "${prefix_from_pkgconfig}")
-set(pkgconfig_requires "eigen3 >= 3.4")
 set(eigen_abi_cflags "-DEIGEN_MAX_ALIGN_BYTES=16 -DEIGEN_MALLOC_ALREADY_ALIGNED=1")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/velmora_shaper_trajectory.pc.in
                ${PROJECT_BINARY_DIR}/velmora_shaper_trajectory.pc @ONLY)
