@@ -33,7 +33,8 @@ file(WRITE ${control_files}/triggers "activate-noawait ldconfig\n")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${control_files}/shlibs;${control_files}/triggers")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME ${development_package})
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
-set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "${about}This package holds the headers and the files for CMake and pkg-config.")
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
+    "${about}This package holds the headers and the files for CMake and pkg-config.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${library_package} (= ${debian_version}), libeigen3-dev (>= 3.4)")
 
 # What Debian asks of every package: its copyright, and the history of its packaging.

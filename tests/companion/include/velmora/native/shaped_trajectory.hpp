@@ -11,7 +11,6 @@ namespace velmora::native {
 struct ShapedTrajectory {
   using Rows = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>;
 
-  // NOLINTNEXTLINE(google-explicit-constructor): as records with defaults are written
   ShapedTrajectory(Rows positions_in = {}, Rows velocities_in = {}, Rows accelerations_in = {},
                    Eigen::VectorXd time_in = {}, std::string shaper_in = "unnamed")
       : shaper(std::move(shaper_in)),
