@@ -46,7 +46,8 @@ install(FILES ${PROJECT_BINARY_DIR}/velmora_shaper_trajectory-config.cmake
 set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH prefix_from_pkgconfig /${pkgconfig_dir} /)
 string(REGEX REPLACE "/$" "" prefix_from_pkgconfig "${prefix_from_pkgconfig}")
-set(eigen_abi_cflags "-DEIGEN_MAX_ALIGN_BYTES=16 -DEIGEN_MALLOC_ALREADY_ALIGNED=1")
+list(TRANSFORM VELMORA_EIGEN_ABI_DEFINITIONS PREPEND "-D" OUTPUT_VARIABLE eigen_abi_cflags)
+string(JOIN " " eigen_abi_cflags ${eigen_abi_cflags})
 configure_file(${PROJECT_SOURCE_DIR}/cmake/velmora_shaper_trajectory.pc.in
                ${PROJECT_BINARY_DIR}/velmora_shaper_trajectory.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/velmora_shaper_trajectory.pc DESTINATION ${pkgconfig_dir})
