@@ -117,12 +117,14 @@ std::string ResponseCsv(const std::vector<Command>& commands, const std::vector<
 
   const FlexibleJoint joint(model);
   std::vector<HeldResponse> responses;
+  responses.reserve(commands.size());
   for (const Command& command : commands) responses.push_back(HoldAfterEnd(command.samples, joint, time_s));
 
   std::vector<std::string> columns;
   std::vector<std::reference_wrapper<const Matrix>> blocks;
   for (std::size_t i = 0; i < commands.size(); ++i) {
     std::vector<std::string> names;
+    names.reserve(joint_names.size());
     for (const std::string& joint_name : joint_names) names.push_back(commands[i].key + "_" + joint_name);
     for (int order = 0; order <= 2; ++order) {
       const std::vector<std::string> block_names = order == 0 ? names : DerivativeNames(names, order);

@@ -18,7 +18,7 @@ double FreeSettlingTime_s(const FlexibleJoint& joint, const Deflection& at_end, 
   if (envelope_rad <= tolerance_rad) return 0.0;
   const double bound_s = std::log(envelope_rad / tolerance_rad) / joint.decay_rate_per_s();
   if (bound_s > kLongestWait_s) return bound_s;
-  for (double step = std::ceil(bound_s / kSettlingResolution_s); step > 0.0; step -= 1.0) {
+  for (int step = static_cast<int>(std::ceil(bound_s / kSettlingResolution_s)); step > 0; --step) {
     const double after_end_s = step * kSettlingResolution_s;
     if (std::abs(joint.Free(at_end, after_end_s).position_rad) > tolerance_rad) return after_end_s;
   }

@@ -97,9 +97,7 @@ void Demonstrate(const Options& options) {
   WriteOutput("-", MarkdownTable(commands, options.mode));
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int RunProgram(int argc, char** argv) {
   Options options;
   CLI::App app("Compares how much a flexible machine still swings after a raw, a shaped and a blended move.");
   DeclareOptions(app, options);
@@ -122,4 +120,15 @@ int main(int argc, char** argv) {
     return kExitFailure;
   }
   return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return RunProgram(argc, argv);
+  } catch (...) {
+    // Not even the message could be printed.
+    return kExitFailure;
+  }
 }

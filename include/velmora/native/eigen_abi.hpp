@@ -60,7 +60,7 @@ static_assert(eigen_abi::max_static_align_bytes <= VELMORA_EIGEN_MAX_STATIC_ALIG
 VELMORA_EXPORT extern const char VELMORA_EIGEN_ABI_TAG;
 
 // Makes the linker and the loader look for that library. Not inline: every translation unit refers to it for itself.
-[[gnu::used]] static const char* const eigen_abi_reference = &VELMORA_EIGEN_ABI_TAG;
+[[gnu::used]] static constexpr const char* eigen_abi_reference = &VELMORA_EIGEN_ABI_TAG;
 
 }  // namespace velmora::native
 

@@ -115,8 +115,8 @@ TEST_F(KnotElimination, LeavesPivotsThatItCannotUseToTheDenseSolve) {
   EXPECT_TRUE(SameBits(SolveKnotSecondDerivativesDense(h, y), SolveKnotSecondDerivatives(h, y)));
 }
 
-// Two steps next to each other so short that the reciprocal of one pivot overflows: the first, an inner one, and the last
-// but one.
+// Two steps next to each other so short that the reciprocal of one pivot overflows: the first, an inner one, and the
+// last but one.
 TEST_F(KnotElimination, LeavesASinglePivotThatItCannotUseToTheDenseSolve) {
   for (const Eigen::Index step : {0, 20, 38}) {
     Vector h = Vector::Constant(40, 1.0);
