@@ -17,6 +17,7 @@ using util::timing::ThreePointSampleDerivative;
 // The three divisions that each sample costs, and nothing else: a bound that no arrangement of the
 // rest can pass.
 struct DivisionsKernel {
+  template <typename Processor>
   static VELMORA_ALWAYS_INLINE void Run(const double* t, Eigen::Index samples, double* quotients) {
     for (Eigen::Index i = 1; i + native::kLanes < samples; i += native::kLanes, quotients += 3 * native::kLanes) {
       const native::Lanes here = native::Load<native::Lanes>(t + i);

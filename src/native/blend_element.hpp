@@ -7,9 +7,9 @@ namespace velmora::native {
 
 /// `(1 - w) * from + w * to` with the complement `1 - w` given: one product rounded, the other fused, so that every
 /// machine rounds alike.
-template <typename Value>
+template <typename Processor, typename Value>
 VELMORA_ALWAYS_INLINE Value BlendElement(double complement, const Value& from, double w, const Value& to) {
-  return Fma(complement, from, w * to);
+  return Fma<Processor>(complement, from, w * to);
 }
 
 }  // namespace velmora::native

@@ -2,9 +2,9 @@
 // processor.
 #pragma once
 
-// A kernel is a struct with one static function `Run`, and is inlined with all that it calls into the caller that was
-// compiled for the processor at hand. Both variants execute the same operations on each element, each rounded alike,
-// so their results are the same to the bit.
+// A kernel is a struct with one static function template `Run` of the processor, and is inlined with all that it calls
+// into the caller that was compiled for the processor at hand. Both variants execute the same operations on each
+// element, each rounded alike, so their results are the same to the bit.
 //
 // All that takes or returns a vector must be inlined, for the two variants pass vectors in different registers.
 #define VELMORA_ALWAYS_INLINE inline __attribute__((always_inline))
@@ -12,11 +12,14 @@
 
 namespace velmora::native {
 
+struct AnyProcessor {};
+struct Avx2Processor {};  ///< with FMA too
+
 #if defined(__x86_64__) && !defined(VELMORA_PLAIN_KERNELS)
 
 template <typename Kernel, typename... Arguments>
 __attribute__((target("avx2,fma"))) auto RunCompiledForAvx2(Arguments... arguments) {
-  return Kernel::Run(arguments...);
+  return Kernel::template Run<Avx2Processor>(arguments...);
 }
 
 /// Runs `Kernel` with these arguments, which are passed by value.
@@ -25,7 +28,7 @@ auto RunKernel(Arguments... arguments) {
   if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma")) {
     return RunCompiledForAvx2<Kernel>(arguments...);
   }
-  return Kernel::Run(arguments...);
+  return Kernel::template Run<AnyProcessor>(arguments...);
 }
 
 #else
@@ -33,7 +36,7 @@ auto RunKernel(Arguments... arguments) {
 // Other processors, and the build of the tests that compares the plain variant with the other.
 template <typename Kernel, typename... Arguments>
 auto RunKernel(Arguments... arguments) {
-  return Kernel::Run(arguments...);
+  return Kernel::template Run<AnyProcessor>(arguments...);
 }
 
 #endif

@@ -1,10 +1,18 @@
-// Vectors of four doubles, and the loop over the joints of a row in such vectors.
+// Vectors of four doubles, and the loops over the joints of a row in such vectors.
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstddef>
+#include <type_traits>
 
 #include "native/cpu_dispatch.hpp"
 #include "velmora/native/array_types.hpp"
+
+#if defined(__x86_64__) && !defined(__clang__)
+#include <immintrin.h>  // declares the built-in function below
+#endif
 
 namespace velmora::native {
 
@@ -29,15 +37,26 @@ VELMORA_ALWAYS_INLINE void Store(const Value& value, double* address) {
   __builtin_memcpy(address, &value, sizeof value);
 }
 
-/// p * q + r with a single rounding.
-VELMORA_ALWAYS_INLINE double Fma(double p, double q, double r) { return std::fma(p, q, r); }
+/// p * q + r with a single rounding, in a kernel's variant for `Processor`.
+template <typename Processor>
+VELMORA_ALWAYS_INLINE double Fma(double p, double q, double r) {
+  return std::fma(p, q, r);
+}
 
+template <typename Processor>
 VELMORA_ALWAYS_INLINE Lanes Fma(const Lanes& p, const Lanes& q, const Lanes& r) {
+#if defined(__x86_64__) && !defined(__clang__)
+  // g++ does not always see that the four below are one instruction.
+  if constexpr (std::is_same_v<Processor, Avx2Processor>) return __builtin_ia32_vfmaddpd256(p, q, r);
+#endif
   return Lanes{std::fma(p[0], q[0], r[0]), std::fma(p[1], q[1], r[1]), std::fma(p[2], q[2], r[2]),
                std::fma(p[3], q[3], r[3])};
 }
 
-VELMORA_ALWAYS_INLINE Lanes Fma(double p, const Lanes& q, const Lanes& r) { return Fma(Lanes{p, p, p, p}, q, r); }
+template <typename Processor>
+VELMORA_ALWAYS_INLINE Lanes Fma(double p, const Lanes& q, const Lanes& r) {
+  return Fma<Processor>(Lanes{p, p, p, p}, q, r);
+}
 
 VELMORA_ALWAYS_INLINE Lanes Sqrt(const Lanes& x) {
   return Lanes{std::sqrt(x[0]), std::sqrt(x[1]), std::sqrt(x[2]), std::sqrt(x[3])};
@@ -71,6 +90,38 @@ VELMORA_ALWAYS_INLINE void ForEachJoint(Eigen::Index joints, double* result, con
     for (Eigen::Index j = 0; j < tail; j += kLanes) Store(element(RowReader<Lanes>{j}), result + j);
   }
   Store(tail_value, result + tail);
+}
+
+/// Columns of a matrix that a kernel walks down together, keeping what it needs of them in registers: one joint, or one
+/// or two vectors of four joints side by side.
+template <typename ValueType, std::size_t kCount>
+struct ColumnBlock {
+  using Value = ValueType;
+  static constexpr std::size_t kSize = kCount;
+
+  std::array<Eigen::Index, kCount> first;  ///< the joint, or the first of each four
+};
+
+/// `work(block)` for column blocks that cover all joints. Where the joints are no multiple of four the two vectors of
+/// one block overlap, never two blocks; a kernel that works in place loads all of a block's row before it stores any.
+/// `work` is a generic lambda marked VELMORA_ALWAYS_INLINE_LAMBDA.
+template <typename Work>
+VELMORA_ALWAYS_INLINE void ForEachColumnBlock(Eigen::Index joints, const Work& work) {
+  if (joints < kLanes) {
+    for (Eigen::Index j = 0; j < joints; ++j) work(ColumnBlock<double, 1>{{j}});
+    return;
+  }
+  for (Eigen::Index j = 0; j < joints;) {
+    const Eigen::Index rest = joints - j;
+    if (rest == kLanes || (rest > 2 * kLanes && rest < 3 * kLanes)) {
+      work(ColumnBlock<Lanes, 1>{{j}});
+      j += kLanes;
+    } else {
+      const Eigen::Index second = std::min(j + kLanes, joints - kLanes);
+      work(ColumnBlock<Lanes, 2>{{j, second}});
+      j = second + kLanes;
+    }
+  }
 }
 
 }  // namespace velmora::native

@@ -21,20 +21,22 @@ using native::Pair;
 using native::Store;
 
 struct UniformBlendKernel {
+  template <typename Processor>
   static VELMORA_ALWAYS_INLINE void Run(const double* raw, const double* shaped, double w, Index count, double* blend) {
     const double complement = 1.0 - w;
     native::ForEachJoint(count, blend, [=](auto at) VELMORA_ALWAYS_INLINE_LAMBDA {
-      return native::BlendElement(complement, at(raw), w, at(shaped));
+      return native::BlendElement<Processor>(complement, at(raw), w, at(shaped));
     });
   }
 };
 
 struct PerSampleBlendKernel {
+  template <typename Processor>
   static VELMORA_ALWAYS_INLINE void Run(const double* raw, const double* shaped, const double* weights, Index samples,
                                         Index joints, double* blend) {
     for (Index i = 0; i < samples; ++i) {
       const Index row = i * joints;
-      UniformBlendKernel::Run(raw + row, shaped + row, weights[i], joints, blend + row);
+      UniformBlendKernel::Run<Processor>(raw + row, shaped + row, weights[i], joints, blend + row);
     }
   }
 };
@@ -69,6 +71,7 @@ VELMORA_ALWAYS_INLINE double SquaredDistance(const double* from, const double* t
 }
 
 struct PathCoordinateKernel {
+  template <typename Processor>
   static VELMORA_ALWAYS_INLINE void Run(const double* positions, Index samples, Index joints, double* coordinate) {
     double length = 0.0;
     coordinate[0] = length;

@@ -1,6 +1,8 @@
 // Not-a-knot cubic splines through the rows of a matrix.
 #include "util/timing/cubic_spline.hpp"
 
+#include <array>
+#include <cstddef>
 #include <utility>
 
 #include "native/cpu_dispatch.hpp"
@@ -15,8 +17,6 @@ namespace {
 
 using Eigen::Index;
 using native::Fma;
-using native::kLanes;
-using native::Lanes;
 using native::Load;
 using native::Store;
 
@@ -46,49 +46,71 @@ VELMORA_ALWAYS_INLINE Index FindInterval(const SplineRows& spline, double t, Ind
   return 0;  // before the first knot, or NaN
 }
 
-// One joint, or four side by side from `first` on, at the queries from `begin` to `end`, all in interval `i`.
+// Coefficients in one interval, of a joint or of four side by side.
 template <typename Value>
-VELMORA_ALWAYS_INLINE void EvaluateJoints(const SplineRows& spline, Index i, const double* queries, Index begin,
-                                          Index end, Index first, const SampleRows& samples) {
-  const Index joints = spline.joints;
-  const double* y = spline.y + i * joints + first;
-  const double* m = spline.m + i * joints + first;
+struct Coefficients {
+  Value a;
+  Value b;
+  Value c;
+  Value d;
+};
+
+// Those of the joints from `first` on in interval `i`.
+template <typename Value>
+VELMORA_ALWAYS_INLINE Coefficients<Value> IntervalCoefficients(const SplineRows& spline, Index i, Index first) {
+  const double* y = spline.y + i * spline.joints + first;
+  const double* m = spline.m + i * spline.joints + first;
   const Value y0 = Load<Value>(y);
-  const Value y1 = Load<Value>(y + joints);
+  const Value y1 = Load<Value>(y + spline.joints);
   const Value m0 = Load<Value>(m);
-  const Value m1 = Load<Value>(m + joints);
-  const double x = spline.x[i];
-  const double h = spline.x[i + 1] - x;
+  const Value m1 = Load<Value>(m + spline.joints);
+  const double h = spline.x[i + 1] - spline.x[i];
   const double six_h = h * 6.0;
-  const Value b = (y1 - y0) / h - (h * (2.0 * m0 + m1)) / 6.0;
-  const Value c = m0 * 0.5;
-  const Value d = (m1 - m0) / six_h;
-  const Index offset = begin * joints + first;
-  if (samples.values != nullptr) {  // a + dx (b + dx (c + dx d)), where a = y0
-    double* value = samples.values + offset;
-    for (Index q = begin; q < end; ++q, value += joints) {
-      const double dx = queries[q] - x;
-      Store<Value>(Fma(dx, Fma(dx, Fma(dx, d, c), b), y0), value);
-    }
+  return {y0, (y1 - y0) / h - (h * (2.0 * m0 + m1)) / 6.0, m0 * 0.5, (m1 - m0) / six_h};
+}
+
+// The joints of one block of columns at the queries from `begin` to `end`, all in interval `i`.
+template <typename Processor, typename Orders, typename Block>
+VELMORA_ALWAYS_INLINE void EvaluateColumns(const SplineRows& spline, Index i, const double* queries, Index begin,
+                                           Index end, const Block& columns, const SampleRows& samples) {
+  using Value = typename Block::Value;
+  std::array<Coefficients<Value>, Block::kSize> coefficients;
+  for (std::size_t k = 0; k < Block::kSize; ++k) {
+    coefficients[k] = IntervalCoefficients<Value>(spline, i, columns.first[k]);
   }
-  if (samples.first_derivatives != nullptr) {  // b + 2 dx c + 3 dx^2 d
-    double* value = samples.first_derivatives + offset;
-    for (Index q = begin; q < end; ++q, value += joints) {
-      const double dx = queries[q] - x;
-      Store<Value>(Fma((dx * 3.0) * dx, d, Fma(dx + dx, c, b)), value);
-    }
-  }
-  if (samples.second_derivatives != nullptr) {  // 2 c + 6 dx d
-    double* value = samples.second_derivatives + offset;
-    for (Index q = begin; q < end; ++q, value += joints) {
-      const double dx = queries[q] - x;
-      Store<Value>(Fma(2.0, c, (dx * 6.0) * d), value);
+  const double x = spline.x[i];
+  Index row = begin * spline.joints;
+  for (Index q = begin; q < end; ++q, row += spline.joints) {
+    const double dx = queries[q] - x;
+    for (std::size_t k = 0; k < Block::kSize; ++k) {
+      const Coefficients<Value>& p = coefficients[k];
+      const Index at = row + columns.first[k];
+      if constexpr (Orders::values) {  // a + dx (b + dx (c + dx d))
+        Store<Value>(Fma<Processor>(dx, Fma<Processor>(dx, Fma<Processor>(dx, p.d, p.c), p.b), p.a),
+                     samples.values + at);
+      }
+      if constexpr (Orders::first_derivatives) {  // b + 2 dx c + 3 dx^2 d
+        Store<Value>(Fma<Processor>((dx * 3.0) * dx, p.d, Fma<Processor>(dx + dx, p.c, p.b)),
+                     samples.first_derivatives + at);
+      }
+      if constexpr (Orders::second_derivatives) {  // 2 c + 6 dx d
+        Store<Value>(Fma<Processor>(2.0, p.c, (dx * 6.0) * p.d), samples.second_derivatives + at);
+      }
     }
   }
 }
 
+template <bool kValues, bool kFirstDerivatives, bool kSecondDerivatives>
+struct OrdersOf {
+  static constexpr bool values = kValues;
+  static constexpr bool first_derivatives = kFirstDerivatives;
+  static constexpr bool second_derivatives = kSecondDerivatives;
+};
+
 // Walks over runs of queries in one interval, so that its coefficients are formed once per run and stay in registers.
+template <typename Orders>
 struct EvaluationKernel {
+  template <typename Processor>
   static VELMORA_ALWAYS_INLINE void Run(const SplineRows* spline, const double* queries, Index count,
                                         const SampleRows* samples) {
     const SplineRows rows = *spline;
@@ -98,25 +120,21 @@ struct EvaluationKernel {
       i = FindInterval(rows, queries[begin], i);
       Index end = begin + 1;
       while (end < count && IsInInterval(rows, i, queries[end])) ++end;
-      if (rows.joints < kLanes) {
-        for (Index j = 0; j < rows.joints; ++j) EvaluateJoints<double>(rows, i, queries, begin, end, j, results);
-      } else {
-        // The last block overlaps the one before where the joints are no multiple of it; the values are the same.
-        const Index tail = rows.joints - kLanes;
-        for (Index j = 0; j < tail; j += kLanes) {
-          EvaluateJoints<Lanes>(rows, i, queries, begin, end, j, results);
-        }
-        EvaluateJoints<Lanes>(rows, i, queries, begin, end, tail, results);
-      }
+      native::ForEachColumnBlock(rows.joints, [=](const auto& columns) VELMORA_ALWAYS_INLINE_LAMBDA {
+        EvaluateColumns<Processor, Orders>(rows, i, queries, begin, end, columns, results);
+      });
       begin = end;
     }
   }
 };
 
+// Writes the rows of the orders asked for.
+template <bool kValues, bool kFirstDerivatives, bool kSecondDerivatives>
 void Evaluate(const CubicSpline& spline, const Vector& query_times, const SampleRows& samples) {
   const SplineRows rows{spline.x.data(), spline.y.data(), spline.knot_second_derivatives.data(), spline.x.size(),
                         spline.y.cols()};
-  native::RunKernel<EvaluationKernel>(&rows, query_times.data(), query_times.size(), &samples);
+  native::RunKernel<EvaluationKernel<OrdersOf<kValues, kFirstDerivatives, kSecondDerivatives>>>(
+      &rows, query_times.data(), query_times.size(), &samples);
 }
 
 Vector Intervals(const Vector& x) { return x.tail(x.size() - 1) - x.head(x.size() - 1); }
@@ -137,12 +155,17 @@ CubicSpline BuildCubicSpline(const Vector& x, const Matrix& y) {
 
 Matrix EvaluateCubicSpline(const CubicSpline& spline, const Vector& query_times, std::uint32_t derivative_order) {
   Matrix result(query_times.size(), spline.y.cols());
-  double* const rows = result.data();
-  SampleRows samples{nullptr, nullptr, nullptr};
-  (derivative_order == 0   ? samples.values
-   : derivative_order == 1 ? samples.first_derivatives
-                           : samples.second_derivatives) = rows;
-  Evaluate(spline, query_times, samples);
+  const SampleRows samples{result.data(), result.data(), result.data()};
+  switch (derivative_order) {
+    case 0:
+      Evaluate<true, false, false>(spline, query_times, samples);
+      break;
+    case 1:
+      Evaluate<false, true, false>(spline, query_times, samples);
+      break;
+    default:
+      Evaluate<false, false, true>(spline, query_times, samples);
+  }
   return result;
 }
 
@@ -150,8 +173,9 @@ SplineSamples EvaluateCubicSpline(const CubicSpline& spline, const Vector& query
   const Index queries = query_times.size();
   const Index joints = spline.y.cols();
   SplineSamples samples{Matrix(queries, joints), Matrix(queries, joints), Matrix(queries, joints)};
-  Evaluate(spline, query_times,
-           {samples.values.data(), samples.first_derivatives.data(), samples.second_derivatives.data()});
+  Evaluate<true, true, true>(
+      spline, query_times,
+      {samples.values.data(), samples.first_derivatives.data(), samples.second_derivatives.data()});
   return samples;
 }
 

@@ -19,6 +19,7 @@ VELMORA_ALWAYS_INLINE void DivideDifference(const double* before, const double* 
 }
 
 struct UniformDifferenceKernel {
+  template <typename Processor>
   static VELMORA_ALWAYS_INLINE void Run(const double* x, double step, Index samples, Index joints, double* d) {
     DivideDifference(x, x + joints, step, (samples - 1) * joints, d);
   }
@@ -26,6 +27,7 @@ struct UniformDifferenceKernel {
 
 // False at the first step that is not finite and positive.
 struct TimedDifferenceKernel {
+  template <typename Processor>
   static VELMORA_ALWAYS_INLINE bool Run(const double* x, const double* t, Index samples, Index joints, double* d) {
     for (Index i = 0; i + 1 < samples; ++i) {
       const double step = t[i + 1] - t[i];

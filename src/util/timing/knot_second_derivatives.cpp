@@ -2,7 +2,10 @@
 #include "util/timing/knot_second_derivatives.hpp"
 
 #include <Eigen/LU>
+#include <array>
+#include <cstddef>
 #include <optional>
+#include <type_traits>
 
 #include "native/cpu_dispatch.hpp"
 #include "native/row_lanes.hpp"
@@ -39,20 +42,31 @@ Matrix SystemMatrix(const Vector& h) {
   return system;
 }
 
-// Six times the second divided differences; the end conditions have a right-hand side of zero.
+// Six times the second divided differences; the end conditions have a right-hand side of zero. A slope serves the knots
+// on either side of it.
 struct RightHandSideKernel {
+  template <typename Processor>
   static VELMORA_ALWAYS_INLINE void Run(const double* h, const double* y, double* result, Eigen::Index knots,
                                         Eigen::Index joints) {
-    for (Eigen::Index i = 1; i + 1 < knots; ++i) {
-      const double* here = y + i * joints;
-      const double* before = here - joints;
-      const double* after = here + joints;
-      const double h_before = h[i - 1];
-      const double h_after = h[i];
-      native::ForEachJoint(joints, result + i * joints, [=](auto at) VELMORA_ALWAYS_INLINE_LAMBDA {
-        return 6.0 * ((at(after) - at(here)) / h_after - (at(here) - at(before)) / h_before);
-      });
-    }
+    native::ForEachColumnBlock(joints, [=](const auto& columns) VELMORA_ALWAYS_INLINE_LAMBDA {
+      using Block = std::decay_t<decltype(columns)>;
+      using Value = typename Block::Value;
+      std::array<Value, Block::kSize> here;
+      std::array<Value, Block::kSize> slope_before;
+      for (std::size_t c = 0; c < Block::kSize; ++c) {
+        here[c] = native::Load<Value>(y + joints + columns.first[c]);
+        slope_before[c] = (here[c] - native::Load<Value>(y + columns.first[c])) / h[0];
+      }
+      for (Eigen::Index i = 1; i + 1 < knots; ++i) {
+        for (std::size_t c = 0; c < Block::kSize; ++c) {
+          const Value after = native::Load<Value>(y + (i + 1) * joints + columns.first[c]);
+          const Value slope_after = (after - here[c]) / h[i];
+          native::Store<Value>(6.0 * (slope_after - slope_before[c]), result + i * joints + columns.first[c]);
+          here[c] = after;
+          slope_before[c] = slope_after;
+        }
+      }
+    });
   }
 };
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -13,8 +14,6 @@ namespace velmora::util::timing {
 namespace {
 
 using Eigen::Index;
-using native::kLanes;
-using native::Lanes;
 using native::Load;
 using native::Store;
 
@@ -26,31 +25,32 @@ void ExchangeRows(const KnotFactors& factors, Matrix& m) {
   if (factors.last_exchanged) m.row(last - 2).swap(m.row(last));
 }
 
-// The substitutions with the entries that are not zero, for one or two columns of values side by side (each a joint, or
-// four). They walk down and up the rows with the row before at hand, since a row just stored is slow to load again.
-// Where two products meet in one element their order follows the panels; that matters in the last row alone, elsewhere
-// one of the terms is zero or both are in one panel.
-template <typename Value, std::size_t kColumns>
+// The substitutions with the entries that are not zero, for the joints of one block of columns. They walk down and up
+// the rows with the row before at hand, since a row just stored is slow to load again. Where two products meet in one
+// element their order follows the panels; that matters in the last row alone, elsewhere one of the terms is zero or
+// both are in one panel.
+template <typename Block>
 VELMORA_ALWAYS_INLINE void SubstituteColumns(const KnotFactors& factors, double* m, Index knots, Index joints,
-                                             const std::array<Index, kColumns>& columns) {
+                                             const Block& columns) {
+  using Value = typename Block::Value;
   const double* lower = factors.lower.data();
   const double* upper = factors.upper.data();
   const double* inverse_pivot = factors.inverse_pivot.data();
   const Index last = knots - 1;
   // All columns of a row are loaded before one is stored: they may overlap.
-  std::array<Value, kColumns> here;
-  std::array<Value, kColumns> next;
+  std::array<Value, Block::kSize> here;
+  std::array<Value, Block::kSize> next;
 
-  for (std::size_t c = 0; c < kColumns; ++c) here[c] = Load<Value>(m + columns[c]);
+  for (std::size_t c = 0; c < Block::kSize; ++c) here[c] = Load<Value>(m + columns.first[c]);
   double* row = m + joints;
   for (Index i = 1; i < last; ++i, row += joints) {
-    for (std::size_t c = 0; c < kColumns; ++c) here[c] = Load<Value>(row + columns[c]) - lower[i] * here[c];
-    for (std::size_t c = 0; c < kColumns; ++c) Store(here[c], row + columns[c]);
+    for (std::size_t c = 0; c < Block::kSize; ++c) here[c] = Load<Value>(row + columns.first[c]) - lower[i] * here[c];
+    for (std::size_t c = 0; c < Block::kSize; ++c) Store(here[c], row + columns.first[c]);
   }
 
   const bool in_other_panels = last % kPanel == 0;
-  for (std::size_t c = 0; c < kColumns; ++c) {
-    const double* value = row + columns[c];
+  for (std::size_t c = 0; c < Block::kSize; ++c) {
+    const double* value = row + columns.first[c];
     const Value p1 = lower[last] * here[c];
     const Value p2 = factors.last_lower2 * Load<Value>(value - 2 * joints);
     const Value p3 = factors.last_lower3 * Load<Value>(value - 3 * joints);
@@ -58,36 +58,29 @@ VELMORA_ALWAYS_INLINE void SubstituteColumns(const KnotFactors& factors, double*
     const Value rest = in_other_panels ? right_hand_side - ((p3 + p2) + p1) : ((right_hand_side - p3) - p2) - p1;
     next[c] = rest * inverse_pivot[last];
   }
-  for (std::size_t c = 0; c < kColumns; ++c) Store(next[c], row + columns[c]);
+  for (std::size_t c = 0; c < Block::kSize; ++c) Store(next[c], row + columns.first[c]);
 
-  std::array<Value, kColumns> after2 = next;
+  std::array<Value, Block::kSize> after2 = next;
   for (Index i = last - 1; i >= 0; --i) {
     row -= joints;
     const bool has_second = i == 0 || i == last - 2;
     const double upper2 = i == 0 ? factors.first_upper2 : factors.tail_upper2;
-    for (std::size_t c = 0; c < kColumns; ++c) {
-      Value rest = Load<Value>(row + columns[c]) - upper[i] * next[c];
+    for (std::size_t c = 0; c < Block::kSize; ++c) {
+      Value rest = Load<Value>(row + columns.first[c]) - upper[i] * next[c];
       if (has_second) rest = rest - upper2 * after2[c];
       after2[c] = next[c];
       next[c] = rest * inverse_pivot[i];
     }
-    for (std::size_t c = 0; c < kColumns; ++c) Store(next[c], row + columns[c]);
+    for (std::size_t c = 0; c < Block::kSize; ++c) Store(next[c], row + columns.first[c]);
   }
 }
 
 struct SubstitutionKernel {
+  template <typename Processor>
   static VELMORA_ALWAYS_INLINE void Run(const KnotFactors* factors, double* m, Index knots, Index joints) {
-    if (joints < kLanes) {
-      for (Index j = 0; j < joints; ++j) SubstituteColumns<double, 1>(*factors, m, knots, joints, {j});
-      return;
-    }
-    Index j = 0;
-    for (; j + 2 * kLanes < joints; j += kLanes) SubstituteColumns<Lanes, 1>(*factors, m, knots, joints, {j});
-    if (j + kLanes < joints) {
-      SubstituteColumns<Lanes, 2>(*factors, m, knots, joints, {j, joints - kLanes});
-    } else {
-      SubstituteColumns<Lanes, 1>(*factors, m, knots, joints, {j});
-    }
+    native::ForEachColumnBlock(joints, [=](const auto& columns) VELMORA_ALWAYS_INLINE_LAMBDA {
+      SubstituteColumns(*factors, m, knots, joints, columns);
+    });
   }
 };
 
@@ -154,6 +147,7 @@ void SubstituteWithSignedZeros(const KnotFactors& factors, Matrix& m) {
 }
 
 struct NegativeZeroKernel {
+  template <typename Processor>
   static VELMORA_ALWAYS_INLINE bool Run(const double* values, Index count) {
     constexpr std::uint64_t kNegativeZero = std::uint64_t{1} << 63U;
     std::uint64_t found = 0;

@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <limits>
 #include <optional>
+#include <type_traits>
 #include <utility>
 
 #include "native/blend_element.hpp"
@@ -19,50 +21,55 @@ namespace velmora::util::timing {
 namespace {
 
 using Eigen::Index;
+using native::ForEachColumnBlock;
 using native::ForEachJoint;
 using native::kLanes;
 using native::Lanes;
 using native::Load;
 using native::Store;
 
-// A run of queries inside one step: rows between `from` and `to`, by the share of each query. The columns (each a
-// joint, or four) are at most two, so that both ends of the step stay in registers.
-template <typename Value, std::size_t kColumns>
-VELMORA_ALWAYS_INLINE void BlendColumns(const double* shares, Index count, const double* from, const double* to,
-                                        Index joints, const std::array<Index, kColumns>& columns, double* result) {
-  std::array<Value, kColumns> before;
-  std::array<Value, kColumns> after;
-  for (std::size_t c = 0; c < kColumns; ++c) {
-    before[c] = Load<Value>(from + columns[c]);
-    after[c] = Load<Value>(to + columns[c]);
+// How far into a step each of a run of queries lies. Four divisions side by side cost no more than one; the last four
+// may overlap those before.
+VELMORA_ALWAYS_INLINE void SharesOfStep(const double* queries, Index count, double start, double end, double* shares) {
+  const double step = end - start;
+  if (count < kLanes) {
+    for (Index k = 0; k < count; ++k) shares[k] = (queries[k] - start) / step;
+    return;
   }
-  for (Index k = 0; k < count; ++k, result += joints) {
-    const double complement = 1.0 - shares[k];
-    for (std::size_t c = 0; c < kColumns; ++c) {
-      Store<Value>(native::BlendElement(complement, before[c], shares[k], after[c]), result + columns[c]);
-    }
+  for (Index k = 0; k < count; k += kLanes) {
+    const Index at = std::min(k, count - kLanes);
+    Store<Lanes>((Load<Lanes>(queries + at) - start) / step, shares + at);
   }
 }
 
+// A run of queries inside one step: between the rows `from` and the next, by the share of each query.
+template <typename Processor>
 VELMORA_ALWAYS_INLINE void BlendRun(const double* shares, Index count, const double* from, Index joints,
                                     double* result) {
   const double* to = from + joints;
-  if (joints < kLanes) {
-    for (Index j = 0; j < joints; ++j) BlendColumns<double, 1>(shares, count, from, to, joints, {j}, result);
-    return;
-  }
-  // The last four joints may overlap those before; the values are the same.
-  const Index tail = joints - kLanes;
-  Index j = 0;
-  for (; j + kLanes < tail; j += kLanes) BlendColumns<Lanes, 1>(shares, count, from, to, joints, {j}, result);
-  if (j < tail) {
-    BlendColumns<Lanes, 2>(shares, count, from, to, joints, {j, tail}, result);
-  } else {
-    BlendColumns<Lanes, 1>(shares, count, from, to, joints, {tail}, result);
-  }
+  ForEachColumnBlock(joints, [=](const auto& columns) VELMORA_ALWAYS_INLINE_LAMBDA {
+    using Block = std::decay_t<decltype(columns)>;
+    using Value = typename Block::Value;
+    std::array<Value, Block::kSize> before;
+    std::array<Value, Block::kSize> after;
+    for (std::size_t c = 0; c < Block::kSize; ++c) {
+      before[c] = Load<Value>(from + columns.first[c]);
+      after[c] = Load<Value>(to + columns.first[c]);
+    }
+    double* row = result;
+#pragma GCC unroll 4
+    for (Index k = 0; k < count; ++k, row += joints) {
+      const double complement = 1.0 - shares[k];
+      for (std::size_t c = 0; c < Block::kSize; ++c) {
+        Store<Value>(native::BlendElement<Processor>(complement, before[c], shares[k], after[c]),
+                     row + columns.first[c]);
+      }
+    }
+  });
 }
 
 struct InterpolationKernel {
+  template <typename Processor>
   static VELMORA_ALWAYS_INLINE void Run(const double* queries, Index query_count, const double* times, Index count,
                                         const double* values, Index joints, double* result) {
     const Index last = count - 1;
@@ -86,14 +93,13 @@ struct InterpolationKernel {
       after = UpperBoundNear(times, count, query, after);
       const double start = times[after - 1];
       const double end = times[after];
-      shares[0] = (query - start) / (end - start);
       for (; run < kLongestRun && i + run < query_count; ++run) {
         const double next = queries[i + run];
         // The very first time belongs to the first row itself; NaN ends a run.
         if (!(next > times[0] && next >= start && next < end)) break;
-        shares[run] = (next - start) / (end - start);
       }
-      BlendRun(shares, run, values + (after - 1) * joints, joints, result);
+      SharesOfStep(queries + i, run, start, end, shares);
+      BlendRun<Processor>(shares, run, values + (after - 1) * joints, joints, result);
     }
   }
 };

@@ -2,7 +2,10 @@
 #include "util/timing/three_point_derivative.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstddef>
+#include <utility>
 
 #include "native/cpu_dispatch.hpp"
 #include "native/row_lanes.hpp"
@@ -12,7 +15,7 @@ namespace {
 
 using Eigen::Index;
 using native::Fma;
-using native::ForEachJoint;
+using native::ForEachColumnBlock;
 using native::kLanes;
 using native::Lanes;
 using native::Load;
@@ -41,9 +44,15 @@ VELMORA_ALWAYS_INLINE Weights<double> WeightsAtLast(double b, double a) {
   return {a / ((a + b) * b), -(a + b) / (a * b), std::fma(2.0, a, b) / ((a + b) * a)};
 }
 
+// Weights of as many samples in a row.
+constexpr Index kStretch = 16;
+using StretchWeights = Weights<std::array<double, kStretch>>;
+
 // At `count` samples in a row, the first of them at `t`, which has a neighbour on either side.
-VELMORA_ALWAYS_INLINE void WeightsAtMiddles(const double* t, Index count, double* earlier, double* middle,
-                                            double* later) {
+VELMORA_ALWAYS_INLINE void WeightsAtMiddles(const double* t, Index count, StretchWeights& weights) {
+  double* const earlier = weights.earlier.data();
+  double* const middle = weights.middle.data();
+  double* const later = weights.later.data();
   Index k = 0;
   for (; k + kLanes <= count; k += kLanes) {
     const Lanes here = Load<Lanes>(t + k);
@@ -60,39 +69,74 @@ VELMORA_ALWAYS_INLINE void WeightsAtMiddles(const double* t, Index count, double
   }
 }
 
-// Derivative row from the three rows that start at `rows`: the middle product first, then the earlier, then the later
-// term, so that every machine rounds alike.
-VELMORA_ALWAYS_INLINE void CombineRows(const Weights<double>& weights, const double* rows, Index joints,
+// `count` derivative rows, each from three rows of which the first start at `rows`: the middle product first, then the
+// earlier, then the later term, so that every machine rounds alike. Each row is loaded once.
+template <typename Processor, typename Block>
+VELMORA_ALWAYS_INLINE void CombineRows(const Block& columns, const double* earlier_weight, const double* middle_weight,
+                                       const double* later_weight, Index count, const double* rows, Index joints,
                                        double* result) {
-  const double* earlier = rows;
-  const double* middle = rows + joints;
-  const double* later = middle + joints;
-  const Weights<double> w = weights;
-  ForEachJoint(joints, result, [=](auto at) VELMORA_ALWAYS_INLINE_LAMBDA {
-    return Fma(w.later, at(later), Fma(w.earlier, at(earlier), w.middle * at(middle)));
+  using Value = typename Block::Value;
+  std::array<Value, Block::kSize> earlier;
+  std::array<Value, Block::kSize> middle;
+  for (std::size_t c = 0; c < Block::kSize; ++c) {
+    earlier[c] = Load<Value>(rows + columns.first[c]);
+    middle[c] = Load<Value>(rows + joints + columns.first[c]);
+  }
+  rows += 2 * joints;
+#pragma GCC unroll 4
+  for (Index k = 0; k < count; ++k, rows += joints, result += joints) {
+    for (std::size_t c = 0; c < Block::kSize; ++c) {
+      const Value later = Load<Value>(rows + columns.first[c]);
+      Store<Value>(Fma<Processor>(later_weight[k], later,
+                                  Fma<Processor>(earlier_weight[k], earlier[c], middle_weight[k] * middle[c])),
+                   result + columns.first[c]);
+      earlier[c] = middle[c];
+      middle[c] = later;
+    }
+  }
+}
+
+template <typename Processor>
+VELMORA_ALWAYS_INLINE void CombineRow(const Weights<double>& weights, const double* rows, Index joints,
+                                      double* result) {
+  ForEachColumnBlock(joints, [=](const auto& columns) VELMORA_ALWAYS_INLINE_LAMBDA {
+    CombineRows<Processor>(columns, &weights.earlier, &weights.middle, &weights.later, 1, rows, joints, result);
   });
 }
 
 // At least three samples.
 struct DerivativeKernel {
+  template <typename Processor>
   static VELMORA_ALWAYS_INLINE void Run(const double* x, const double* t, Index samples, Index joints, double* d) {
     const Index last = samples - 1;
-    CombineRows(WeightsAtFirst(t[1] - t[0], t[2] - t[1]), x, joints, d);
-    // The weights of a stretch of samples are computed together: divisions side by side cost no more than one.
-    constexpr Index kStretch = 32;
-    double earlier[kStretch];
-    double middle[kStretch];
-    double later[kStretch];
-    for (Index begin = 1; begin < last; begin += kStretch) {
+    CombineRow<Processor>(WeightsAtFirst(t[1] - t[0], t[2] - t[1]), x, joints, d);
+    // Divisions side by side cost no more than one, and those of the next stretch run while the rows of this one are
+    // combined.
+    std::array<StretchWeights, 2> stretches;
+    StretchWeights* weights = &stretches[0];
+    StretchWeights* next_weights = &stretches[1];
+    const auto derive = [&](Index begin, Index count, Index next_count) VELMORA_ALWAYS_INLINE_LAMBDA {
+      WeightsAtMiddles(t + begin + count, next_count, *next_weights);
+      const double* const earlier = weights->earlier.data();
+      const double* const middle = weights->middle.data();
+      const double* const later = weights->later.data();
+      const double* const rows = x + (begin - 1) * joints;
+      double* const result = d + begin * joints;
+      ForEachColumnBlock(joints, [=](const auto& columns) VELMORA_ALWAYS_INLINE_LAMBDA {
+        CombineRows<Processor>(columns, earlier, middle, later, count, rows, joints, result);
+      });
+      std::swap(weights, next_weights);
+    };
+    Index begin = 1;
+    WeightsAtMiddles(t + begin, std::min(kStretch, last - begin), *weights);
+    for (; begin + 2 * kStretch <= last; begin += kStretch) derive(begin, kStretch, kStretch);  // constant counts
+    while (begin < last) {
       const Index count = std::min(kStretch, last - begin);
-      WeightsAtMiddles(t + begin, count, earlier, middle, later);
-      for (Index k = 0; k < count; ++k) {
-        const Index i = begin + k;
-        CombineRows({earlier[k], middle[k], later[k]}, x + (i - 1) * joints, joints, d + i * joints);
-      }
+      derive(begin, count, std::min(kStretch, last - begin - count));
+      begin += count;
     }
-    CombineRows(WeightsAtLast(t[last - 1] - t[last - 2], t[last] - t[last - 1]), x + (last - 2) * joints, joints,
-                d + last * joints);
+    CombineRow<Processor>(WeightsAtLast(t[last - 1] - t[last - 2], t[last] - t[last - 1]), x + (last - 2) * joints,
+                          joints, d + last * joints);
   }
 };
 

@@ -9,6 +9,7 @@
 
 #include "native/cpu_dispatch.hpp"
 #include "native/finiteness.hpp"
+#include "native/row_lanes.hpp"
 #include "native/throw_invalid_argument.hpp"
 
 namespace velmora::util::timing {
@@ -22,16 +23,26 @@ std::int64_t StepCount(double steps) {
   return static_cast<std::int64_t>(steps);
 }
 
-// Entries from their index, never a running sum, each with a single rounding.
+// Entries from their index, never a running sum, each with a single rounding. The index is counted in doubles, which
+// hold any that memory has room for exactly.
 struct ExactSpacingKernel {
-  static VELMORA_ALWAYS_INLINE void Run(double start_time_s, double sample_time_s, std::int64_t steps, double* grid) {
-    for (std::int64_t k = 0; k <= steps; ++k) grid[k] = std::fma(static_cast<double>(k), sample_time_s, start_time_s);
+  template <typename Processor>
+  static VELMORA_ALWAYS_INLINE void Run(double start_time_s, double sample_time_s, Eigen::Index count, double* grid) {
+    using native::Lanes;
+    const Lanes start{start_time_s, start_time_s, start_time_s, start_time_s};
+    Lanes index{0.0, 1.0, 2.0, 3.0};
+    Eigen::Index k = 0;
+    for (; k + native::kLanes <= count; k += native::kLanes) {
+      native::Store(native::Fma<Processor>(sample_time_s, index, start), grid + k);
+      index += 4.0;
+    }
+    for (; k < count; ++k) grid[k] = std::fma(static_cast<double>(k), sample_time_s, start_time_s);
   }
 };
 
 Vector ExactSpacingGrid(double start_time_s, double sample_time_s, std::int64_t steps) {
   Vector grid(steps + 1);
-  native::RunKernel<ExactSpacingKernel>(start_time_s, sample_time_s, steps, grid.data());
+  native::RunKernel<ExactSpacingKernel>(start_time_s, sample_time_s, grid.size(), grid.data());
   return grid;
 }
 
