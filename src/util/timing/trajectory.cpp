@@ -1,9 +1,11 @@
 // The trajectory record: its invariants and its lazily computed derivatives.
 #include "velmora/util/timing/trajectory.hpp"
 
+#include <cstdint>
 #include <string>
 #include <utility>
 
+#include "native/cpu_dispatch.hpp"
 #include "native/finiteness.hpp"
 #include "native/shapes.hpp"
 #include "native/throw_invalid_argument.hpp"
@@ -14,13 +16,23 @@ namespace {
 
 using native::ThrowInvalidArgument;
 
+// Of finite times; looks at all, since a loop without an exit compares several at once.
+struct StrictlyIncreasingKernel {
+  template <typename Processor>
+  static VELMORA_ALWAYS_INLINE bool Run(const double* times, Eigen::Index count) {
+    std::uint64_t violations = 0;
+    for (Eigen::Index i = 1; i < count; ++i) violations |= static_cast<std::uint64_t>(times[i] <= times[i - 1]);
+    return violations == 0;
+  }
+};
+
 void CheckTime(const Vector& time, Eigen::Index samples) {
   if (time.size() != samples) {
     ThrowInvalidArgument("JointTrajectory.positions must align with JointTrajectory.time.");
   }
   if (!native::AllFinite(time)) ThrowInvalidArgument("JointTrajectory.time must contain only finite values.");
-  for (Eigen::Index i = 1; i < samples; ++i) {
-    if (time[i] <= time[i - 1]) ThrowInvalidArgument("JointTrajectory.time must be strictly increasing.");
+  if (!native::RunKernel<StrictlyIncreasingKernel>(time.data(), samples)) {
+    ThrowInvalidArgument("JointTrajectory.time must be strictly increasing.");
   }
 }
 
