@@ -57,6 +57,7 @@ VELMORA_ALWAYS_INLINE void BlendRun(const double* shares, Index count, const dou
       after[c] = Load<Value>(to + columns.first[c]);
     }
     double* row = result;
+    // More than this does not pay: g++ would unroll it as often as it may run at all.
 #pragma GCC unroll 4
     for (Index k = 0; k < count; ++k, row += joints) {
       const double complement = 1.0 - shares[k];

@@ -83,6 +83,7 @@ VELMORA_ALWAYS_INLINE void CombineRows(const Block& columns, const double* earli
     middle[c] = Load<Value>(rows + joints + columns.first[c]);
   }
   rows += 2 * joints;
+  // More than this does not pay: g++ would unroll it as often as it may run at all.
 #pragma GCC unroll 4
   for (Index k = 0; k < count; ++k, rows += joints, result += joints) {
     for (std::size_t c = 0; c < Block::kSize; ++c) {
