@@ -106,7 +106,7 @@ runs_by_pkg_config() {
   shift 2
   count=$((count + 1))
   log=$work/program-$count.log
-  if tests/consumer/pkg_config/build_and_run.sh "$work/$copy" lib "$work/program-$count" "$@" >"$log" 2>&1; then
+  if tests/consumer/pkg_config/build_and_run.sh "$work/$copy" "$work/program-$count" "$@" >"$log" 2>&1; then
     passed "$what"
   else
     failed "$what" "$log"
