@@ -14,9 +14,9 @@ JointTrajectory ResampleTrajectoryCubic(const JointTrajectory& trajectory, doubl
   const Vector& time = trajectory.time;
   const double end_time_s = time[time.size() - 1];
   Vector grid = BuildResamplingTimeGrid(time[0], end_time_s, sample_time_s, grid_mode);
-  const Vector evaluation_times = EvaluationTimes(grid, end_time_s, grid_mode);
+  const std::optional<Vector> clamped_times = ClampedTimes(grid, end_time_s, grid_mode);
   const CubicSpline spline = BuildCubicSpline(time, trajectory.positions);
-  SplineSamples samples = EvaluateCubicSpline(spline, evaluation_times);
+  SplineSamples samples = EvaluateCubicSpline(spline, clamped_times ? *clamped_times : std::as_const(grid));
   return JointTrajectory(std::move(samples.values), std::move(samples.first_derivatives),
                          std::move(samples.second_derivatives), std::move(grid), std::nullopt, std::nullopt);
 }

@@ -143,7 +143,9 @@ JointTrajectory ResampleTrajectoryLinear(const JointTrajectory& trajectory, doub
   const Vector& time = trajectory.time;
   const double end_time_s = time[time.size() - 1];
   Vector grid = BuildResamplingTimeGrid(time[0], end_time_s, sample_time_s, grid_mode);
-  Matrix positions = InterpolateRowsLinear(EvaluationTimes(grid, end_time_s, grid_mode), time, trajectory.positions);
+  const std::optional<Vector> clamped_times = ClampedTimes(grid, end_time_s, grid_mode);
+  Matrix positions =
+      InterpolateRowsLinear(clamped_times ? *clamped_times : std::as_const(grid), time, trajectory.positions);
   return JointTrajectory(std::move(positions), std::nullopt, std::nullopt, std::move(grid), std::nullopt, std::nullopt);
 }
 

@@ -93,12 +93,11 @@ Vector BuildResamplingTimeGrid(double start_time_s, double end_time_s, double sa
   native::ThrowInvalidArgument("Unsupported resampling time-grid mode.");
 }
 
-Vector EvaluationTimes(const Vector& grid, double end_time_s, ResamplingTimeGridMode grid_mode) {
+std::optional<Vector> ClampedTimes(const Vector& grid, double end_time_s, ResamplingTimeGridMode grid_mode) {
+  if (grid_mode != ResamplingTimeGridMode::exact_dt_extend_endpoint) return std::nullopt;
   Vector times = grid;
-  if (grid_mode == ResamplingTimeGridMode::exact_dt_extend_endpoint) {
-    for (double& time : times) {
-      if (end_time_s < time) time = end_time_s;
-    }
+  for (double& time : times) {
+    if (end_time_s < time) time = end_time_s;
   }
   return times;
 }

@@ -1,6 +1,8 @@
 // Regular time grids between two times.
 #pragma once
 
+#include <optional>
+
 #include "velmora/native/array_types.hpp"
 #include "velmora/util/timing/resampling.hpp"
 
@@ -14,8 +16,8 @@ namespace velmora::util::timing {
 Vector BuildResamplingTimeGrid(double start_time_s, double end_time_s, double sample_time_s,
                                ResamplingTimeGridMode grid_mode);
 
-/// The times at which a trajectory that ends at `end_time_s` is evaluated for `grid`: in the extend mode no entry lies
-/// beyond the end, in the others the grid is taken as it is.
-Vector EvaluationTimes(const Vector& grid, double end_time_s, ResamplingTimeGridMode grid_mode);
+/// The times at which a trajectory that ends at `end_time_s` is evaluated for `grid`, where they are not the grid's: in
+/// the extend mode, whose last entry may lie beyond the end, with no entry beyond it.
+std::optional<Vector> ClampedTimes(const Vector& grid, double end_time_s, ResamplingTimeGridMode grid_mode);
 
 }  // namespace velmora::util::timing

@@ -170,10 +170,10 @@ TEST(BuildResamplingTimeGrid, RoundsEachEntryOfAnExactSpacingOnce) {
   EXPECT_GT(told_apart, 0);
 }
 
-TEST(EvaluationTimes, AreClampedToTheEndInTheExtendModeOnly) {
+TEST(ClampedTimes, EndAtTheEndAndAreForTheExtendModeOnly) {
   const Vector grid = Values({0.0, 0.5, 1.0, 1.5});
-  EXPECT_TRUE(SameBits(Values({0.0, 0.5, 0.7, 0.7}), EvaluationTimes(grid, 0.7, Mode::exact_dt_extend_endpoint)));
-  for (const int mode : {0, 1, 2}) EXPECT_TRUE(SameBits(grid, EvaluationTimes(grid, 0.7, static_cast<Mode>(mode))));
+  EXPECT_TRUE(SameBits(Values({0.0, 0.5, 0.7, 0.7}), ClampedTimes(grid, 0.7, Mode::exact_dt_extend_endpoint).value()));
+  for (const int mode : {0, 1, 2}) EXPECT_FALSE(ClampedTimes(grid, 0.7, static_cast<Mode>(mode)).has_value());
 }
 
 }  // namespace
