@@ -114,8 +114,8 @@ struct DerivativeKernel {
     // Divisions side by side cost no more than one, and those of the next stretch run while the rows of this one are
     // combined.
     std::array<StretchWeights, 2> stretches;
-    StretchWeights* weights = &stretches[0];
-    StretchWeights* next_weights = &stretches[1];
+    StretchWeights* weights = stretches.data();
+    StretchWeights* next_weights = weights + 1;
     const auto derive = [&](Index begin, Index count, Index next_count) VELMORA_ALWAYS_INLINE_LAMBDA {
       WeightsAtMiddles(t + begin + count, next_count, *next_weights);
       const double* const earlier = weights->earlier.data();
