@@ -12,6 +12,11 @@ elseif(with_shaper_common)
   find_package(velmora_shaper_common CONFIG REQUIRED)
   set(VELMORA_USES_SHAPER_COMMON TRUE)
 endif()
+if(VELMORA_USES_SHAPER_COMMON)
+  message(STATUS "Error and ShapedTrajectory: velmora_shaper_common ${velmora_shaper_common_VERSION}")
+else()
+  message(STATUS "Error and ShapedTrajectory: bundled")
+endif()
 
 # Gives a target the three types, by the companion or by the bundled headers.
 function(velmora_use_shaper_common target)
