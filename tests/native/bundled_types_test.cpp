@@ -1,15 +1,17 @@
-// The memory layout and types of the shared record.
-#include "velmora/native/shaped_trajectory.hpp"
-
+// The values, types and memory layout of what is bundled where the companion library is not installed.
 #include <gtest/gtest.h>
 
 #include <type_traits>
 
 #include "velmora/native/array_types.hpp"
+#include "velmora/native/error.hpp"
+#include "velmora/native/shaped_trajectory.hpp"
 
 namespace velmora::native {
 namespace {
 
+static_assert(static_cast<int>(ErrorCode::invalid_argument) == 0);
+static_assert(std::is_same_v<std::underlying_type_t<ErrorCode>, int>);
 static_assert(std::is_same_v<Matrix, Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>>);
 static_assert(std::is_same_v<Vector, Eigen::Matrix<double, Eigen::Dynamic, 1>>);
 static_assert(std::is_same_v<decltype(ShapedTrajectory::positions), Matrix>);
