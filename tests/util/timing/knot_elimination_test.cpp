@@ -115,14 +115,18 @@ TEST_F(KnotElimination, LeavesPivotsThatItCannotUseToTheDenseSolve) {
   EXPECT_TRUE(SameBits(SolveKnotSecondDerivativesDense(h, y), SolveKnotSecondDerivatives(h, y)));
 }
 
-// Two steps next to each other so short that the reciprocal of one pivot overflows: the first, an inner one, and the
-// last but one.
+// Two steps next to each other so short that the reciprocal of one pivot overflows: the first, an inner one, and those
+// of the last rows.
 TEST_F(KnotElimination, LeavesASinglePivotThatItCannotUseToTheDenseSolve) {
-  for (const Eigen::Index step : {0, 20, 38}) {
+  for (const Eigen::Index step : {0, 20, 37, 38}) {
     Vector h = Vector::Constant(40, 1.0);
     h.segment<2>(step).setConstant(1e-310);
     EXPECT_FALSE(FactoriseKnotSystem(h).has_value()) << step;
   }
+  // Here the first pivot alone: the entry beside it is twice as large.
+  Vector h = Vector::Constant(40, 1.0);
+  h.head<2>().setConstant(4e-309);
+  EXPECT_FALSE(FactoriseKnotSystem(h).has_value());
 }
 
 TEST_F(KnotElimination, IsNotFiniteWhereTheDenseSolveIsNot) {
