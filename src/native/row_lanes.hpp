@@ -44,18 +44,12 @@ VELMORA_ALWAYS_INLINE double Fma(double p, double q, double r) {
 }
 
 template <typename Processor>
-VELMORA_ALWAYS_INLINE Lanes Fma(const Lanes& p, const Lanes& q, const Lanes& r) {
+VELMORA_ALWAYS_INLINE Lanes Fma(double p, const Lanes& q, const Lanes& r) {
 #if defined(__x86_64__) && !defined(__clang__)
   // g++ does not always see that the four below are one instruction.
-  if constexpr (std::is_same_v<Processor, Avx2Processor>) return __builtin_ia32_vfmaddpd256(p, q, r);
+  if constexpr (std::is_same_v<Processor, Avx2Processor>) return __builtin_ia32_vfmaddpd256(Lanes{p, p, p, p}, q, r);
 #endif
-  return Lanes{std::fma(p[0], q[0], r[0]), std::fma(p[1], q[1], r[1]), std::fma(p[2], q[2], r[2]),
-               std::fma(p[3], q[3], r[3])};
-}
-
-template <typename Processor>
-VELMORA_ALWAYS_INLINE Lanes Fma(double p, const Lanes& q, const Lanes& r) {
-  return Fma<Processor>(Lanes{p, p, p, p}, q, r);
+  return Lanes{std::fma(p, q[0], r[0]), std::fma(p, q[1], r[1]), std::fma(p, q[2], r[2]), std::fma(p, q[3], r[3])};
 }
 
 VELMORA_ALWAYS_INLINE Lanes Sqrt(const Lanes& x) {
