@@ -16,6 +16,7 @@ namespace {
 using Eigen::Index;
 using native::Fma;
 using native::ForEachColumnBlock;
+using native::ForEachJoint;
 using native::kLanes;
 using native::Lanes;
 using native::Load;
@@ -97,11 +98,17 @@ VELMORA_ALWAYS_INLINE void CombineRows(const Block& columns, const double* earli
   }
 }
 
+// One derivative row, likewise.
 template <typename Processor>
 VELMORA_ALWAYS_INLINE void CombineRow(const Weights<double>& weights, const double* rows, Index joints,
                                       double* result) {
-  ForEachColumnBlock(joints, [=](const auto& columns) VELMORA_ALWAYS_INLINE_LAMBDA {
-    CombineRows<Processor>(columns, &weights.earlier, &weights.middle, &weights.later, 1, rows, joints, result);
+  // Copies, so that they stay in registers.
+  const double earlier_weight = weights.earlier;
+  const double middle_weight = weights.middle;
+  const double later_weight = weights.later;
+  ForEachJoint(joints, result, [=](const auto& at) VELMORA_ALWAYS_INLINE_LAMBDA {
+    return Fma<Processor>(later_weight, at(rows + 2 * joints),
+                          Fma<Processor>(earlier_weight, at(rows), middle_weight * at(rows + joints)));
   });
 }
 
@@ -123,9 +130,15 @@ struct DerivativeKernel {
       const double* const later = weights->later.data();
       const double* const rows = x + (begin - 1) * joints;
       double* const result = d + begin * joints;
-      ForEachColumnBlock(joints, [=](const auto& columns) VELMORA_ALWAYS_INLINE_LAMBDA {
-        CombineRows<Processor>(columns, earlier, middle, later, count, rows, joints, result);
-      });
+      if (joints <= 2 * kLanes) {
+        ForEachColumnBlock(joints, [=](const auto& columns) VELMORA_ALWAYS_INLINE_LAMBDA {
+          CombineRows<Processor>(columns, earlier, middle, later, count, rows, joints, result);
+        });
+      } else {  // down one block after the other the memory beyond the caches is read too slowly
+        for (Index k = 0; k < count; ++k) {
+          CombineRow<Processor>({earlier[k], middle[k], later[k]}, rows + k * joints, joints, result + k * joints);
+        }
+      }
       std::swap(weights, next_weights);
     };
     Index begin = 1;
