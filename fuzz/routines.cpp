@@ -57,7 +57,8 @@ MakeTrajectory ReadTrajectory(ByteReader& bytes, const Pool& pool) {
 // Neither the reference nor a fuzzer's memory is made for grids that are merely large.
 double AffordableSpacing(ByteReader& bytes, const MakeTrajectory& trajectory) {
   double spacing = bytes.Value();
-  double span = trajectory.dt.value_or(0.0) * static_cast<double>(trajectory.positions.rows());
+  // As the library does it: with one step more the span of huge steps would overflow where that of the times does not.
+  double span = trajectory.dt.value_or(0.0) * static_cast<double>(trajectory.positions.rows() - 1);
   if (trajectory.time && trajectory.time->size() > 0)
     span = (*trajectory.time)[trajectory.time->size() - 1] - (*trajectory.time)[0];
   const bool relative = bytes.OneIn(2);
