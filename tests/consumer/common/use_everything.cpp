@@ -3,6 +3,7 @@
 // survive.
 #include <cstdio>
 #include <cstdlib>
+#include <limits>
 #include <optional>
 #include <string>
 #include <utility>
@@ -104,6 +105,19 @@ void UseResampling(Eigen::Index samples, Eigen::Index joints) {
   Rework(timing::SampleAlignedFirstDifference(trajectory.positions, query));
 }
 
+// The numbers, and not only the memory, come across the edge.
+void UseKnownNumbers() {
+  Matrix positions(3, 1);
+  positions << 0.0, 0.5, 2.0;
+  const timing::JointTrajectory recorded(positions, std::nullopt, std::nullopt, Vector::LinSpaced(3, 0.0, 1.0),
+                                         std::nullopt, std::nullopt);
+  const timing::JointTrajectory regular =
+      timing::ResampleTrajectory(recorded, 0.25, timing::ParseResamplingMethod("linear"),
+                                 timing::ParseResamplingTimeGridMode("exact_dt_append_endpoint"), true);
+  Require(regular.positions.rows() == 5, "the length of the new grid");
+  Require(regular.positions(1, 0) == 0.25 && regular.positions(4, 0) == 2.0, "the resampled positions");
+}
+
 void UseLimits(Eigen::Index joints) {
   timing::JointStateBox box(Vector::Constant(joints, -1.0), Vector::Constant(joints, 1.0));
   timing::JointStateLimits limits(box, std::nullopt, box, std::nullopt);
@@ -142,12 +156,20 @@ void UseScalars() {
   } catch (const velmora::native::Error& error) {
     Require(error.what() == std::string("vibration_shaping_weight must be in [0.0, 1.0]"), "the message");
   }
+  try {
+    velmora::util::Smootherstep(std::numeric_limits<double>::quiet_NaN());
+    Require(false, "a progress that is not a number is refused");
+  } catch (const velmora::native::InvalidArgumentError& error) {
+    Require(error.what() == std::string("unit_progress must be finite"), "the message");
+    Require(error.argument_name() == "unit_progress", "the name of the argument");
+  }
 }
 
 }  // namespace
 
 int main() {
   UseScalars();
+  UseKnownNumbers();
   for (Eigen::Index joints = 0; joints <= 9; ++joints) {
     UseLimits(joints);
     for (Eigen::Index samples = 1; samples <= 33; ++samples) {

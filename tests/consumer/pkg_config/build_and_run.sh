@@ -12,6 +12,10 @@ export PKG_CONFIG_PATH=${pc_file%/*}:${PKG_CONFIG_PATH:-}
   echo "pkg-config points out of $prefix" >&2
   exit 1
 }
+pkg-config --print-requires $package | grep -qx "eigen3 >= 3.4" || {
+  echo "pkg-config does not ask for Eigen 3.4: $(pkg-config --print-requires $package)" >&2
+  exit 1
+}
 for definition in EIGEN_MAX_ALIGN_BYTES EIGEN_MALLOC_ALREADY_ALIGNED; do
   pkg-config --variable=eigen_abi_cflags $package | grep -Eq -- "(^| )-D$definition=[0-9]+( |$)" || {
     echo "eigen_abi_cflags lacks $definition" >&2
