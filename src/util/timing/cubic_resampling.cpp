@@ -16,7 +16,7 @@ JointTrajectory ResampleTrajectoryCubic(const JointTrajectory& trajectory, doubl
   Vector grid = BuildResamplingTimeGrid(time[0], end_time_s, sample_time_s, grid_mode);
   const std::optional<Vector> clamped_times = ClampedTimes(grid, end_time_s, grid_mode);
   const CubicSpline spline = BuildCubicSpline(time, trajectory.positions);
-  SplineSamples samples = EvaluateCubicSpline(spline, clamped_times ? *clamped_times : std::as_const(grid));
+  SplineSamples samples = EvaluateCubicSpline(spline, clamped_times ? *clamped_times : grid);
   return JointTrajectory(std::move(samples.values), std::move(samples.first_derivatives),
                          std::move(samples.second_derivatives), std::move(grid), std::nullopt, std::nullopt);
 }

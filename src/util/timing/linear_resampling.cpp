@@ -144,8 +144,7 @@ JointTrajectory ResampleTrajectoryLinear(const JointTrajectory& trajectory, doub
   const double end_time_s = time[time.size() - 1];
   Vector grid = BuildResamplingTimeGrid(time[0], end_time_s, sample_time_s, grid_mode);
   const std::optional<Vector> clamped_times = ClampedTimes(grid, end_time_s, grid_mode);
-  Matrix positions =
-      InterpolateRowsLinear(clamped_times ? *clamped_times : std::as_const(grid), time, trajectory.positions);
+  Matrix positions = InterpolateRowsLinear(clamped_times ? *clamped_times : grid, time, trajectory.positions);
   return JointTrajectory(std::move(positions), std::nullopt, std::nullopt, std::move(grid), std::nullopt, std::nullopt);
 }
 
