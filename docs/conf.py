@@ -1,0 +1,82 @@
+# Settings of the documentation site; built by scripts/docs from the top of the source tree.
+import os
+from importlib.metadata import version as installed_version
+
+project = "velmora"
+author = "the velmora developers"
+version = release = installed_version("velmora")
+
+extensions = [
+    "breathe",
+    "matplotlib.sphinxext.plot_directive",
+    "myst_nb",
+    "numpydoc",
+    "sphinx.ext.autodoc",
+    "sphinx.ext.mathjax",
+    "sphinx_click",
+    "sphinx_copybutton",
+    "sphinx_design",
+]
+exclude_patterns = ["snippets", "node_modules"]
+nitpicky = True
+
+# Pages are Markdown; code cells run while the site is built, and an error in one ends the build.
+myst_enable_extensions = ["amsmath", "attrs_inline", "colon_fence", "deflist", "dollarmath"]
+myst_heading_anchors = 3
+nb_execution_mode = "cache"
+nb_execution_cache_path = os.path.abspath("build/docs/executed")
+nb_execution_timeout = 180
+nb_execution_raise_on_error = True
+nb_merge_streams = True
+
+# The C++ reference comes from the headers by way of Doxygen's XML.
+breathe_projects = {"velmora": os.path.abspath("build/docs/xml")}
+breathe_default_project = "velmora"
+breathe_default_members = ("members", "undoc-members")
+primary_domain = "py"
+highlight_language = "none"
+cpp_id_attributes = ["VELMORA_EXPORT"]
+
+numpydoc_show_class_members = False
+numpydoc_xref_param_type = False
+autodoc_typehints = "none"
+
+plot_basedir = os.path.abspath("docs")
+plot_formats = [("svg", 100)]
+plot_html_show_source_link = False
+plot_html_show_formats = False
+INK, MUTED = "#1f2d3d", "#8a97a6"
+plot_rcparams = {
+    "figure.figsize": (7.5, 3.6),
+    "figure.constrained_layout.use": True,
+    "figure.facecolor": "white",
+    "axes.prop_cycle": __import__("cycler").cycler(color=["#1f6fb2", "#c8641e", "#3a8f5c", "#7a5bb5"]),
+    "axes.spines.top": False,
+    "axes.spines.right": False,
+    "axes.edgecolor": MUTED,
+    "axes.labelcolor": INK,
+    "text.color": INK,
+    "xtick.color": INK,
+    "ytick.color": INK,
+    "font.size": 9,
+    "legend.frameon": False,
+    "svg.hashsalt": "velmora",
+}
+plot_apply_rcparams = True
+
+# Everything a page loads stands in the site itself: fonts are the reader's own, formulas are set by a copy of MathJax.
+html_theme = "furo"
+html_title = f"velmora {release}"
+html_static_path = ["_static"]
+html_css_files = ["site.css"]
+mathjax_path = "mathjax/tex-svg.js"
+html_show_sphinx = False
+html_copy_source = False
+html_show_sourcelink = False
+
+# Names of other projects and of the standard library that docstrings mention in passing.
+nitpick_ignore_regex = [
+    (r"cpp:.*", r"(std|Eigen)(::.*)?"),
+    (r"cpp:.*", r"(size_t|int64_t|uint64_t|double|bool|int)"),
+    (r"py:.*", r"(numpy|np|scipy|pandas|collections|enum|os|pathlib|typing)\..*"),
+]

@@ -1,0 +1,54 @@
+"""The console blocks of the documents, run as a reader would run them, with the output they show."""
+
+import doctest
+import os
+import re
+import shutil
+import subprocess
+import sys
+from pathlib import Path
+
+import pytest
+
+ROOT = Path(__file__).parents[2]
+BLOCK = re.compile(r"^```console\n(.*?)^```", re.MULTILINE | re.DOTALL)
+END = "end of the output of one command"
+
+
+def commands_of(page: Path) -> list[tuple[str, str]]:
+    """Each command of a page's console blocks, with the output that the page shows below it ('' where it shows none)."""
+    commands: list[tuple[str, str]] = []
+    for block in BLOCK.findall(page.read_text(encoding="utf-8")):
+        for line in block.splitlines():
+            if line.startswith("$ "):
+                commands.append((line[2:], ""))
+            elif line.startswith("> "):
+                commands[-1] = (commands[-1][0] + "\n" + line[2:], "")
+            else:
+                commands[-1] = (commands[-1][0], commands[-1][1] + line + "\n")
+    return commands
+
+
+PAGES = [page for page in sorted((ROOT / "docs").rglob("*.md")) if commands_of(page)]
+
+
+@pytest.mark.parametrize("page", PAGES, ids=lambda page: str(page.relative_to(ROOT)))
+def test_console_blocks_do_what_they_show(page: Path, tmp_path: Path) -> None:
+    """`...` stands for any text; a command may fail only where `echo $?` follows and shows its exit code."""
+    shutil.copytree(ROOT / "examples" / "data", tmp_path, dirs_exist_ok=True)
+    commands = commands_of(page)
+    script = "".join(f"{{ {command}\n}} 2>&1; code=$?; echo '{END}' $code; (exit $code)\n" for command, _ in commands)
+    environment = os.environ | {"PATH": f"{Path(sys.executable).parent}:{os.environ['PATH']}", "COLUMNS": "100"}
+    run = subprocess.run(
+        ["bash"], input=script, cwd=tmp_path, env=environment, capture_output=True, text=True, timeout=300, check=False
+    )
+    outputs = re.split(rf"{END} (\d+)\n", run.stdout)
+    assert len(outputs) == 2 * len(commands) + 1, run.stdout + run.stderr
+    for position, (command, expected) in enumerate(commands):
+        output, code = outputs[2 * position : 2 * position + 2]
+        if expected:
+            assert doctest.OutputChecker().check_output(expected, output, doctest.ELLIPSIS), (
+                f"$ {command}\n{output}instead of\n{expected}"
+            )
+        followed = position + 1 < len(commands) and commands[position + 1][0] == "echo $?"
+        assert code == "0" or followed, f"$ {command}\n{output}exit code {code}"
