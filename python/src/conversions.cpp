@@ -1,0 +1,221 @@
+// Between Python's objects and the library's types: the one place for every kind of argument and result.
+#include "conversions.hpp"
+
+#include <nanobind/ndarray.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <utility>
+
+namespace velmora::python {
+namespace {
+
+constexpr const char* kNumber = "a real number";
+constexpr const char* kVector = "a 1-D array of real numbers";
+constexpr const char* kMatrix = "a 2-D array of real numbers (a row per sample, a column per joint)";
+constexpr const char* kNumberOrVector = "a real number or a 1-D array of real numbers";
+constexpr const char* kAnyArray = "a real number or an array of real numbers";
+
+nb::object Numpy() { return nb::module_::import_("numpy"); }
+
+[[noreturn]] void Refuse(PyObject* type, const char* argument, const char* expected, const std::string& got) {
+  const std::string message = std::string(argument) + " must be " + expected + ", got " + got + ".";
+  PyErr_SetString(type, message.c_str());
+  throw nb::python_error();
+}
+
+std::string TypeName(nb::handle source) { return nb::cast<std::string>(nb::str(source.type().attr("__name__"))); }
+
+bool IsMaskedArray(nb::handle source) {
+  // Not imported: where the module was never loaded there is no masked array.
+  const nb::object module = nb::module_::import_("sys").attr("modules").attr("get")("numpy.ma");
+  return !module.is_none() && nb::isinstance(source, module.attr("MaskedArray"));
+}
+
+struct AnyArray {
+  nb::object array;
+  Py_ssize_t dimensions;
+};
+
+// What numpy makes of the source, refused unless its elements are real numbers.
+AnyArray AsRealArray(nb::handle source, const char* argument, const char* expected) {
+  if (source.is_none()) Refuse(PyExc_TypeError, argument, expected, "None");
+  if (IsMaskedArray(source)) Refuse(PyExc_TypeError, argument, expected, "a masked array");
+  nb::object array;
+  try {
+    array = Numpy().attr("asarray")(source);
+  } catch (nb::python_error& error) {
+    if (!error.matches(PyExc_ValueError)) throw;
+    const std::string reason = nb::cast<std::string>(nb::str(error.value()));
+    Refuse(PyExc_ValueError, argument, expected,
+           "a " + TypeName(source) + " of which numpy makes none (" + reason + ")");
+  }
+  const nb::object dtype = array.attr("dtype");
+  const std::string kind = nb::cast<std::string>(dtype.attr("kind"));
+  if (std::strchr("biuf", kind[0]) == nullptr) {
+    const std::string what = nb::cast<std::string>(nb::str(dtype));
+    Refuse(PyExc_TypeError, argument, expected, "a " + TypeName(source) + " of dtype " + what);
+  }
+  return {array, nb::cast<Py_ssize_t>(array.attr("ndim"))};
+}
+
+[[noreturn]] void RefuseShape(const AnyArray& source, const char* argument, const char* expected) {
+  const nb::object shape = source.array.attr("shape");
+  Refuse(PyExc_ValueError, argument, expected, "an array of shape " + nb::cast<std::string>(nb::str(shape)));
+}
+
+// The memory of an array that is as the library wants it: C-ordered float64 in native byte order.
+class Float64Buffer {
+ public:
+  Float64Buffer(nb::handle source, int dimensions) {
+    // Of numpy's own type alone: a subclass may mean something else by its elements, as a masked array does.
+    static PyObject* const ndarray = nb::object(Numpy().attr("ndarray")).release().ptr();
+    if (reinterpret_cast<PyObject*>(Py_TYPE(source.ptr())) != ndarray) return;
+    if (PyObject_GetBuffer(source.ptr(), &view_, PyBUF_C_CONTIGUOUS | PyBUF_FORMAT) != 0) {
+      PyErr_Clear();
+      return;
+    }
+    held_ = true;
+    fits_ = view_.ndim == dimensions && view_.format != nullptr && std::strcmp(view_.format, "d") == 0;
+  }
+  ~Float64Buffer() {
+    if (held_) PyBuffer_Release(&view_);
+  }
+  Float64Buffer(const Float64Buffer&) = delete;
+  Float64Buffer& operator=(const Float64Buffer&) = delete;
+
+  explicit operator bool() const { return fits_; }
+  const double* data() const { return static_cast<const double*>(view_.buf); }
+  Py_ssize_t length(int axis) const { return view_.shape[axis]; }
+
+ private:
+  Py_buffer view_{};
+  bool held_ = false;
+  bool fits_ = false;
+};
+
+// One pass over the source, whatever its element type and its order in memory.
+template <typename Array, std::size_t kDimensions>
+void ConvertInto(Array& target, const std::size_t (&shape)[kDimensions], const nb::object& source) {
+  const nb::ndarray<nb::numpy, double> destination(target.data(), kDimensions, shape, nb::none());
+  Numpy().attr("copyto")(nb::cast(destination, nb::rv_policy::reference), source);
+}
+
+Vector ConvertVector(const AnyArray& source) {
+  const std::size_t shape[] = {nb::cast<std::size_t>(source.array.attr("size"))};
+  Vector vector(static_cast<Eigen::Index>(shape[0]));
+  if (shape[0] > 0) ConvertInto(vector, shape, source.array);
+  return vector;
+}
+
+Vector CopyOf(const Float64Buffer& buffer) {
+  Vector vector(buffer.length(0));
+  std::copy_n(buffer.data(), vector.size(), vector.data());
+  return vector;
+}
+
+template <typename Array>
+nb::object View(const Array& array, std::size_t dimensions, nb::handle owner) {
+  const std::size_t shape[] = {static_cast<std::size_t>(array.rows()), static_cast<std::size_t>(array.cols())};
+  // numpy wants an address even of an array without elements.
+  static const double nothing = 0.0;
+  const double* data = array.size() > 0 ? array.data() : &nothing;
+  return nb::cast(nb::ndarray<nb::numpy, const double>(data, dimensions, shape, owner), nb::rv_policy::reference);
+}
+
+template <typename Array>
+nb::object Own(Array array, std::size_t dimensions) {
+  auto kept = std::make_unique<Array>(std::move(array));
+  const Array& values = *kept;
+  const nb::capsule owner(kept.release(), [](void* held) noexcept { delete static_cast<Array*>(held); });
+  return View(values, dimensions, owner);
+}
+
+}  // namespace
+
+Matrix ToMatrix(nb::handle source, const char* argument) {
+  if (const Float64Buffer buffer(source, 2); buffer) {
+    Matrix matrix(buffer.length(0), buffer.length(1));
+    std::copy_n(buffer.data(), matrix.size(), matrix.data());
+    return matrix;
+  }
+  const AnyArray any = AsRealArray(source, argument, kMatrix);
+  if (any.dimensions != 2) RefuseShape(any, argument, kMatrix);
+  const auto [rows, cols] = nb::cast<std::pair<std::size_t, std::size_t>>(any.array.attr("shape"));
+  Matrix matrix(static_cast<Eigen::Index>(rows), static_cast<Eigen::Index>(cols));
+  if (matrix.size() > 0) ConvertInto(matrix, {rows, cols}, any.array);
+  return matrix;
+}
+
+Vector ToVector(nb::handle source, const char* argument) {
+  if (const Float64Buffer buffer(source, 1); buffer) return CopyOf(buffer);
+  const AnyArray any = AsRealArray(source, argument, kVector);
+  if (any.dimensions != 1) RefuseShape(any, argument, kVector);
+  return ConvertVector(any);
+}
+
+double ToDouble(nb::handle source, const char* argument) {
+  if (PyFloat_Check(source.ptr())) return PyFloat_AsDouble(source.ptr());
+  if (PyLong_Check(source.ptr())) {
+    const double value = PyLong_AsDouble(source.ptr());
+    if (!(value == -1.0 && PyErr_Occurred())) return value;
+    PyErr_Clear();
+    Refuse(PyExc_ValueError, argument, kNumber, "an integer beyond the range of a double");
+  }
+  const AnyArray any = AsRealArray(source, argument, kNumber);
+  if (any.dimensions != 0) RefuseShape(any, argument, kNumber);
+  return nb::cast<double>(any.array.attr("item")());
+}
+
+std::variant<double, Vector> ToDoubleOrVector(nb::handle source, const char* argument) {
+  if (const Float64Buffer buffer(source, 1); buffer) return CopyOf(buffer);
+  if (PyFloat_Check(source.ptr()) || PyLong_Check(source.ptr())) return ToDouble(source, argument);
+  const AnyArray any = AsRealArray(source, argument, kNumberOrVector);
+  if (any.dimensions == 0) return nb::cast<double>(any.array.attr("item")());
+  if (any.dimensions != 1) RefuseShape(any, argument, kNumberOrVector);
+  return ConvertVector(any);
+}
+
+std::optional<Matrix> ToOptionalMatrix(nb::handle source, const char* argument) {
+  if (source.is_none()) return std::nullopt;
+  return ToMatrix(source, argument);
+}
+
+std::optional<Vector> ToOptionalVector(nb::handle source, const char* argument) {
+  if (source.is_none()) return std::nullopt;
+  return ToVector(source, argument);
+}
+
+std::optional<double> ToOptionalDouble(nb::handle source, const char* argument) {
+  if (source.is_none()) return std::nullopt;
+  return ToDouble(source, argument);
+}
+
+bool ToBool(nb::handle source, const char* argument) {
+  if (source.is(Py_True) || source.is(Py_False)) return source.is(Py_True);
+  if (nb::isinstance(source, Numpy().attr("bool_"))) return nb::cast<bool>(source.attr("item")());
+  RefuseType(source, argument, "True or False");
+}
+
+std::string ToText(nb::handle source, const char* argument) {
+  if (!nb::isinstance<nb::str>(source)) RefuseType(source, argument, "a str");
+  return nb::cast<std::string>(source);
+}
+
+void RefuseType(nb::handle source, const char* argument, const char* expected) {
+  Refuse(PyExc_TypeError, argument, expected, TypeName(source));
+}
+
+nb::object ToFloatArray(nb::handle source, const char* argument) {
+  const AnyArray any = AsRealArray(source, argument, kAnyArray);
+  const nb::object numpy = Numpy();
+  return numpy.attr("asarray")(any.array, nb::arg("dtype") = numpy.attr("float64"), nb::arg("order") = "C");
+}
+
+nb::object ViewOf(const Matrix& matrix, nb::handle owner) { return View(matrix, 2, owner); }
+nb::object ViewOf(const Vector& vector, nb::handle owner) { return View(vector, 1, owner); }
+nb::object ToArray(Matrix matrix) { return Own(std::move(matrix), 2); }
+nb::object ToArray(Vector vector) { return Own(std::move(vector), 1); }
+
+}  // namespace velmora::python

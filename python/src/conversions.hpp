@@ -1,0 +1,51 @@
+// Between Python's objects and the library's types: the one place for every kind of argument and result.
+#pragma once
+
+#include <nanobind/nanobind.h>
+#include <nanobind/stl/pair.h>
+#include <nanobind/stl/string.h>
+
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "velmora/native/array_types.hpp"
+
+namespace velmora::python {
+
+namespace nb = nanobind;
+using native::Matrix;
+using native::Vector;
+
+// In: whatever numpy makes an array of real numbers of, converted once; anything else is a TypeError (kind) or a
+// ValueError (number of dimensions) that names the argument. The library checks the content.
+
+/// A matrix of N x J from any two-dimensional array of real numbers.
+Matrix ToMatrix(nb::handle source, const char* argument);
+std::optional<Matrix> ToOptionalMatrix(nb::handle source, const char* argument);
+/// A vector from any one-dimensional array of real numbers.
+Vector ToVector(nb::handle source, const char* argument);
+std::optional<Vector> ToOptionalVector(nb::handle source, const char* argument);
+/// A number from Python's or numpy's real numbers, or an array of them without dimensions.
+double ToDouble(nb::handle source, const char* argument);
+std::optional<double> ToOptionalDouble(nb::handle source, const char* argument);
+std::variant<double, Vector> ToDoubleOrVector(nb::handle source, const char* argument);
+bool ToBool(nb::handle source, const char* argument);
+std::string ToText(nb::handle source, const char* argument);
+
+/// Raises a TypeError: what the argument must be, and the type that came.
+[[noreturn]] void RefuseType(nb::handle source, const char* argument, const char* expected);
+
+/// Real numbers in any number of dimensions: a C-ordered float64 array of numpy's.
+nb::object ToFloatArray(nb::handle source, const char* argument);
+
+// Out: read-only, without a copy.
+
+/// A view that keeps `owner`, in which the values lie, alive.
+nb::object ViewOf(const Matrix& matrix, nb::handle owner);
+nb::object ViewOf(const Vector& vector, nb::handle owner);
+/// An array that owns the values.
+nb::object ToArray(Matrix matrix);
+nb::object ToArray(Vector vector);
+
+}  // namespace velmora::python
