@@ -63,3 +63,13 @@ set(VELMORA_EIGEN_ABI_DEFINITIONS EIGEN_MAX_ALIGN_BYTES=${eigen_max_align_bytes}
                                   EIGEN_MALLOC_ALREADY_ALIGNED=${eigen_malloc_already_aligned})
 target_compile_definitions(velmora_shaper_trajectory_eigen_abi INTERFACE ${VELMORA_EIGEN_ABI_DEFINITIONS})
 set_target_properties(velmora_shaper_trajectory_eigen_abi PROPERTIES EXPORT_NAME eigen_abi)
+
+if(VELMORA_INSTALL)
+  install(
+    TARGETS velmora_shaper_trajectory_eigen_abi
+    EXPORT velmora_shaper_trajectory-targets)
+  install(
+    FILES ${VELMORA_GENERATED_INCLUDE_DIR}/velmora/native/eigen_abi_record.hpp
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/velmora/native
+    COMPONENT velmora_shaper_trajectory_development)
+endif()

@@ -26,3 +26,12 @@ function(velmora_use_shaper_common target)
     target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/bundled/include>)
   endif()
 endfunction()
+
+if(VELMORA_INSTALL AND NOT VELMORA_USES_SHAPER_COMMON)
+  install(
+    DIRECTORY ${PROJECT_SOURCE_DIR}/bundled/include/velmora
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+    COMPONENT velmora_shaper_trajectory_development
+    FILES_MATCHING
+    PATTERN "*.hpp")
+endif()
