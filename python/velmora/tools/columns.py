@@ -1,0 +1,143 @@
+"""The rule by which names of columns say what they hold: times, or positions to efforts of a joint.
+
+A name is read from its end: a unit (``_deg``, ``[rad/s]``), a quantity (``_velocity``, ``.position``), and what is left
+is the joint. A name without a quantity is a position.
+"""
+
+from __future__ import annotations
+
+import re
+from typing import NamedTuple
+
+from velmora.tools.recording import QUANTITIES, Column, Recording
+from velmora.tools.text import printable
+
+TIME_NAMES = ("time", "times", "t", "timestamp", "timestamps", "stamp", "stamps", "elapsed", "elapsedtime",
+              "timefromstart", "timesincestart", "rostime", "clock")
+TIME_UNITS = {"s": "s", "sec": "s", "secs": "s", "second": "s", "seconds": "s",
+              "ms": "ms", "msec": "ms", "millis": "ms", "milliseconds": "ms",
+              "us": "us", "usec": "us", "micros": "us", "microseconds": "us", "\u00b5s": "us", "\u03bcs": "us",
+              "ns": "ns", "nsec": "ns", "nanos": "ns", "nanoseconds": "ns"}
+SECOND_NAMES = ("sec", "secs", "seconds")
+NANOSECOND_NAMES = ("nsec", "nsecs", "nanosec", "nanosecs", "nanoseconds")
+# Columns that count or label rows; they hold no joint unless --joints asks for them.
+BOOKKEEPING = ("", "index", "unnamed: 0", "frame_index", "episode_index", "task_index", "episode", "episode_id",
+               "seq", "sequence", "frame", "frame_id", "row", "step", "sample", "done", "reward")
+# The word that the tool writes after a joint's name, for each quantity.
+WRITTEN_WORDS = dict(zip(QUANTITIES, ("position", "velocity", "acceleration", "jerk", "effort")))
+_WORDS = {
+    "position": "positions", "positions": "positions", "pos": "positions",
+    "velocity": "velocities", "velocities": "velocities", "vel": "velocities",
+    "acceleration": "accelerations", "accelerations": "accelerations", "accel": "accelerations", "acc": "accelerations",
+    "jerk": "jerks", "jerks": "jerks",
+    "effort": "efforts", "efforts": "efforts", "torque": "efforts", "torques": "efforts",
+}
+_ANY_WORD = "|".join(sorted(_WORDS, key=len, reverse=True))
+_ANGLE = r"(?:rad|radians|deg|degrees|\u00b0)"
+_PER_SECOND = r"(?:(?:/|_per_|_)s(?:ec)?(?:\^|\*\*)?([23\u00b2\u00b3])?)"
+_IN_BRACKETS = re.compile(r"^(.*?)[\s_]*[\[(]\s*([^\[\]()]*?)\s*[\])]$", re.DOTALL)
+_ANGLE_AT_END = re.compile(rf"^(.+)[_ .]({_ANGLE}{_PER_SECOND}?)$", re.IGNORECASE | re.DOTALL)
+_UNIT = re.compile(rf"^({_ANGLE}|m|mm)(/s|_per_s|_s|/sec)?(?:\^|\*\*)?([23\u00b2\u00b3])?$", re.IGNORECASE)
+_TOPIC_PATH = re.compile(rf"^/.+/([^/]+)/({_ANY_WORD})$", re.IGNORECASE | re.DOTALL)
+_WORD_AT_END = re.compile(rf"^(.+)[_./ -]({_ANY_WORD})$", re.IGNORECASE | re.DOTALL)
+_WORD_AT_START = re.compile(rf"^(?:.*[./])?({_ANY_WORD})(?:[_. -]?\[?(\d+)\]?|[_. -](.+))$", re.IGNORECASE | re.DOTALL)
+_BY_ORDER = ("positions", "velocities", "accelerations", "jerks")
+
+
+class Meaning(NamedTuple):
+    """What a name says: "time", a quantity of a joint, or "other" for columns that count or label rows."""
+
+    quantity: str
+    joint: str = ""
+    unit: str | None = None  # of a time: s, ms, us, ns; of a joint: "deg" or "rad" where the name says so
+
+
+def clean(name: str) -> str:
+    """A name from a file without control characters and outer blanks."""
+    return printable(name.replace("\0", "")).strip()
+
+
+def meaning(name: str) -> Meaning:
+    """Read a column's name; see the module's first lines."""
+    if name.lower() in BOOKKEEPING:
+        return Meaning("other")
+    time = _time(name)
+    if time is not None:
+        return time
+    quantity, unit = None, None
+    rest = name
+    bracketed = _IN_BRACKETS.match(name)
+    if bracketed and bracketed[1] and not bracketed[2].isdigit():
+        rest = bracketed[1]
+        quantity, unit = _of_unit(bracketed[2])
+    elif angled := _ANGLE_AT_END.match(name):
+        rest = angled[1]
+        quantity, unit = _of_unit(angled[2])
+    if found := _TOPIC_PATH.match(rest) or _WORD_AT_END.match(rest):
+        return Meaning(_WORDS[found[2].lower()], found[1], unit)
+    if found := _WORD_AT_START.match(rest):
+        joint = f"joint_{found[2]}" if found[2] is not None else found[3]
+        return Meaning(_WORDS[found[1].lower()], joint, unit)
+    return Meaning(quantity or "positions", rest, unit)
+
+
+def _time(name: str) -> Meaning | None:
+    for candidate in (name, re.split(r"[./]", name)[-1]):
+        bare, unit = _without_time_unit(candidate)
+        if re.sub(r"[^a-z]", "", bare.lower()) in TIME_NAMES and not re.search(r"\d", bare):
+            return Meaning("time", unit=unit)
+    return None
+
+
+def _without_time_unit(name: str) -> tuple[str, str | None]:
+    if (found := _IN_BRACKETS.match(name)) and found[2].lower() in TIME_UNITS:
+        return found[1], TIME_UNITS[found[2].lower()]
+    bare, _, unit = name.replace(" ", "_").replace(".", "_").rpartition("_")
+    if bare and unit.lower() in TIME_UNITS:
+        return bare, TIME_UNITS[unit.lower()]
+    return name, None
+
+
+def _of_unit(text: str) -> tuple[str | None, str | None]:
+    """The quantity and the angle's unit that a unit says: "deg/s^2" is an acceleration in degrees."""
+    found = _UNIT.match(text)
+    if found is None:
+        return None, None
+    order = 0 if not found[2] else {None: 1, "2": 2, "\u00b2": 2, "3": 3, "\u00b3": 3}[found[3]]
+    base = found[1].lower()
+    unit = "deg" if base.startswith("deg") or base == "\u00b0" else "rad" if base.startswith("rad") else None
+    return _BY_ORDER[order] if order else None, unit
+
+
+def written_name(joint: str, quantity: str) -> str:
+    """The name that a column gets, such that `meaning` gives back the joint and the quantity."""
+    name = joint if quantity == "positions" else f"{joint}_{WRITTEN_WORDS[quantity]}"
+    return name if meaning(name) == Meaning(quantity, joint) else f"{joint}_{WRITTEN_WORDS[quantity]}"
+
+
+def written_columns(recording: Recording, quantities: tuple[str, ...]) -> list[Column]:
+    """The columns to write, in order: those of the file that the recording came from, then what was added to it."""
+    present = [quantity for quantity in QUANTITIES if quantity in quantities and getattr(recording, quantity) is not None]
+    joints = set(recording.joints)
+    known = {"time": recording.stamps is not None}
+    columns: list[Column] = []
+    for column in recording.layout.columns:
+        if column.quantity == "time" and known["time"]:
+            columns.append(column)
+            known["time"] = False
+        elif column.quantity in present and column.joint in joints:
+            columns.append(column)
+    if known["time"]:
+        assert recording.stamps is not None
+        columns.insert(0, Column(f"time_{recording.stamps.unit}", "time"))
+    have = {(column.quantity, column.joint) for column in columns}
+    taken = {column.name for column in columns}
+    for quantity in present:
+        for joint in recording.joints:
+            if (quantity, joint) not in have:
+                name = written_name(joint, quantity)
+                while name in taken:
+                    name = f"{name}_{WRITTEN_WORDS[quantity]}"
+                columns.append(Column(name, quantity, joint))
+                taken.add(name)
+    return columns

@@ -1,0 +1,136 @@
+"""Readers and writers of recordings: which format a name means, and the way to its module."""
+
+from __future__ import annotations
+
+import os
+import sys
+from contextlib import contextmanager
+from typing import IO, TYPE_CHECKING, cast
+
+from velmora.tools.errors import DataError, UsageError
+from velmora.tools.text import nearest, quoted
+
+if TYPE_CHECKING:
+    from collections.abc import Iterator
+
+    from velmora.tools.options import ReadOptions, WriteOptions
+    from velmora.tools.recording import Recording
+
+# Every format with the endings of its names.
+FORMATS = {
+    "csv": (".csv", ".txt", ".dat"),
+    "tsv": (".tsv", ".tab"),
+    "npz": (".npz",),
+}
+_TEXT = ("csv", "tsv")
+_COMPRESSED = (".gz", ".zst")
+
+
+def suffixes() -> tuple[str, ...]:
+    """All endings of names that mean a recording."""
+    plain = [suffix for known in FORMATS.values() for suffix in known]
+    return (*plain, *(suffix + packed for name in _TEXT for suffix in FORMATS[name] for packed in _COMPRESSED))
+
+
+def is_recording(path: str) -> bool:
+    """Whether the name is that of a recording."""
+    return _format_by_name(path) is not None
+
+
+def _format_by_name(path: str) -> str | None:
+    name = path.lower()
+    for packed in _COMPRESSED:
+        if name.endswith(packed):
+            name = name.removesuffix(packed)
+            return next((format_ for format_ in _TEXT if name.endswith(FORMATS[format_])), None)
+    return next((format_ for format_, known in FORMATS.items() if name.endswith(known)), None)
+
+
+def _format(path: str, said: str | None) -> str:
+    if said is not None:
+        if said not in FORMATS:
+            raise UsageError(f"{path}: no format is called {quoted(said)}{nearest(said, FORMATS)}; there are "
+                             f"{', '.join(FORMATS)}; --format")
+        return said
+    if path == "-":
+        return "csv"
+    found = _format_by_name(path)
+    if found is None:
+        raise UsageError(f"{path}: the name does not end as that of a known format; {', '.join(suffixes())} were expected; "
+                         "--format names it")
+    return found
+
+
+def read(path: str, options: ReadOptions) -> list[Recording]:
+    """Read the recordings of a file: one, or several where it has groups or topics.
+
+    Parameters
+    ----------
+    path
+        A file, a folder (bags), an address that fsspec knows, or ``-`` for standard input (CSV unless --format).
+
+    Raises
+    ------
+    UsageError
+        For options that do not fit the file.
+    DataError
+        For files that cannot be read, "FILE:ROW: what is there; what was expected; which option helps".
+    """
+    format_ = _format(path, options.format)
+    if format_ in _TEXT:
+        from velmora.tools.formats import csv_reader
+
+        return csv_reader.read(path, options)
+    from velmora.tools.formats import npz
+
+    return npz.read(path, options)
+
+
+def write(path: str, recording: Recording, options: WriteOptions) -> list[str]:
+    """Write a recording straight to a path (``-``: standard output).
+
+    Returns
+    -------
+    list of str
+        What the format could not hold; empty where every bit can be read again.
+    """
+    format_ = _format(path, options.format)
+    with _created(path) as file:
+        if format_ in _TEXT:
+            from velmora.tools.formats import csv_writer
+
+            return csv_writer.write(file, recording, options.columns, "\t" if format_ == "tsv" else ",")
+        from velmora.tools.formats import npz
+
+        return npz.write(file, recording, options.columns)
+
+
+@contextmanager
+def _created(path: str) -> Iterator[IO[bytes]]:
+    """A file to write to, compressed if its name says so."""
+    if path == "-":
+        yield sys.stdout.buffer
+        sys.stdout.buffer.flush()
+        return
+    compression = {".gz": "gzip", ".zst": "zstd"}.get(os.path.splitext(path)[1].lower())
+    try:
+        if "://" in path:
+            import fsspec
+
+            with fsspec.open(path, "wb") as file:
+                yield from _packed(cast("IO[bytes]", file), compression)
+        else:
+            with open(path, "wb") as file:
+                yield from _packed(file, compression)
+    except OSError as error:
+        raise DataError(f"{path}: cannot be written: {error.strerror or error}") from error
+
+
+def _packed(file: IO[bytes], compression: str | None) -> Iterator[IO[bytes]]:
+    if compression is None:
+        yield file
+        return
+    import pyarrow as pa
+
+    with pa.CompressedOutputStream(file, compression) as stream:
+        yield stream

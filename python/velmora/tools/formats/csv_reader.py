@@ -1,0 +1,202 @@
+"""Reads CSV, TSV and tables of blanks: whatever the dialect, the bytes are brought into the form that Arrow reads exactly."""
+
+from __future__ import annotations
+
+import re
+from typing import TYPE_CHECKING
+
+import numpy as np
+from numpy.typing import NDArray
+
+from velmora.tools.errors import DataError
+from velmora.tools.formats import addresses, arrow_columns, csv_dialect
+from velmora.tools.formats.csv_dialect import EMPTY_CELLS, Dialect
+from velmora.tools.formats.plan import Field, Plan, plan
+from velmora.tools.options import ReadOptions
+from velmora.tools.recording import Note, Recording
+from velmora.tools.text import count, quoted
+
+if TYPE_CHECKING:
+    import pyarrow as pa
+
+_HEAD = 4 * csv_dialect.MAX_LINE
+_BLOCK = 4 * 2**20
+
+
+def read(path: str, options: ReadOptions) -> list[Recording]:
+    """Read a table in text.
+
+    Raises
+    ------
+    DataError
+        "SOURCE:LINE: ..." for cells that are no numbers, lines with too few or too many cells, and files that are no
+        tables at all.
+    """
+    source = "standard input" if path == "-" else path
+    return [parse(source, addresses.content(path), options)]
+
+
+def parse(source: str, data: bytes, options: ReadOptions) -> Recording:
+    """Read a table from its bytes."""
+    data = _utf8(source, data)
+    head = data[:_HEAD].replace(b"\r\n", b"\n").replace(b"\r", b"\n").decode("utf-8", "replace")
+    dialect = csv_dialect.recognise(source, head, len(data) <= _HEAD)
+    fields = [Field(name, _is_numeric(dialect, index)) for index, name in enumerate(_names(dialect))]
+    chosen = plan(source, fields, options)
+    body = data[_line_start(data, dialect.first_line):].rstrip()
+    table, rows = _table(source, body, dialect, chosen)
+    if options.rate_hz is None and chosen.time:
+        stamps, why = arrow_columns.stamps_from_text(source, dialect, chosen, table)
+    else:
+        stamps, why = arrow_columns.stamps_at_rate(options.rate_hz, len(rows)), ""
+    notes = [Note("dialect", dialect.text()), *chosen.notes]
+    if why:
+        notes = [Note(note.key, f"{note.text}, in {why}") if note.key == "time" else note for note in notes]
+    return arrow_columns.recording(source, "csv", chosen, stamps, table.to_batches(), rows, notes)
+
+
+def _utf8(source: str, data: bytes) -> bytes:
+    """The text as UTF-8 without a mark of its byte order."""
+    if data.startswith(b"\xef\xbb\xbf"):
+        return data[3:]
+    if data.startswith((b"\xff\xfe", b"\xfe\xff")):
+        return data.decode("utf-16", "replace").encode()
+    if b"\0" in data[:_HEAD]:
+        raise DataError(f"{source}:1: there are zero bytes; a table in text was expected; --format names another format")
+    return data
+
+
+def _names(dialect: Dialect) -> list[str]:
+    """Names of the columns; without a header the first is the clock if it rises, and the others are joints."""
+    if dialect.names is not None:
+        return list(dialect.names)
+    width = len(dialect.sample[0])
+    try:
+        first = [float(row[0].replace(",", ".") if dialect.decimal == "," else row[0]) for row in dialect.sample]
+    except (ValueError, IndexError):
+        first = []
+    if width > 1 and all(before < after for before, after in zip(first, first[1:])) and first:
+        return ["time", *(f"joint_{joint}" for joint in range(1, width))]
+    return [f"joint_{joint}" for joint in range(1, width + 1)]
+
+
+def _is_numeric(dialect: Dialect, column: int) -> bool:
+    cells = [row[column] for row in dialect.sample if column < len(row) and row[column] not in EMPTY_CELLS]
+    return not cells or any(dialect.is_number(cell) for cell in cells) or (
+        dialect.names is not None and any(re.match(r"\d{4}-\d\d-\d\d[ T]", cell) for cell in cells))
+
+
+def _line_start(data: bytes, line: int) -> int:
+    """Where a line starts, counted from 0, whatever ends the lines."""
+    position = 0
+    end = re.compile(rb"\r\n|\r|\n")
+    for _ in range(line):
+        found = end.search(data, position)
+        if found is None:
+            return len(data)
+        position = found.end()
+    return position
+
+
+def _table(source: str, body: bytes, dialect: Dialect, chosen: Plan) -> tuple[pa.Table, NDArray[np.int64]]:
+    """The columns that the plan wants, and the line of each row."""
+    import pyarrow as pa
+
+    first = dialect.first_line + 1
+    if not body:
+        return _arrow(b"", dialect, chosen), np.empty(0, np.int64)
+    plain = _plain(body, dialect)
+    if not any(mark.encode() in body for mark in csv_dialect.COMMENT_MARKS):
+        try:
+            table = _arrow(plain, dialect, chosen)
+            return table, np.arange(first, first + len(table))
+        except pa.ArrowException:
+            pass  # empty lines, blanks for empty cells, or a fault: line by line
+    lines, rows = _without_comments(plain, first)
+    try:
+        table = _arrow(b"\n".join(lines), dialect, chosen)
+    except pa.ArrowException as error:
+        raise _fault(source, lines, rows, dialect, chosen, error) from error
+    if len(table) != len(rows):
+        raise DataError(f"{source}: a quoted cell goes on over several lines; one line for each sample was expected")
+    return table, rows
+
+
+def _plain(body: bytes, dialect: Dialect) -> bytes:
+    """The table with commas between cells and decimal points, line by line as before."""
+    if dialect.decimal == ",":
+        if dialect.separator == " ":
+            body = _single_blanks(body)
+        return body.translate(bytes.maketrans(dialect.separator.encode() + b",", b",."))
+    if dialect.separator == " ":
+        return _single_blanks(body).replace(b" ", b",")
+    return body
+
+
+def _single_blanks(body: bytes) -> bytes:
+    """One blank for each run of blanks and tabs, none around lines."""
+    text = np.frombuffer(body.replace(b"\t", b" "), np.uint8)
+    blank = text == ord(" ")
+    ends = (text == ord("\n")) | (text == ord("\r"))
+    keep = ~blank
+    # A blank stays where a character of a cell stands before it and something else than blanks follows in its line.
+    keep[1:] |= blank[1:] & ~blank[:-1] & ~ends[:-1]
+    kept = text[keep]
+    last = np.append(kept[1:], ord("\n"))
+    trailing = (kept == ord(" ")) & ((last == ord("\n")) | (last == ord("\r")))
+    return kept[~trailing].tobytes()
+
+
+def _arrow(plain: bytes, dialect: Dialect, chosen: Plan) -> pa.Table:
+    import pyarrow as pa
+    from pyarrow import csv
+
+    names = [str(index) for index in range(dialect.width)]
+    times = {str(index): pa.string() for index in chosen.time}
+    wanted = {str(cell.field): pa.float64() for cells in chosen.cells.values() for cell in cells}
+    types = {**wanted, **times}
+    if not plain:
+        return pa.table({name: pa.array([], kind) for name, kind in types.items()})
+    separator = "," if dialect.separator in (" ", "") or dialect.decimal == "," else dialect.separator
+    return csv.read_csv(
+        pa.BufferReader(plain),
+        read_options=csv.ReadOptions(column_names=names, block_size=_BLOCK),
+        parse_options=csv.ParseOptions(delimiter=separator, ignore_empty_lines=False),
+        convert_options=csv.ConvertOptions(include_columns=list(types), column_types=types, strings_can_be_null=True,
+                                           null_values=list(EMPTY_CELLS), check_utf8=False))
+
+
+def _without_comments(plain: bytes, first: int) -> tuple[list[bytes], NDArray[np.int64]]:
+    """The lines that hold data, without blanks around their cells, and their numbers."""
+    marks = re.compile(rb"\s*(?:#|%|//).*")
+    lines, rows = [], []
+    for row, line in enumerate(plain.replace(b"\r\n", b"\n").replace(b"\r", b"\n").split(b"\n"), first):
+        if b"#" in line or b"%" in line or b"//" in line:
+            line = marks.sub(b"", line)
+        line = line.strip(b" \r\v\f")
+        if b" " in line:
+            line = re.sub(rb" *([,;\t]) *", rb"\1", line)
+        if line.strip():
+            lines.append(line)
+            rows.append(row)
+    return lines, np.array(rows, np.int64)
+
+
+def _fault(source: str, lines: list[bytes], rows: NDArray[np.int64], dialect: Dialect, chosen: Plan,
+           error: Exception) -> DataError:
+    """The first line that cannot be read, in words."""
+    separator = "," if dialect.separator in (" ", "") or dialect.decimal == "," else dialect.separator
+    names = _names(dialect)
+    wanted = sorted({cell.field for cells in chosen.cells.values() for cell in cells})
+    for line, row in zip(lines, rows):
+        if len(line) > csv_dialect.MAX_LINE:
+            return DataError(f"{source}:{row}: the line has {len(line):,} bytes; at most {csv_dialect.MAX_LINE:,} were expected")
+        cells = csv_dialect.split(line.decode("utf-8", "replace"), separator)
+        if len(cells) != dialect.width:
+            return DataError(f"{source}:{row}: there {'is' if len(cells) == 1 else 'are'} {count(len(cells), 'cell')}; "
+                             f"{dialect.width} were expected, as in line {dialect.first_line + (dialect.names is None)}")
+        for index in wanted:
+            if cells[index] not in EMPTY_CELLS and not csv_dialect.NUMBER.fullmatch(cells[index]):
+                return DataError(f"{source}:{row}: {quoted(cells[index])} in column {quoted(names[index])}; a number was "
+                                 "expected; --joints chooses columns")
+    return DataError(f"{source}: the table cannot be read: {str(error).splitlines()[0]}")

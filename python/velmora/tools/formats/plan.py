@@ -1,0 +1,211 @@
+"""Decides what each column of a table is for: the clock, a quantity of a joint, or nothing."""
+
+from __future__ import annotations
+
+import math
+import re
+from collections.abc import Sequence
+from dataclasses import dataclass
+from fnmatch import fnmatchcase
+from typing import NamedTuple
+
+from velmora.tools.columns import BOOKKEEPING, NANOSECOND_NAMES, SECOND_NAMES, Meaning, clean, meaning
+from velmora.tools.errors import DataError, UsageError
+from velmora.tools.options import ReadOptions
+from velmora.tools.recording import QUANTITIES, Column, Note
+from velmora.tools.text import listed, nearest, quoted
+
+MAX_COLUMNS = 10_000
+RADIANS_PER_DEGREE = math.pi / 180.0
+
+
+class Field(NamedTuple):
+    """A column of a table before anybody knows what it is for."""
+
+    name: str
+    numeric: bool = True
+    elements: int | None = None  # length of the lists that it holds
+    unit: str | None = None  # of times, where the column's type says it
+
+
+class Cell(NamedTuple):
+    """Where the values of one quantity of one joint come from."""
+
+    field: int
+    element: int | None
+    joint: int
+    factor: float
+
+
+@dataclass(frozen=True)
+class Plan:
+    """What to read from a table.
+
+    Attributes
+    ----------
+    time
+        The field with the times; two fields: whole seconds and nanoseconds; none: no clock.
+    time_unit
+        Unit of the times where the options, the name or the type say it.
+    """
+
+    time: tuple[int, ...]
+    time_unit: str | None
+    joints: tuple[str, ...]
+    cells: dict[str, list[Cell]]
+    columns: tuple[Column, ...]
+    notes: tuple[Note, ...]
+
+
+def check_width(source: str, columns: int) -> None:
+    """Refuse tables that are wider than any robot, before anything is made of their names."""
+    if columns > MAX_COLUMNS:
+        raise DataError(f"{source}:1: there are {columns:,} columns; at most {MAX_COLUMNS:,} were expected")
+
+
+def plan(source: str, fields: Sequence[Field], options: ReadOptions) -> Plan:
+    """Find the clock and the joints among the columns of a table.
+
+    Raises
+    ------
+    UsageError
+        "SOURCE: no column is called 'NAME'; ..." for --time-column, "SOURCE: no joint is called 'NAME'; ..." for --joints.
+    DataError
+        "SOURCE: no column holds positions of a joint; ..."
+    """
+    fields = [field._replace(name=clean(field.name)) for field in fields]
+    notes: list[Note] = []
+    time, unit, why = _clock(source, fields, options)
+    if time and options.rate_hz is not None and options.time_column is None:
+        notes.append(Note("time", f"{options.rate_hz!r} samples per second (--rate); column "
+                                  f"{quoted(fields[time[0]].name)} is left aside"))
+    elif time:
+        notes.append(Note("time", why))
+    found = _joint_cells(fields, set(time), options)
+    joints = _chosen(source, found, options)
+    cells: dict[str, list[Cell]] = {quantity: [] for quantity in QUANTITIES}
+    columns = []
+    if time and options.rate_hz is None:
+        columns.append((time[0], None, Column(fields[time[0]].name, "time")) if len(time) == 1 else
+                       (time[0], None, Column("time_ns", "time")))
+    used = set(time)
+    degrees = []
+    for entry in found:
+        if entry.meaning.joint not in joints:
+            used.add(entry.field)
+            continue
+        used.add(entry.field)
+        in_degrees = not options.keep_units and entry.meaning.quantity != "efforts" and (
+            options.degrees or entry.meaning.unit == "deg")
+        name = fields[entry.field].name
+        if in_degrees and entry.meaning.unit == "deg":
+            degrees.append(name)
+            name = re.sub(r"deg(rees)?|\u00b0", "rad", name, flags=re.IGNORECASE)
+        cells[entry.meaning.quantity].append(
+            Cell(entry.field, entry.element, joints[entry.meaning.joint], RADIANS_PER_DEGREE if in_degrees else 1.0))
+        columns.append((entry.field, entry.element,
+                        Column(name, entry.meaning.quantity, entry.meaning.joint, entry.element)))
+    if options.degrees and not options.keep_units:
+        notes.append(Note("units", "degrees became radians (--degrees)"))
+    elif degrees:
+        notes.append(Note("units", f"degrees became radians by the names {listed(degrees)}"))
+    left = [field.name for index, field in enumerate(fields) if index not in used and field.name]
+    if left:
+        notes.append(Note("columns", f"left out: {listed(left)}"))
+    if not cells["positions"]:
+        raise DataError(f"{source}: no column holds positions of a joint; a column per joint was expected; "
+                        f"there are {listed([field.name for field in fields])}; --joints names them")
+    columns.sort(key=lambda item: (item[0], item[1] or 0))
+    return Plan(time, options.time_unit if options.time_unit != "auto" else unit, tuple(joints),
+                {quantity: list_ for quantity, list_ in cells.items() if list_},
+                tuple(column for _, _, column in columns), tuple(notes))
+
+
+def _clock(source: str, fields: Sequence[Field], options: ReadOptions) -> tuple[tuple[int, ...], str | None, str]:
+    names = [field.name for field in fields]
+    if options.time_column is not None:
+        if options.time_column not in names:
+            raise UsageError(f"{source}: no column is called {quoted(options.time_column)}"
+                             f"{nearest(options.time_column, names)}; there are {listed(names)}; --time-column")
+        index = names.index(options.time_column)
+        unit = fields[index].unit or meaning(names[index]).unit
+        return (index,), unit if unit in ("s", "ms", "us", "ns") else None, (
+            f"column {quoted(names[index])} (--time-column)")
+    for index, field in enumerate(fields):
+        found = meaning(field.name)
+        if found.quantity == "time" and field.numeric and field.elements is None:
+            return (index,), field.unit or found.unit, f"column {quoted(field.name)} by its name"
+    lower = [name.lower() for name in names]
+    for index, name in enumerate(lower):
+        prefix, word = re.fullmatch(r"(.*?)([a-z]*)", name, re.DOTALL).groups()  # type: ignore[union-attr]
+        if word in SECOND_NAMES and fields[index].numeric:
+            for other in NANOSECOND_NAMES:
+                if prefix + other in lower:
+                    second = lower.index(prefix + other)
+                    return (index, second), "s", f"columns {quoted(names[index])} and {quoted(names[second])} by their names"
+            return (index,), "s", f"column {quoted(names[index])} by its name"
+    for index, field in enumerate(fields):
+        if field.unit is not None:
+            return (index,), field.unit, f"column {quoted(field.name)} by its type"
+    return (), None, ""
+
+
+class _Found(NamedTuple):
+    field: int
+    element: int | None
+    meaning: Meaning
+
+
+def _joint_cells(fields: Sequence[Field], time: set[int], options: ReadOptions) -> list[_Found]:
+    """Every column that may hold a quantity of a joint; a second one for the same place goes by its whole name."""
+    found = []
+    taken = set()
+    for index, field in enumerate(fields):
+        if index in time or field.unit is not None:
+            continue
+        wanted = any(fnmatchcase(field.name, pattern) for pattern in options.joints)
+        says = meaning(field.name)
+        if not field.numeric:
+            continue
+        if says.quantity in ("other", "time"):
+            if not (wanted and says.quantity == "other" and field.name not in BOOKKEEPING[:1]):
+                continue
+            says = Meaning("positions", field.name)
+        for element in range(field.elements) if field.elements is not None else (None,):
+            place = says if element is None else says._replace(joint=f"{says.joint}_{element}")
+            if (place.quantity, place.joint) in taken:
+                place = Meaning("positions", field.name if element is None else f"{field.name}_{element}", place.unit)
+            number = 2
+            while (place.quantity, place.joint) in taken:
+                place = place._replace(joint=f"{field.name}_{number}")
+                number += 1
+            taken.add((place.quantity, place.joint))
+            found.append(_Found(index, element, place))
+    with_positions = {entry.meaning.joint for entry in found if entry.meaning.quantity == "positions"}
+    return [entry for entry in found if entry.meaning.joint in with_positions]
+
+
+def _chosen(source: str, found: Sequence[_Found], options: ReadOptions) -> dict[str, int]:
+    """The joints to read, with their places."""
+    names = list(dict.fromkeys(entry.meaning.joint for entry in found if entry.meaning.quantity == "positions"))
+    if not options.joints:
+        return {name: place for place, name in enumerate(names)}
+    return {name: place for place, name in enumerate(matching(source, names, options.joints))}
+
+
+def matching(source: str, names: Sequence[str], patterns: Sequence[str]) -> list[str]:
+    """The names that the patterns choose, in the patterns' order.
+
+    Raises
+    ------
+    UsageError
+        "SOURCE: no joint is called 'NAME'; ..." for a pattern that chooses nothing.
+    """
+    chosen: dict[str, None] = {}
+    for pattern in patterns:
+        matches = [name for name in names if name == pattern] or [name for name in names if fnmatchcase(name, pattern)]
+        if not matches:
+            raise UsageError(f"{source}: no joint is called {quoted(pattern)}{nearest(pattern, names)}; "
+                             f"there are {listed(names)}; --joints")
+        chosen.update(dict.fromkeys(matches))
+    return list(chosen)

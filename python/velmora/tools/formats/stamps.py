@@ -1,0 +1,82 @@
+"""Turns the numbers of a clock into stamps: whole nanoseconds where they are, otherwise seconds.
+
+The unit comes from the options, the column's name or its type; otherwise the numbers must tell it: epoch times by their
+size, whole numbers by their steps. A wrong unit would make a dangerous motion look tame, so doubt is an error.
+"""
+
+from __future__ import annotations
+
+import numpy as np
+from numpy.typing import NDArray
+
+from velmora.tools.errors import DataError, UsageError
+from velmora.tools.recording import UNIT_NS, Stamps
+
+# Below this many nanoseconds (26 days) a double of seconds has the whole nanosecond that it came from: half a step of
+# the double (0.23 ns) and the rounding of its product with 1e9 (0.25 ns) stay below half a nanosecond.
+WHOLE_BELOW_NS = 2**51
+_EPOCH_FROM, _EPOCH_TO = 3e8, 1e10  # seconds: the years 1979 to 2286
+# Whole numbers in steps of at least so many: rates from 4 Hz to 4 kHz fall into one unit each. Where two would do, the
+# finer unit is taken: its velocities are too large and fail every check, whereas those of the coarser would pass.
+_LEAST_STEPS = (("ns", 2.5e5), ("us", 250.0), ("ms", 10.0))
+
+
+def from_doubles(values: NDArray[np.float64], unit: str) -> Stamps:
+    """Stamps from doubles in the given unit, shape (N,)."""
+    scale = UNIT_NS[unit]
+    seconds = values if unit == "s" else values / (1e9 / scale)
+    if values.size and np.isfinite(values).all() and np.abs(values).max() < WHOLE_BELOW_NS / scale:
+        nanoseconds = np.rint(values * scale)
+        # The check that makes it exact: the decimal number with so many nanoseconds is the one that was written.
+        if np.array_equal(nanoseconds / scale, values):
+            return Stamps(nanoseconds.astype(np.int64), unit)
+    return Stamps(np.ascontiguousarray(seconds, dtype=np.float64), unit)
+
+
+def from_integers(source: str, values: NDArray[np.int64], unit: str) -> Stamps:
+    """Stamps from integers in the given unit, shape (N,)."""
+    scale = UNIT_NS[unit]
+    if values.size and max(abs(int(values.min())), abs(int(values.max()))) > (2**63 - 1) // scale:
+        raise DataError(f"{source}: the times reach {max(abs(int(values.min())), abs(int(values.max())))} {unit}; "
+                        "times that fit into 64 bits of nanoseconds (292 years) were expected; --time-unit gives the unit")
+    return Stamps(np.ascontiguousarray(values) if scale == 1 else values * np.int64(scale), unit)
+
+
+def infer_unit(source: str, column: str, values: NDArray[np.float64] | NDArray[np.int64], whole: bool) -> tuple[str, str]:
+    """The unit that the numbers tell, and why.
+
+    Parameters
+    ----------
+    whole
+        The file writes them as whole numbers, without a decimal point.
+
+    Raises
+    ------
+    DataError
+        Whole numbers that may be seconds as well as milliseconds.
+    """
+    finite = values[np.isfinite(values)] if values.dtype.kind == "f" else values
+    if len(finite) == 0:
+        return "s", "seconds, as there is nothing to tell by"
+    size = float(np.median(np.abs(finite[:100_001].astype(np.float64))))
+    for unit, scale in UNIT_NS.items():
+        per_second = 1e9 / scale
+        if _EPOCH_FROM * per_second <= size < _EPOCH_TO * per_second:
+            return unit, f"{unit}, as the numbers have the size of epoch times"
+    steps = np.abs(np.diff(finite[:100_001].astype(np.float64)))
+    steps = steps[steps > 0]
+    if not whole or len(steps) == 0:
+        return "s", "s, as the numbers have a decimal point" if not whole else "s, as there are no steps to tell by"
+    step = float(np.median(steps))
+    for unit, least in (_LEAST_STEPS):
+        if step >= least:
+            return unit, f"{unit}, as they are whole numbers in steps of {step:.6g}"
+    raise DataError(f"{source}: column '{column}' has whole numbers in steps of {step:.6g}, seconds or milliseconds; a unit "
+                    "was expected in its name (time_ms); --time-unit s or ms says it")
+
+
+def at_rate(samples: int, rate_hz: float) -> Stamps:
+    """Stamps of a file without times: the sample's number over the rate."""
+    if not 0.0 < rate_hz < np.inf:
+        raise UsageError(f"--rate {rate_hz!r}: a finite number of samples per second above 0 was expected")
+    return from_doubles(np.arange(samples) / rate_hz, "s")

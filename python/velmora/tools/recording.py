@@ -1,0 +1,116 @@
+"""What a file says about the joints of a robot: names, time stamps, values, and where each of them came from."""
+
+from __future__ import annotations
+
+from dataclasses import dataclass
+from typing import NamedTuple
+
+import numpy as np
+from numpy.typing import NDArray
+
+# The quantities of a joint, in the order of its derivatives; fields of `Recording` have these names.
+QUANTITIES = ("positions", "velocities", "accelerations", "jerks", "efforts")
+# Nanoseconds in each unit that a time stamp may have in a file.
+UNIT_NS = {"s": 1_000_000_000, "ms": 1_000_000, "us": 1_000, "ns": 1}
+
+
+class Note(NamedTuple):
+    """Something that a reader recognised or chose, such as ("time", "column 'stamp' by its name, in ns")."""
+
+    key: str
+    text: str
+
+
+class Column(NamedTuple):
+    """A column as the file names it: of times (no joint), or of one quantity of a joint.
+
+    Where one column of the file holds a list of all joints, `element` is the place in the list.
+    """
+
+    name: str
+    quantity: str  # "time" or one of QUANTITIES
+    joint: str = ""
+    element: int | None = None
+
+
+@dataclass(frozen=True)
+class Layout:
+    """The form that the file gave to the data, so that the same form can be written again."""
+
+    format: str
+    columns: tuple[Column, ...] = ()
+    topic: str = ""
+    message_type: str = ""
+
+
+@dataclass(frozen=True)
+class Stamps:
+    """Time stamps as the file holds them.
+
+    Attributes
+    ----------
+    values
+        Shape (N,): int64 nanoseconds wherever the stamps are whole nanoseconds, otherwise float64 seconds.
+    unit
+        Unit in the file: "s", "ms", "us" or "ns".
+    """
+
+    values: NDArray[np.int64] | NDArray[np.float64]
+    unit: str = "s"
+
+    @property
+    def origin(self) -> int | float:
+        """First stamp: integer nanoseconds, or seconds. There must be one."""
+        first: int | float = self.values[0].item()
+        return first
+
+    def seconds(self) -> NDArray[np.float64]:
+        """Seconds after the first stamp; integers are subtracted before they are divided, so nothing is lost."""
+        values = self.values
+        if len(values) == 0:
+            return np.empty(0)
+        if values.dtype == np.int64:
+            if int(values.max()) - int(values.min()) < 2**63:
+                return (values - values[0]) / 1e9
+            return (values.astype(np.float64) - float(values[0])) / 1e9
+        return np.asarray(values - values[0] if values[0] != 0.0 else values, dtype=np.float64)
+
+
+@dataclass(frozen=True)
+class Recording:
+    """What a file says, broken or not: falling stamps, missing cells and gaps are still in it.
+
+    Attributes
+    ----------
+    source
+        What messages begin with: ``log.csv``, ``data.parquet[episode_index=3]``, ``bag[/joint_states]``.
+    joints
+        Names of the joints, J of them, without control characters, all different.
+    stamps
+        Time stamps, or None where the file has none and no rate was given.
+    positions, velocities, accelerations, jerks, efforts
+        Shape (N, J), NaN where missing; None where the file has none. Radians or metres and seconds unless the units
+        of the file were to be kept.
+    rows
+        Shape (N,): the row of each sample in the file, counted from 1 as an editor or a viewer does (lines of a text,
+        rows of a table, messages of a bag).
+    missing
+        Shape (N, J): whether the file has no cell for a position, as opposed to a cell that says nan. None: all there.
+    notes
+        What the reader recognised or chose.
+    layout
+        The form of the file.
+    """
+
+    source: str
+    joints: tuple[str, ...]
+    stamps: Stamps | None
+    positions: NDArray[np.float64]
+    velocities: NDArray[np.float64] | None
+    accelerations: NDArray[np.float64] | None
+    jerks: NDArray[np.float64] | None
+    efforts: NDArray[np.float64] | None
+    rows: NDArray[np.int64]
+    missing: NDArray[np.bool_] | None
+    notes: tuple[Note, ...]
+    layout: Layout
