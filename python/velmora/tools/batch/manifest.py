@@ -1,0 +1,99 @@
+"""The record of what is done, by which an interrupted run goes on."""
+
+from __future__ import annotations
+
+import dataclasses
+import hashlib
+import json
+import os
+from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
+from typing import Any
+
+from velmora.tools.batch.tasks import JsonObject, Outcome, Task, digest_of
+
+FILE_NAME = ".velmora-manifest.jsonl"
+
+
+class Manifest:
+    """A line of JSON per finished input, appended when its outputs are moved to their places.
+
+    The key of a line is a hash of the input's content, the options, the target and the version of velmora: what was
+    made otherwise is made anew.
+    """
+
+    def __init__(self, path: Path) -> None:
+        self.path = path
+        self._lines: dict[str, JsonObject] = {}
+        if path.exists():
+            for line in path.read_text(encoding="utf-8").splitlines():
+                try:
+                    entry = json.loads(line)
+                    self._lines[entry["key"]] = entry
+                except (ValueError, KeyError, TypeError):
+                    continue  # the last line of a run that was killed
+
+    def done(self, tasks: list[Task]) -> dict[int, Outcome]:
+        """Which of the tasks were done before and have their outputs, with the reports of then."""
+        sources = {entry["source"] for entry in self._lines.values()}
+        candidates = [index for index, task in enumerate(tasks) if task.source in sources]
+        found = {}
+        with ThreadPoolExecutor() as pool:
+            for index, digest in zip(candidates, pool.map(lambda index: _digest_or_none(tasks[index]), candidates)):
+                entry = self._lines.get(key_of(tasks[index], digest)) if digest is not None else None
+                if entry is not None and all(_has_size(item["path"], item["size"]) for item in entry["outputs"]):
+                    found[index] = Outcome(tasks[index].source, reports=tuple(entry["reports"]), digest=digest or "")
+        return found
+
+    def add(self, task: Task, outcome: Outcome) -> None:
+        """Note that a task is done, whose outputs are written and about to be moved to their places.
+
+        Before that, since an output that is not there, or of another size, is found out when the line is read.
+        """
+        entry = {
+            "key": key_of(task, outcome.digest),
+            "source": task.source,
+            "outputs": [{"path": staged.target, "size": _size(staged.path)} for staged in outcome.staged],
+            "reports": outcome.reports,
+        }
+        with self.path.open("a", encoding="utf-8") as file:
+            file.write(json.dumps(entry) + "\n")
+
+
+def key_of(task: Task, digest: str) -> str:
+    """The key of a task whose input has that hash."""
+    work = f"{task.work.__module__}.{task.work.__qualname__}"
+    text = json.dumps([digest, work, task.target, task.version, _plain(task.options)], sort_keys=True)
+    return hashlib.sha256(text.encode()).hexdigest()
+
+
+def _plain(options: Any) -> Any:
+    if dataclasses.is_dataclass(options):
+        return {field.name: _plain(getattr(options, field.name)) for field in dataclasses.fields(options)}
+    if isinstance(options, dict):
+        return {str(key): _plain(value) for key, value in options.items()}
+    if isinstance(options, (list, tuple)):
+        return [_plain(value) for value in options]
+    return repr(options)
+
+
+def _digest_or_none(task: Task) -> str | None:
+    try:
+        return digest_of(task.source)
+    except OSError:
+        return None
+
+
+def _size(path: str) -> int:
+    try:
+        return (
+            os.stat(path).st_size
+            if os.path.isfile(path)
+            else sum(entry.stat().st_size for entry in Path(path).rglob("*") if entry.is_file())
+        )
+    except OSError:
+        return -1
+
+
+def _has_size(path: str, size: int) -> bool:
+    return os.path.exists(path) and _size(path) == size

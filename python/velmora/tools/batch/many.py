@@ -1,0 +1,160 @@
+"""Many files at once: processes here or a cluster, resuming, progress, and the table of what became of each."""
+
+from __future__ import annotations
+
+import os
+import time
+from collections.abc import Callable, Iterator, Sequence
+from dataclasses import dataclass, field, replace
+from pathlib import Path
+
+from velmora.tools import output
+from velmora.tools.batch.manifest import FILE_NAME, Manifest
+from velmora.tools.batch.tasks import Outcome, Task, commit, perform
+from velmora.tools.errors import UsageError
+
+
+@dataclass(frozen=True)
+class ManyOptions:
+    """How many files are done.
+
+    Attributes
+    ----------
+    jobs
+        Processes on this machine; 0 for one per core.
+    scheduler
+        Address of a Dask scheduler that is used instead.
+    resume
+        Whether what the manifest holds is left out.
+    """
+
+    jobs: int = 0
+    scheduler: str | None = None
+    resume: bool = False
+
+
+@dataclass
+class ManyResult:
+    """What became of every task, in the order of the tasks."""
+
+    outcomes: list[Outcome]
+    statuses: list[str]
+    seconds: float = 0.0
+
+    @property
+    def exit_code(self) -> int:
+        """0 where all is well; the code of the failure for a single task, 1 for a part of many."""
+        codes = [outcome.exit_code for outcome in self.outcomes]
+        return codes[0] if len(codes) == 1 else int(any(codes))
+
+
+@dataclass
+class _Run:
+    tasks: list[Task]
+    manifest: Manifest | None
+    outcomes: dict[int, Outcome] = field(default_factory=dict)
+    statuses: dict[int, str] = field(default_factory=dict)
+
+
+def carry_out(
+    tasks: Sequence[Task],
+    options: ManyOptions,
+    on_done: Callable[[int, Outcome, str], None] = lambda index, outcome, status: None,
+) -> ManyResult:
+    """Do the tasks, a broken one fails alone.
+
+    Parameters
+    ----------
+    tasks
+        What is to be done. Relative paths are taken from this process's folder.
+    options
+        Where to do it.
+    on_done
+        Called in this process after every task with its index, outcome and status: ``done``, ``failed``, ``skipped``
+        (done before) or ``set aside``.
+
+    Raises
+    ------
+    UsageError
+        Where an output exists already and may not be replaced, or the scheduler does not answer.
+    """
+    started = time.perf_counter()
+    run = _Run(list(tasks), _manifest(tasks, options))
+    if run.manifest is not None:
+        run.tasks = [replace(task, hashed=True) for task in run.tasks]
+        if options.resume:
+            for index, outcome in run.manifest.done(run.tasks).items():
+                run.outcomes[index], run.statuses[index] = outcome, "skipped"
+                on_done(index, outcome, "skipped")
+    open_indexes = [index for index in range(len(run.tasks)) if index not in run.outcomes]
+    for index in open_indexes:
+        _refuse_existing(run.tasks[index])
+    for position, outcome in _engine([run.tasks[index] for index in open_indexes], options):
+        index = open_indexes[position]
+        try:
+            if run.manifest is not None and outcome.error is None:
+                run.manifest.add(run.tasks[index], outcome)
+        finally:
+            outcome = commit(outcome)
+        run.outcomes[index], run.statuses[index] = outcome, _status(outcome)
+        on_done(index, outcome, run.statuses[index])
+    order = range(len(run.tasks))
+    return ManyResult(
+        [run.outcomes[index] for index in order],
+        [run.statuses[index] for index in order],
+        time.perf_counter() - started,
+    )
+
+
+def _status(outcome: Outcome) -> str:
+    if outcome.error is None:
+        return "done"
+    return "set aside" if ": set aside: " in outcome.error else "failed"
+
+
+def _engine(tasks: list[Task], options: ManyOptions) -> Iterator[tuple[int, Outcome]]:
+    if not tasks:
+        return
+    if options.scheduler is not None:
+        from velmora.tools.batch.cluster import run_on_cluster
+
+        yield from run_on_cluster([_absolute(task) for task in tasks], options.scheduler)
+    elif len(tasks) == 1:
+        yield 0, perform(tasks[0])
+    else:
+        from velmora.tools.batch.workers import run_local
+
+        yield from run_local(tasks, min(options.jobs or available_cores(), len(tasks)))
+
+
+def available_cores() -> int:
+    """The cores that this process may use."""
+    return len(os.sched_getaffinity(0))
+
+
+def _manifest(tasks: Sequence[Task], options: ManyOptions) -> Manifest | None:
+    """The manifest in the folder that all outputs have in common; for several outputs, or where it is asked for."""
+    written = [output.local(task.target) for task in tasks if task.target is not None and task.target != "-"]
+    if not written or (len(written) < 2 and not options.resume):
+        return None
+    if any(output.is_remote(target) for target in written):
+        if options.resume:
+            raise UsageError(
+                f"{written[0]}: --resume keeps its record beside the outputs; a folder on a disk was expected"
+            )
+        return None
+    folders = [os.path.abspath(os.path.dirname(target)) for target in written]
+    return Manifest(Path(os.path.commonpath(folders)) / FILE_NAME)
+
+
+def _refuse_existing(task: Task) -> None:
+    """Find what is in the way of an output before any work is done; names that need the content come later."""
+    if task.target is not None and "{" not in task.target:
+        output.refuse_existing(task.target, task.force)
+
+
+def _absolute(task: Task) -> Task:
+    def whole(path: str) -> str:
+        return path if output.is_remote(path) or path == "-" else os.path.abspath(output.local(path))
+
+    return replace(task, source=whole(task.source), target=None if task.target is None else whole(task.target))

@@ -1,0 +1,206 @@
+"""Which files are meant, and what their outputs are called."""
+
+from __future__ import annotations
+
+import glob
+import os
+import re
+from collections.abc import Sequence
+from dataclasses import dataclass
+from pathlib import Path
+
+from velmora.tools import formats
+from velmora.tools.errors import DataError, UsageError
+from velmora.tools.output import is_remote, local
+from velmora.tools.text import nearest, printable
+
+# Filled in when the input is known, and when it has been read.
+OF_INPUT = ("stem", "name", "suffix", "parent")
+OF_RECORDING = ("group", "segment")
+_PLACEHOLDER = re.compile(r"\{([^{}]*)\}")
+
+
+@dataclass(frozen=True)
+class Input:
+    """An input and its folder below the one that was given, which outputs get as well."""
+
+    path: str
+    parent: str = ""
+
+    @property
+    def name(self) -> str:
+        """The file name."""
+        return "stdin" if self.path == "-" else self.path.rstrip("/").rsplit("/", 1)[-1]
+
+    @property
+    def suffix(self) -> str:
+        """The suffix by which the format is known, such as ``.csv.gz``; otherwise the last one."""
+        found = [suffix for suffix in formats.suffixes() if self.name.lower().endswith(suffix)]
+        return self.name[-len(max(found, key=len)) :] if found else os.path.splitext(self.name)[1]
+
+    @property
+    def stem(self) -> str:
+        """The file name without its suffix."""
+        return self.name.removesuffix(self.suffix)
+
+
+def expand(arguments: Sequence[str]) -> list[Input]:
+    """The inputs that files, folders and patterns name; each once, in order.
+
+    A folder stands for all recordings in it and below, except a folder that is a recording (a bag). A pattern
+    (``*``, ``?``, ``[]``, ``**``) is expanded here too, for shells and programs that do not.
+
+    Raises
+    ------
+    DataError
+        Where a file does not exist, a pattern matches nothing, or a folder holds no recording.
+    """
+    found: dict[str, Input] = {}
+    for argument in arguments:
+        for entry in _expand_one(local(argument)):
+            found.setdefault(entry.path, entry)
+    return list(found.values())
+
+
+def _expand_one(argument: str) -> list[Input]:
+    if argument == "-":
+        return [Input("-")]
+    if is_remote(argument):
+        return _expand_remote(argument)
+    if os.path.isdir(argument) and not formats.is_recording(argument):
+        inside = sorted(_recordings_below(Path(argument)))
+        if not inside:
+            raise DataError(
+                f"{argument}: the folder holds no recording; files such as {', '.join(formats.suffixes()[:4])} were "
+                "expected"
+            )
+        return [Input(str(path), str(path.parent.relative_to(argument)).removeprefix(".")) for path in inside]
+    if os.path.lexists(argument):
+        return [Input(argument)]
+    if glob.has_magic(argument):
+        matches = sorted(glob.glob(argument, recursive=True))
+        if not matches:
+            raise DataError(f"{argument}: no file has such a name; at least one was expected")
+        return [entry for match in matches for entry in _expand_one(match)]
+    folder, name = os.path.split(argument)
+    beside = os.listdir(folder or ".") if os.path.isdir(folder or ".") else []
+    raise DataError(f"{argument}: there is no such file; a recording was expected{nearest(name, beside)}")
+
+
+def _recordings_below(folder: Path) -> list[Path]:
+    found = []
+    for entry in folder.iterdir():
+        if entry.name.startswith("."):
+            continue
+        if formats.is_recording(str(entry)):
+            found.append(entry)
+        elif entry.is_dir() and not entry.is_symlink():
+            found += _recordings_below(entry)
+    return found
+
+
+def _expand_remote(address: str) -> list[Input]:
+    import fsspec
+
+    filesystem, name = fsspec.core.url_to_fs(address)
+    if not glob.has_magic(address):
+        return [Input(address)]
+    matches = sorted(str(filesystem.unstrip_protocol(match)) for match in filesystem.glob(name))
+    if not matches:
+        raise DataError(f"{address}: no file has such a name; at least one was expected")
+    return [Input(match) for match in matches]
+
+
+def targets(inputs: Sequence[Input], pattern: str | None, folder: str | None, suffix: str | None) -> list[str]:
+    """The outputs of the inputs.
+
+    Parameters
+    ----------
+    inputs
+        What `expand` found.
+    pattern
+        A name for one input, or with placeholders for many: ``{stem}``, ``{name}``, ``{suffix}``, ``{parent}`` of the
+        input, and ``{group}``, ``{segment}``, which are left in place.
+    folder
+        Where outputs go; with the folders below a folder that was given.
+    suffix
+        Suffix of outputs without a pattern; that of the input by default.
+
+    Raises
+    ------
+    UsageError
+        Where a placeholder is not known, one name is given for several inputs, or two inputs have the same output.
+    """
+    if pattern is None and folder is None:
+        raise UsageError("an output is needed; -o names it, --output-dir names a folder for outputs")
+    if pattern is not None:
+        for placeholder in _PLACEHOLDER.findall(pattern):
+            if placeholder not in OF_INPUT + OF_RECORDING:
+                raise UsageError(
+                    f"{pattern}: '{{{placeholder}}}' is not known; {_braced()} were expected"
+                    f"{nearest(placeholder, OF_INPUT + OF_RECORDING)}"
+                )
+        if pattern == "-" and len(inputs) > 1:
+            raise UsageError(
+                f"-o -: standard output holds one recording, there are {len(inputs)}; --output-dir takes many"
+            )
+    named = [_target(entry, pattern, folder, suffix) for entry in inputs]
+    _refuse_same(inputs, named, pattern)
+    return named
+
+
+def _braced() -> str:
+    return ", ".join(f"{{{name}}}" for name in OF_INPUT + OF_RECORDING)
+
+
+def _target(entry: Input, pattern: str | None, folder: str | None, suffix: str | None) -> str:
+    if pattern is None:
+        name = entry.stem + (entry.suffix if suffix is None else suffix)
+    else:
+        values = {"stem": entry.stem, "name": entry.name, "suffix": entry.suffix, "parent": entry.parent or "."}
+        name = _PLACEHOLDER.sub(lambda match: values.get(match[1], match[0]), pattern)
+    if folder is None:
+        return name
+    parent = entry.parent if pattern is None or "{parent}" not in pattern else ""
+    return "/".join(part for part in (folder.rstrip("/") or "/", parent, name) if part)
+
+
+def _refuse_same(inputs: Sequence[Input], named: Sequence[str], pattern: str | None) -> None:
+    first: dict[str, str] = {}
+    for entry, target in zip(inputs, named):
+        if target in first and pattern is not None and not _PLACEHOLDER.search(pattern):
+            raise UsageError(
+                f"{target}: one name for {len(inputs)} recordings; a pattern such as '{{stem}}_100hz.parquet' was "
+                "expected; --output-dir names a folder"
+            )
+        if target in first:
+            raise UsageError(
+                f"{target}: would be the output of {first[target]} and of {entry.path}; different names were expected; "
+                "{parent} in -o tells folders apart"
+            )
+        first[target] = entry.path
+
+
+def of_recording(target: str, group: str, several_groups: bool, segment: int | None) -> str:
+    """The output of one recording of a file, or of one of its pieces.
+
+    Without ``{group}`` and ``{segment}`` in the target they are put before the suffix where there are several.
+    """
+    group = _safe(group)
+    number = "" if segment is None else str(segment + 1)
+    missing = []
+    if several_groups and "{group}" not in target:
+        missing.append(group)
+    if segment is not None and "{segment}" not in target:
+        missing.append(number)
+    target = target.replace("{group}", group).replace("{segment}", number)
+    if not missing:
+        return target
+    folder, _, name = target.rpartition("/")
+    entry = Input(name)
+    return (f"{folder}/" if folder else "") + entry.stem + "".join(f"_{text}" for text in missing) + entry.suffix
+
+
+def _safe(text: str) -> str:
+    """A name from a file as a part of a file name: no folders, no control characters."""
+    return printable(text).strip("/. ").replace("/", "_") or "_"

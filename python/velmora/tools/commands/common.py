@@ -1,0 +1,176 @@
+"""What commands share: options for many files, running them, and showing what became of them."""
+
+from __future__ import annotations
+
+import json
+import os
+import sys
+from collections.abc import Callable, Sequence
+from typing import Any, TypeVar
+
+import click
+import velmora
+from velmora.tools import config
+from velmora.tools.batch import names, summary
+from velmora.tools.batch.many import ManyOptions, ManyResult, carry_out
+from velmora.tools.batch.progress import progress
+from velmora.tools.batch.tasks import JsonObject, Outcome, Stage, Task
+from velmora.tools.errors import UsageError
+from velmora.tools.text import printable
+
+Function = TypeVar("Function", bound=Callable[..., Any])
+Work = Callable[[Task, Stage], tuple[list[JsonObject], list[str]]]
+
+SCHEMA = "velmora-report-1"
+
+files_argument = click.argument("files", nargs=-1, required=True, metavar="FILE...")
+json_option = click.option("--json", "as_json", is_flag=True, help="Print the report as JSON.")
+
+_MANY = (
+    click.option(
+        "--jobs", "-j", type=click.IntRange(min=1), metavar="N", help="Processes for many files; all cores by default."
+    ),
+    click.option(
+        "--scheduler", metavar="ADDRESS", help="Work on an existing Dask cluster, such as tcp://10.0.0.1:8786."
+    ),
+    click.option(
+        "--summary", type=click.Path(), metavar="FILE", help="Table of all files, as .csv, .json or .parquet."
+    ),
+)
+_OUTPUT = (
+    click.option(
+        "--output",
+        "-o",
+        metavar="NAME",
+        help="Output; '-' is standard output. For many files a pattern such as '{stem}_100hz.parquet'.",
+    ),
+    click.option(
+        "--output-dir", type=click.Path(), metavar="FOLDER", help="Folder of the outputs; made where it is missing."
+    ),
+    click.option("--force", is_flag=True, help="Replace outputs that exist."),
+    click.option("--resume", is_flag=True, help="Leave out what an earlier run with the same options has done."),
+)
+
+
+def many_options(function: Function) -> Function:
+    """Add the options for many files to a command."""
+    return _with(function, _MANY)
+
+
+def output_options(function: Function) -> Function:
+    """Add the options for outputs to a command."""
+    return _with(function, _OUTPUT)
+
+
+def _with(function: Function, options: tuple[Callable[[Function], Function], ...]) -> Function:
+    for option in reversed(options):
+        function = option(function)
+    return function
+
+
+def warn(text: str) -> None:
+    """Print a line for the user, beside the data."""
+    click.echo(printable(text), err=True)
+
+
+def show(lines: Sequence[str]) -> None:
+    """Print the report that the user asked for."""
+    for line in lines:
+        click.echo(printable(line))
+
+
+def run_report(ctx: click.Context, work: Work, options: Any, values: dict[str, Any]) -> ManyResult:
+    """Run work that only reports."""
+    sources = [entry.path for entry in names.expand(values["files"])]
+    return _run(ctx, [Task(source, None, work, options) for source in sources], values)
+
+
+def run_output(ctx: click.Context, work: Work, options: Any, values: dict[str, Any], suffix: str | None) -> ManyResult:
+    """Run work that writes an output for every input.
+
+    Parameters
+    ----------
+    ctx, values
+        The running command and the values of its options.
+    work, options
+        The function that does one file, and what it needs to know.
+    suffix
+        Suffix of outputs that only `--output-dir` names; that of the input by default.
+    """
+    inputs = names.expand(values["files"])
+    targets = names.targets(inputs, values["output"], values["output_dir"], suffix)
+    if values.get("as_json") and "-" in targets:
+        raise UsageError("--json -o -: both go to standard output; one of them was expected")
+    if values["output_dir"] is not None:
+        make_folders(targets)
+    tasks = [Task(entry.path, target, work, options, force=values["force"]) for entry, target in zip(inputs, targets)]
+    return _run(ctx, tasks, values)
+
+
+def make_folders(targets: Sequence[str]) -> None:
+    """Make the folders that outputs go to."""
+    for folder in {os.path.dirname(target) for target in targets if "://" not in target}:
+        try:
+            os.makedirs(folder or ".", exist_ok=True)
+        except OSError as error:
+            raise UsageError(f"{folder}: {error.strerror}; a folder for outputs was expected; --output-dir") from error
+
+
+def _run(ctx: click.Context, tasks: list[Task], values: dict[str, Any]) -> ManyResult:
+    if values["summary"] is not None:
+        summary.refuse_suffix(values["summary"])
+    options = ManyOptions(values["jobs"] or 0, values["scheduler"], bool(values.get("resume")))
+    with progress(len(tasks), ctx.info_name or "") as advance:
+
+        def on_done(index: int, outcome: Outcome, status: str) -> None:
+            advance(status in ("failed", "set aside"))
+
+        result = carry_out(tasks, options, on_done)
+    for outcome in result.outcomes:
+        for warning in outcome.warnings:
+            warn(f"warning: {warning}")
+        if outcome.error is not None:
+            warn(outcome.error)
+    if len(tasks) > 1:
+        for line in summary.lines(result):
+            warn(line)
+    if values["summary"] is not None:
+        summary.write(values["summary"], result, force=True)
+    return result
+
+
+def print_json(ctx: click.Context, result: ManyResult) -> None:
+    """Print the report of a run for machines; docs/reference/report.schema.json describes it."""
+    click.echo(json.dumps(json_report(ctx, result), indent=1, allow_nan=False))
+    sys.stdout.flush()
+
+
+def json_report(ctx: click.Context, result: ManyResult) -> JsonObject:
+    """The report of a run as an object for JSON."""
+    return {
+        "schema": SCHEMA,
+        "version": velmora.__version__,
+        "command": ctx.info_name,
+        "settings": [
+            {"name": setting.name, "value": setting.value, "origin": setting.origin} for setting in config.settings(ctx)
+        ],
+        "files": [
+            {
+                "source": outcome.source,
+                "status": status,
+                "error": outcome.error,
+                "warnings": list(outcome.warnings),
+                "recordings": list(outcome.reports),
+            }
+            for outcome, status in zip(result.outcomes, result.statuses)
+        ],
+    }
+
+
+def settings_lines(ctx: click.Context) -> list[str]:
+    """Values that were not given on the command line, where the user may have forgotten them."""
+    return [
+        f"  {setting.name} is {setting.value} ({setting.origin})"
+        for setting in config.settings(ctx)
+        if setting.origin != "command line"
+    ]

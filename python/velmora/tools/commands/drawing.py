@@ -1,0 +1,191 @@
+"""What plots and reports are made of: a recording, what it was resampled to, and its limits."""
+
+from __future__ import annotations
+
+import shlex
+import sys
+from collections.abc import Callable
+from dataclasses import dataclass
+from typing import Any, TypeVar
+
+import click
+import numpy as np
+import velmora
+from velmora.tools import config, formats
+from velmora.tools.batch.names import of_recording
+from velmora.tools.batch.tasks import JsonObject, Stage, Task, digest_of
+from velmora.tools.commands import reading, resampling
+from velmora.tools.commands.check import verdict_object
+from velmora.tools.commands.info import lines as info_lines
+from velmora.tools.commands.resample import group_of
+from velmora.tools.operations.check import Verdict, check
+from velmora.tools.operations.checked import CheckOptions, checked
+from velmora.tools.operations.facts import facts, peak_facts
+from velmora.tools.operations.gaps import find_gaps
+from velmora.tools.operations.limits import UNBOUNDED, JointLimits, LimitsFile, for_joints, load
+from velmora.tools.operations.resample import Resampled, ResampleOptions, resample, trajectory_of
+from velmora.tools.options import ReadOptions
+from velmora.tools.recording import Recording
+from velmora.tools.report.data import Bounds, Fact, Quantity, ReportData, Track, Violation
+
+Function = TypeVar("Function", bound=Callable[..., Any])
+PLURALS: dict[str, Quantity] = {
+    "position": "positions",
+    "velocity": "velocities",
+    "acceleration": "accelerations",
+    "jerk": "jerks",
+}
+Write = Callable[[ReportData, str], None]
+
+
+@dataclass(frozen=True)
+class DrawingWork:
+    """All that drawing one file needs to know."""
+
+    read: ReadOptions
+    check: CheckOptions
+    resample: ResampleOptions | None
+    limits: LimitsFile | None
+    write: Write
+    command: str
+    settings: tuple[Fact, ...]
+
+
+def limits_option(function: Function) -> Function:
+    """Add `--limits` to a command that shows them."""
+    return click.option(
+        "--limits", "-l", type=click.Path(), metavar="FILE", help="YAML, URDF or CSV with limits to show."
+    )(function)
+
+
+def drawing_work(ctx: click.Context, values: dict[str, Any], write: Write) -> DrawingWork:
+    """What to draw, out of the values of a command."""
+    return DrawingWork(
+        reading.read_options(values),
+        reading.check_options(values),
+        resampling.resample_options(ctx, values, required=False),
+        None if values["limits"] is None else load(values["limits"]),
+        write,
+        shlex.join(["velmora", *sys.argv[1:]]),
+        tuple(Fact(setting.name, setting.value, setting.origin) for setting in config.settings(ctx)),
+    )
+
+
+def work(task: Task, stage: Stage) -> tuple[list[JsonObject], list[str]]:
+    """Draw one file."""
+    options: DrawingWork = task.options
+    assert task.target is not None
+    reports, warnings = [], []
+    recordings = formats.read(task.source, options.read)
+    digest = digest_of(task.source)
+    for recording in recordings:
+        target = of_recording(task.target, group_of(recording), len(recordings) > 1, None)
+        data, report = report_data(recording, options, digest)
+        options.write(data, stage.place(target))
+        warnings += report["warnings"]
+        reports.append({**report, "outputs": [target]})
+    return reports, warnings
+
+
+def report_data(recording: Recording, options: DrawingWork, digest: str) -> tuple[ReportData, JsonObject]:
+    """All that is shown of one recording, and the same for JSON."""
+    fit = checked(recording, options.check)
+    before = trajectory_of(fit)
+    gaps = find_gaps(before.time, None if options.resample is None else options.resample.max_gap_s)
+    pieces = [] if options.resample is None else resample(fit, options.resample)
+    limits = None if options.limits is None else for_joints(options.limits, recording.source, recording.joints)
+    verdict = None if limits is None else check(fit, limits)
+    report = {**facts(recording), **peak_facts(recording, options.check)}
+    notes = [note.text for note in fit.notes[len(recording.notes) :]]
+    notes += [warning for piece in pieces for warning in piece.warnings]
+    notes += list(verdict.doubts) if verdict is not None else []
+    data = ReportData(
+        source=recording.source,
+        joints=recording.joints,
+        before=Track(before.time, _Lazy(before), gaps.before.astype(np.int64)),
+        after=_after(fit, pieces),
+        limits={} if limits is None else _bounds(limits),
+        violations=() if verdict is None else _violations(verdict, recording.joints),
+        facts=tuple(Fact(line[:11].strip(), line[11:]) for line in info_lines({**report, "peaks": None})[1:]),
+        notes=tuple(notes),
+        options=options.settings,
+        command=options.command,
+        version=velmora.__version__,
+        input_sha256=digest,
+    )
+    extra: JsonObject = {} if verdict is None or limits is None else verdict_object(verdict, limits)
+    samples_out = sum(len(piece.recording.rows) for piece in pieces)
+    return data, {**report, **extra, "warnings": notes, **({"samples_out": samples_out} if pieces else {})}
+
+
+class _Lazy(dict[Quantity, Any]):
+    """The quantities of a trajectory, each computed when it is asked for."""
+
+    def __init__(self, trajectory: velmora.JointTrajectory) -> None:
+        super().__init__()
+        self._trajectory = trajectory
+
+    def __missing__(self, quantity: Quantity) -> Any:
+        return getattr(self._trajectory, quantity)
+
+    def __contains__(self, quantity: object) -> bool:
+        return quantity in PLURALS.values()
+
+    def __iter__(self) -> Any:
+        return iter(PLURALS.values())
+
+    def __len__(self) -> int:
+        return len(PLURALS)
+
+
+def _after(recording: Recording, pieces: list[Resampled]) -> Track | None:
+    """The resampled pieces as one track with breaks between them."""
+    if not pieces:
+        return None
+    if len(pieces) == 1:
+        return Track(pieces[0].trajectory.time, _Lazy(pieces[0].trajectory))
+    assert recording.stamps is not None
+    origin = recording.stamps.origin
+    times = []
+    for piece in pieces:
+        assert piece.recording.stamps is not None
+        offset = piece.recording.stamps.origin - origin
+        times.append(piece.trajectory.time + (offset / 1e9 if isinstance(offset, int) else offset))
+    values: dict[Quantity, Any] = {
+        quantity: np.concatenate([getattr(piece.trajectory, quantity) for piece in pieces])
+        for quantity in PLURALS.values()
+    }
+    ends = np.cumsum([len(time) for time in times])[:-1] - 1
+    return Track(np.concatenate(times), values, ends.astype(np.int64))
+
+
+def _bounds(limits: JointLimits) -> dict[Quantity, Bounds]:
+    found: dict[Quantity, Bounds] = {}
+    for quantity, plural in PLURALS.items():
+        box = getattr(limits.boxes, quantity)
+        if box is not None:
+            given = [bounds[quantity] for bounds in limits.bounds]
+            found[plural] = Bounds(
+                np.where(box.lower == -UNBOUNDED, np.nan, box.lower),
+                np.where(box.upper == UNBOUNDED, np.nan, box.upper),
+                tuple("" if bound is None else bound.source for bound in given),
+            )
+    return found
+
+
+def _violations(verdict: Verdict, joints: tuple[str, ...]) -> tuple[Violation, ...]:
+    return tuple(
+        Violation(
+            PLURALS[finding.quantity],
+            joints.index(finding.joint),
+            span.start_s,
+            span.end_s,
+            span.worst,
+            span.worst_at_s,
+            finding.bound.upper if span.worst > finding.bound.upper else finding.bound.lower,
+            finding.bound.source,
+        )
+        for finding in verdict.findings
+        if finding.bound is not None
+        for span in finding.violations
+    )

@@ -1,0 +1,58 @@
+"""The results of checks as JUnit XML, which build servers show."""
+
+from __future__ import annotations
+
+from xml.etree import ElementTree
+
+from velmora.tools.batch.many import ManyResult
+from velmora.tools.batch.tasks import JsonObject
+from velmora.tools.text import printable
+
+
+def junit(result: ManyResult) -> bytes:
+    """A test suite per recording, a test case per limit; a file that cannot be read is a suite with one error."""
+    root = ElementTree.Element("testsuites", name="velmora check")
+    for outcome in result.outcomes:
+        for report in outcome.reports:
+            _suite(root, report)
+        if outcome.error is not None:
+            suite = ElementTree.SubElement(
+                root, "testsuite", name=printable(outcome.source), tests="1", errors="1", failures="0"
+            )
+            case = ElementTree.SubElement(suite, "testcase", classname=printable(outcome.source), name="readable")
+            ElementTree.SubElement(case, "error", message=printable(outcome.error))
+    ElementTree.indent(root)
+    content: bytes = ElementTree.tostring(root, encoding="utf-8", xml_declaration=True)
+    return content + b"\n"
+
+
+def _suite(root: ElementTree.Element, report: JsonObject) -> None:
+    source = printable(report["source"])
+    judged = [finding for finding in report["findings"] if finding["limits"] is not None]
+    failures = sum(bool(finding["violations"]) for finding in judged) + len(report["doubts"])
+    suite = ElementTree.SubElement(
+        root,
+        "testsuite",
+        name=source,
+        tests=str(len(judged) + len(report["doubts"])),
+        errors="0",
+        failures=str(failures),
+    )
+    for doubt in report["doubts"]:
+        case = ElementTree.SubElement(suite, "testcase", classname=source, name="units")
+        ElementTree.SubElement(case, "failure", message=printable(doubt))
+    for finding in judged:
+        case = ElementTree.SubElement(
+            suite, "testcase", classname=source, name=printable(f"{finding['joint']} {finding['quantity']}")
+        )
+        if finding["violations"]:
+            limits = finding["limits"]
+            ElementTree.SubElement(
+                case,
+                "failure",
+                message=printable(
+                    f"{finding['worst']} at {finding['worst_at_s']} s is outside of {limits['lower']} to "
+                    f"{limits['upper']} "
+                    f"({limits['source']})"
+                ),
+            )

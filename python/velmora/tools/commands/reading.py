@@ -1,0 +1,111 @@
+"""The options that say how files are read and what may be mended, the same for every command."""
+
+from __future__ import annotations
+
+from collections.abc import Callable
+from typing import Any, TypeVar
+
+import click
+from velmora.tools.operations.checked import CheckOptions
+from velmora.tools.options import ReadOptions
+
+Function = TypeVar("Function", bound=Callable[..., Any])
+
+_READING = (
+    click.option("--input-format", metavar="FORMAT", help="Format of the inputs; by suffix and content otherwise."),
+    click.option("--time-column", metavar="NAME", help="Column of the times; found by name otherwise."),
+    click.option(
+        "--time-unit",
+        type=click.Choice(["auto", "s", "ms", "us", "ns"]),
+        default="auto",
+        show_default=True,
+        help="Unit of the times.",
+    ),
+    click.option("--joints", metavar="NAME,PATTERN", help="Only these joints, in this order; patterns as in a shell."),
+    click.option("--degrees", is_flag=True, help="The file holds degrees; they become radians."),
+    click.option("--group-by", metavar="COLUMN", help="Every value of this column is a recording of its own."),
+    click.option("--topic", metavar="NAME", help="Topic of a bag; all with joints otherwise."),
+    click.option(
+        "--time-from",
+        type=click.Choice(["header", "log"]),
+        default="header",
+        show_default=True,
+        help="Times of a bag: of the message's header, or of its recording.",
+    ),
+    click.option("--salvage", is_flag=True, help="Read what can be read of a broken bag."),
+)
+_MENDING = (
+    click.option(
+        "--duplicate-times",
+        type=click.Choice(["error", "first", "last", "mean"]),
+        default="error",
+        show_default=True,
+        help="What to do with samples of the same time.",
+    ),
+    click.option(
+        "--missing",
+        type=click.Choice(["error", "drop"]),
+        default="error",
+        show_default=True,
+        help="What to do with rows that lack a value or hold one that is not finite.",
+    ),
+    click.option("--unwrap", is_flag=True, help="Take out jumps by a turn."),
+    click.option(
+        "--use-velocities",
+        is_flag=True,
+        help="Take velocities and further derivatives in the file as given, instead of computing them.",
+    ),
+)
+
+
+def reading_options(function: Function) -> Function:
+    """Add the reading options to a command that has no `--rate` of its own."""
+    return _with(function, (*_READING, _input_rate("--rate", "--input-rate")))
+
+
+def reading_options_beside_rate(function: Function) -> Function:
+    """Add the reading options to a command whose `--rate` is that of its output."""
+    return _with(function, (*_READING, _input_rate("--input-rate")))
+
+
+def _input_rate(*names: str) -> Callable[[Function], Function]:
+    return click.option(
+        *names,
+        "input_rate",
+        type=click.FloatRange(min=0.0, min_open=True),
+        metavar="HZ",
+        help="Samples per second of a file without times.",
+    )
+
+
+def mending_options(function: Function) -> Function:
+    """Add the options of `checked` to a command."""
+    return _with(function, _MENDING)
+
+
+def read_options(values: dict[str, Any]) -> ReadOptions:
+    """The reading options out of the values of a command."""
+    joints = values["joints"]
+    return ReadOptions(
+        format=values["input_format"],
+        time_column=values["time_column"],
+        time_unit=values["time_unit"],
+        rate_hz=values["input_rate"],
+        joints=tuple(name.strip() for name in joints.split(",")) if joints else (),
+        degrees=values["degrees"],
+        group_by=values["group_by"],
+        topic=values["topic"],
+        time_from=values["time_from"],
+        salvage=values["salvage"],
+    )
+
+
+def check_options(values: dict[str, Any]) -> CheckOptions:
+    """The options of `checked` out of the values of a command."""
+    return CheckOptions(values["duplicate_times"], values["missing"], values["unwrap"], values["use_velocities"])
+
+
+def _with(function: Function, options: tuple[Callable[[Function], Function], ...]) -> Function:
+    for option in reversed(options):
+        function = option(function)
+    return function

@@ -1,0 +1,166 @@
+"""velmora resample: recordings onto a regular time grid."""
+
+from __future__ import annotations
+
+from dataclasses import dataclass
+from typing import Any
+
+import click
+from velmora.tools import formats
+from velmora.tools.batch.names import of_recording
+from velmora.tools.batch.tasks import JsonObject, Stage, Task
+from velmora.tools.commands import common, reading, resampling
+from velmora.tools.commands.info import peak_lines
+from velmora.tools.operations.checked import CheckOptions, checked
+from velmora.tools.operations.facts import NAMES, facts, number
+from velmora.tools.operations.peaks import peaks
+from velmora.tools.operations.resample import Resampled, ResampleOptions, resample
+from velmora.tools.options import ReadOptions, WriteOptions
+from velmora.tools.recording import Recording
+
+
+@dataclass(frozen=True)
+class ResampleWork:
+    """All that resampling one file needs to know."""
+
+    read: ReadOptions
+    check: CheckOptions
+    resample: ResampleOptions
+    write: WriteOptions
+    full_report: bool
+
+
+@click.command(
+    epilog="""\b
+Examples:
+  velmora resample log.csv --rate 250 -o log_250hz.parquet
+  velmora resample log.csv --sample-time 0.004 --method linear --columns positions -o - | head
+  velmora resample logs/ --rate 100 --output-dir out --format parquet --jobs 4
+  velmora resample 'logs/*.csv' --rate 100 -o '{stem}_100hz.parquet' --resume
+\b
+Grids, for a recording from t0 to t1 and a spacing dt:
+  exact_dt_append_endpoint  t0, t0 + dt, ... and t1 as the last sample; the last step may differ
+  exact_dt_trim             t0, t0 + dt, ... up to t1; what does not fill a step is dropped
+  exact_duration_adjust_dt  t0 to t1 in equal steps, as near to dt as a whole number of them allows
+  exact_dt_extend_endpoint  t0, t0 + dt, ... until t1 is reached or passed; the last position is held
+"""
+)
+@common.files_argument
+@resampling.resampling_options
+@common.output_options
+@click.option("--format", "output_format", metavar="FORMAT", help="Format of the outputs; by the suffix otherwise.")
+@common.json_option
+@reading.reading_options_beside_rate
+@reading.mending_options
+@common.many_options
+@click.pass_context
+def command(ctx: click.Context, /, **values: Any) -> int:
+    """Put recordings onto a regular time grid, one output for every input.
+
+    Times keep their origin and their unit. Gaps are bridged with a warning unless told otherwise.
+    """
+    options = resampling.resample_options(ctx, values, required=True)
+    assert options is not None
+    one = len(values["files"]) == 1
+    output_format = values["output_format"]
+    work_options = ResampleWork(
+        reading.read_options(values),
+        reading.check_options(values),
+        options,
+        WriteOptions(format=output_format, columns=options.columns),
+        one or values["as_json"],
+    )
+    result = common.run_output(ctx, work, work_options, values, None if output_format is None else f".{output_format}")
+    if values["as_json"]:
+        common.print_json(ctx, result)
+    elif len(result.outcomes) == 1:
+        for report in result.outcomes[0].reports:
+            for line in lines(report):
+                common.warn(line)
+        for line in common.settings_lines(ctx):
+            common.warn(line)
+    return result.exit_code
+
+
+def work(task: Task, stage: Stage) -> tuple[list[JsonObject], list[str]]:
+    """Resample one file."""
+    options: ResampleWork = task.options
+    assert task.target is not None
+    reports: list[JsonObject] = []
+    warnings: list[str] = []
+    recordings = formats.read(task.source, options.read)
+    for recording in recordings:
+        fit = checked(recording, options.check)
+        pieces = resample(fit, options.resample)
+        outputs = []
+        for index, piece in enumerate(pieces):
+            target = of_recording(
+                task.target, group_of(recording), len(recordings) > 1, index if len(pieces) > 1 else None
+            )
+            outputs.append(target)
+            warnings += piece.warnings
+            warnings += formats.write(stage.place(target), piece.recording, options.write)
+        reports.append(_report(recording, fit, pieces, outputs, options.full_report))
+    return reports, warnings
+
+
+def group_of(recording: Recording) -> str:
+    """What tells a recording from the others of its file: the value of the column, or the topic."""
+    _, bracket, rest = recording.source.rpartition("[")
+    return rest.removesuffix("]").rpartition("=")[2] if bracket else ""
+
+
+def _report(
+    recording: Recording, fit: Recording, pieces: list[Resampled], outputs: list[str], full: bool
+) -> JsonObject:
+    assert fit.stamps is not None
+    times_s = fit.stamps.seconds()
+    base: JsonObject = (
+        facts(recording)
+        if full
+        else {
+            "source": recording.source,
+            "samples": len(recording.rows),
+            "duration_s": number(float(times_s[-1] - times_s[0])),
+        }
+    )
+    base |= {
+        "outputs": outputs,
+        "samples_out": sum(len(piece.recording.rows) for piece in pieces),
+        "gaps_bridged": sum(len(piece.gaps) for piece in pieces),
+        "warnings": [warning for piece in pieces for warning in piece.warnings],
+    }
+    if full:
+        base["mended"] = [{"key": note.key, "text": note.text} for note in fit.notes[len(recording.notes) :]]
+        base["how"] = pieces[0].recording.notes[-1].text
+        base["peaks_out"] = _largest(recording.joints, pieces)
+    return base
+
+
+def _largest(joints: tuple[str, ...], pieces: list[Resampled]) -> list[JsonObject]:
+    """The peaks over all pieces; times are those of the piece."""
+    found = [peaks(piece.trajectory) for piece in pieces]
+    entries = []
+    for j, joint in enumerate(joints):
+        entry: JsonObject = {"joint": joint}
+        for level, name in NAMES.items():
+            values = [abs(float(peak[level].values[j])) for peak in found]
+            piece = values.index(max(values))
+            entry[name] = {
+                "value": number(float(found[piece][level].values[j])),
+                "at_s": float(found[piece][level].times_s[j]),
+            }
+        entries.append(entry)
+    return entries
+
+
+def lines(report: JsonObject) -> list[str]:
+    """The report as text."""
+    shown = ["standard output" if output == "-" else output for output in report["outputs"]]
+    found = [f"{report['source']} -> {', '.join(shown)}"]
+    if report["clock"] is not None:
+        found.append(f"  clock    {report['clock']['summary']}")
+    found.append(f"  samples  {report['samples']:,} -> {report['samples_out']:,}, {report['duration_s']:.6g} s")
+    found.append(f"  method   {report['how']}")
+    found += [f"  {note['key']:<8} {note['text']}" for note in report["mended"]]
+    return found + peak_lines(report["peaks_out"])

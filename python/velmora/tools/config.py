@@ -1,0 +1,184 @@
+"""Options from a project's `velmora.toml`, and the account of where every value came from."""
+
+from __future__ import annotations
+
+import difflib
+import importlib
+import sys
+from collections.abc import Mapping
+from dataclasses import dataclass
+from pathlib import Path
+from typing import Any
+
+import click
+from velmora.tools.errors import UsageError
+
+FILE_NAME = "velmora.toml"
+_META_KEY = "velmora.tools.config"
+
+
+@dataclass(frozen=True)
+class Setting:
+    """An option that was set: its name, its value as text, and where it came from."""
+
+    name: str
+    value: str
+    origin: str  # "command line", "environment VELMORA_RESAMPLE_RATE", "/project/velmora.toml [resample]"
+
+
+def find(folder: Path) -> Path | None:
+    """The nearest `velmora.toml` in a folder or above it."""
+    return next((path for place in (folder, *folder.parents) if (path := place / FILE_NAME).is_file()), None)
+
+
+def defaults(ctx: click.Context) -> dict[str, Any]:
+    """What the nearest `velmora.toml` sets for the command that is about to run, as click's default map.
+
+    Tables are named after commands. Keys outside of tables hold for every command that has such an option.
+    """
+    path = find(Path.cwd())
+    name = ctx.invoked_subcommand
+    if path is None or name is None or not isinstance(ctx.command, click.Group):
+        return {}
+    tables = _load(path)
+    command = ctx.command.get_command(ctx, name)
+    if command is None:
+        return {}
+    options = {parameter.name or "": parameter for parameter in command.params if isinstance(parameter, click.Option)}
+    common = {key: value for key, value in tables.items() if not isinstance(value, dict)}
+    _refuse_unknown(ctx, ctx.command, path, tables, options)
+    own = tables.get(name, {})
+    for key in own:
+        if _identifier(key) not in options:
+            _unknown(path, f"option '{key}' in [{name}]", key, [_option_name(option) for option in options.values()])
+    values: dict[str, Any] = {}
+    origins: dict[str, str] = {}
+    for section, table in (("", common), (f" [{name}]", own)):
+        for key, value in table.items():
+            option = options.get(_identifier(key))
+            if option is not None and option.name is not None:
+                values[option.name] = _from_folder(option, value, path.parent)
+                origins[option.name] = f"{path}{section}"
+    ctx.meta[_META_KEY] = origins
+    return {name: values}
+
+
+def settings(ctx: click.Context) -> list[Setting]:
+    """The options of the running command that are not at their defaults, in the order of its help."""
+    found = []
+    origins: Mapping[str, str] = ctx.meta.get(_META_KEY, {})
+    for parameter in ctx.command.params:
+        if not isinstance(parameter, click.Option) or parameter.name is None:
+            continue
+        source = ctx.get_parameter_source(parameter.name)
+        if source is click.core.ParameterSource.COMMANDLINE:
+            origin = "command line"
+        elif source is click.core.ParameterSource.ENVIRONMENT:
+            origin = f"environment {ctx.auto_envvar_prefix}_{parameter.name.upper()}"
+        elif source is click.core.ParameterSource.DEFAULT_MAP:
+            origin = origins.get(parameter.name, FILE_NAME)
+        else:
+            continue
+        found.append(Setting(_option_name(parameter), _text(ctx.params.get(parameter.name)), origin))
+    return found
+
+
+_RANKS = {
+    click.core.ParameterSource.COMMANDLINE: 3,
+    click.core.ParameterSource.ENVIRONMENT: 2,
+    click.core.ParameterSource.DEFAULT_MAP: 1,
+}
+
+
+def only_one(ctx: click.Context, names: tuple[str, ...], required: bool) -> str | None:
+    """Of options that exclude each other the one that was given; the nearer source wins.
+
+    Raises
+    ------
+    UsageError
+        "--a and --b exclude each other; give one of them" or "one of --a, --b is needed".
+    """
+    ranks = {
+        name: _RANKS.get(source, 0)
+        for name in names
+        if (source := ctx.get_parameter_source(name)) is not None and ctx.params.get(name) is not None
+    }
+    highest = max(ranks.values(), default=0)
+    if highest == 0:
+        if required:
+            raise UsageError(f"one of {', '.join(_flags(names))} is needed")
+        return None
+    given = [name for name, rank in ranks.items() if rank == highest]
+    if len(given) > 1:
+        raise UsageError(f"{' and '.join(_flags(given))} exclude each other; give one of them")
+    return given[0]
+
+
+def _flags(names: tuple[str, ...] | list[str]) -> list[str]:
+    return ["--" + name.replace("_", "-") for name in names]
+
+
+def _load(path: Path) -> dict[str, Any]:
+    tomllib: Any = importlib.import_module("tomllib" if sys.version_info >= (3, 11) else "tomli")
+    try:
+        with path.open("rb") as file:
+            tables: dict[str, Any] = tomllib.load(file)
+            return tables
+    except (tomllib.TOMLDecodeError, UnicodeDecodeError) as error:
+        raise UsageError(f"{path}: {error}; a TOML file was expected") from error
+    except OSError as error:
+        raise UsageError(f"{path}: {error.strerror}") from error
+
+
+def _refuse_unknown(
+    ctx: click.Context,
+    group: click.Group,
+    path: Path,
+    tables: Mapping[str, Any],
+    options: Mapping[str, click.Option],
+) -> None:
+    names = group.list_commands(ctx)
+    for key, value in tables.items():
+        if isinstance(value, dict):
+            if key not in names:
+                _unknown(path, f"table [{key}]", key, names)
+        elif _identifier(key) not in options:
+            # An option of another command, which has to be imported for that; seldom enough.
+            commands = [command for name in names if (command := group.get_command(ctx, name)) is not None]
+            known = {
+                option.name: option
+                for command in commands
+                for option in command.params
+                if isinstance(option, click.Option)
+            }
+            if _identifier(key) not in known:
+                _unknown(path, f"option '{key}'", key, [_option_name(option) for option in known.values()])
+
+
+def _unknown(path: Path, what: str, name: str, names: list[str]) -> None:
+    nearest = difflib.get_close_matches(name, names, n=1, cutoff=0.5)
+    hint = f"did you mean '{nearest[0]}'?" if nearest else f"there are {', '.join(names)}"
+    raise UsageError(f"{path}: {what} is not known; {hint}")
+
+
+def _identifier(key: str) -> str:
+    return key.replace("-", "_")
+
+
+def _option_name(option: click.Option) -> str:
+    """The long name without its dashes."""
+    longest = max(option.opts, key=len)
+    return longest.lstrip("-")
+
+
+def _from_folder(option: click.Option, value: Any, folder: Path) -> Any:
+    """A file that is named in `velmora.toml` is looked for beside it."""
+    if isinstance(option.type, click.Path) and isinstance(value, str) and value != "-" and "://" not in value:
+        return str(folder / value)
+    return value
+
+
+def _text(value: Any) -> str:
+    if isinstance(value, (list, tuple)):
+        return ",".join(str(entry) for entry in value)
+    return str(value)

@@ -1,0 +1,142 @@
+"""The command `velmora`: finds a subcommand, runs it, and turns errors into messages and exit codes."""
+
+from __future__ import annotations
+
+import sys
+from collections.abc import Sequence
+from typing import Any
+
+import click
+import velmora
+
+# Name and one line of help of every command; its module is imported when it is asked for.
+COMMANDS = {
+    "info": "Say what a recording holds and what is wrong with it.",
+    "resample": "Put recordings onto a regular time grid.",
+    "check": "Hold recordings against the limits of a robot.",
+    "plot": "Draw recordings as png, svg or pdf.",
+    "report": "Write a report that opens in a browser, one HTML file.",
+    "convert": "Write a recording in another format, the same numbers to the last bit.",
+    "completion": "Print the completion of commands and options for a shell.",
+}
+
+EXIT_DATA = 1
+EXIT_USAGE = 2
+EXIT_INTERRUPTED = 130
+
+
+class Commands(click.Group):
+    """The group of all commands, each in a module of its own."""
+
+    def list_commands(self, ctx: click.Context) -> list[str]:
+        """The names in the order of a first session."""
+        return list(COMMANDS)
+
+    def get_command(self, ctx: click.Context, cmd_name: str) -> click.Command | None:
+        """Import the command of that name."""
+        if cmd_name not in COMMANDS:
+            return None
+        import importlib
+
+        module = importlib.import_module(f"velmora.tools.commands.{cmd_name}")
+        command: click.Command = module.command
+        return command
+
+    def resolve_command(
+        self, ctx: click.Context, args: list[str]
+    ) -> tuple[str | None, click.Command | None, list[str]]:
+        """Find the command, or say which one is spelt most alike."""
+        if args and args[0] not in COMMANDS and not args[0].startswith("-"):
+            import difflib
+
+            nearest = difflib.get_close_matches(args[0], COMMANDS, n=1, cutoff=0.5)
+            hint = f"; did you mean '{nearest[0]}'?" if nearest else f"; there are {', '.join(COMMANDS)}."
+            ctx.fail(f"no command is called '{args[0]}'{hint}")
+        return super().resolve_command(ctx, args)
+
+    def format_commands(self, ctx: click.Context, formatter: click.HelpFormatter) -> None:
+        """List the commands without importing them."""
+        with formatter.section("Commands"):
+            formatter.write_dl(list(COMMANDS.items()))
+
+
+@click.command(
+    cls=Commands,
+    context_settings={"help_option_names": ["-h", "--help"], "auto_envvar_prefix": "VELMORA", "max_content_width": 100},
+    epilog="""\b
+Examples:
+  velmora info log.csv
+  velmora resample log.csv --rate 250 -o log_250hz.parquet
+  velmora check log_250hz.parquet --limits joint_limits.yaml
+  velmora report log.csv --rate 250 -o report.html
+\b
+Exit codes: 0 done; 1 the data are wrong, unreadable or violate limits; 2 wrong usage; 130 interrupted.
+Options may also be set in the environment (VELMORA_RESAMPLE_RATE=250) or in the velmora.toml of a project.
+""",
+)
+@click.version_option(velmora.__version__, prog_name="velmora", message="%(prog)s %(version)s")
+@click.pass_context
+def commands(ctx: click.Context) -> None:
+    """Recordings of robot joints in; checked and resampled recordings, pictures and reports out."""
+    if ctx.invoked_subcommand is not None and not ctx.resilient_parsing:
+        from velmora.tools import config
+
+        ctx.default_map = config.defaults(ctx)
+
+
+def main(args: Sequence[str] | None = None) -> None:
+    """Run the command line and leave with its exit code."""
+    sys.exit(run(args))
+
+
+def run(args: Sequence[str] | None = None) -> int:
+    """Run the command line; the exit code."""
+    try:
+        _stop_on_termination()
+        result: Any = commands.main(args, prog_name="velmora", standalone_mode=False)
+        sys.stdout.flush()
+        return result if isinstance(result, int) else 0
+    except click.ClickException as error:
+        error.show()
+        return error.exit_code
+    except (KeyboardInterrupt, click.Abort):
+        _say("velmora: interrupted")
+        return EXIT_INTERRUPTED
+    except BrokenPipeError:
+        # Whoever read the output had enough. The interpreter flushes once more on its way out.
+        import os
+
+        os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
+        return EXIT_DATA
+    except MemoryError:
+        _say("velmora: out of memory: the recording or the new grid is too long for this machine")
+        return EXIT_DATA
+    except Exception as error:
+        from velmora.tools.errors import ToolError
+
+        if not isinstance(error, ToolError):
+            raise
+        _say(str(error))
+        return error.exit_code
+
+
+def _say(text: str) -> None:
+    click.echo(text, err=True)
+
+
+def _stop_on_termination() -> None:
+    """Let the end of a session or a scheduler's time limit clean up as an interrupt does."""
+    import signal
+    import threading
+
+    def stop(number: int, frame: object) -> None:
+        raise SystemExit(128 + number)
+
+    if threading.current_thread() is threading.main_thread():
+        for number in (signal.SIGTERM, signal.SIGHUP):
+            if signal.getsignal(number) == signal.SIG_DFL:
+                signal.signal(number, stop)
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,137 @@
+"""The verdict on a recording's clock: even or not, gaps, stamps that repeat or fall, two clocks mixed."""
+
+from __future__ import annotations
+
+from dataclasses import dataclass
+from datetime import datetime, timezone
+
+import numpy as np
+from numpy.typing import NDArray
+from velmora.tools.operations.gaps import Gaps, find_gaps
+from velmora.tools.recording import Recording
+from velmora.tools.text import count, seconds_text, short
+
+# Steps this far from the median step are more than a clock's own resolution.
+UNEVEN_SHARE = 0.01
+# Stamps from 2001 to 2100 are taken for seconds since 1970.
+EPOCH_S = (1e9, 4.1e9)
+MOST_ROWS = 10
+# Jumps of two mixed clocks are far longer than a step, and as long back as forth.
+MIXED_JUMP_STEPS = 20.0
+MIXED_JUMP_SPREAD = 0.25
+
+
+@dataclass(frozen=True)
+class ClockVerdict:
+    """What the times of a recording are worth; times in seconds after the first sample, rows as in the file."""
+
+    summary: str
+    origin: str
+    median_step_s: float | None
+    shortest_step_s: float | None
+    longest_step_s: float | None
+    jitter_s: float | None
+    uneven_steps: int
+    gaps: Gaps
+    repeated: int
+    repeated_rows: tuple[int, ...]
+    falling: int
+    falling_rows: tuple[int, ...]
+    second_clock_offset_s: float | None
+
+    @property
+    def broken(self) -> bool:
+        """Whether there are times that do not increase."""
+        return self.repeated > 0 or self.falling > 0
+
+
+def clock_verdict(recording: Recording) -> ClockVerdict | None:
+    """Judge the times of a recording; None where it has none.
+
+    The jitter is half the range that holds the middle 95 % of the steps.
+    """
+    if recording.stamps is None or len(recording.rows) == 0:
+        return None
+    times_s = recording.stamps.seconds()
+    steps_s = np.diff(times_s)
+    rising = steps_s[steps_s > 0.0]
+    median_s = float(np.median(rising)) if len(rising) else None
+    jitter_s = None
+    if len(rising):
+        low, high = np.percentile(rising, [2.5, 97.5])
+        jitter_s = float(high - low) / 2.0
+    repeats, falls = np.flatnonzero(steps_s == 0.0), np.flatnonzero(~(steps_s >= 0.0))
+    gaps = (
+        find_gaps(times_s) if median_s is None or len(rising) == len(steps_s) else find_gaps(times_s, 10.0 * median_s)
+    )
+    uneven = 0 if median_s is None else int(np.count_nonzero(np.abs(rising - median_s) > UNEVEN_SHARE * median_s))
+    offset_s = None if median_s is None else _second_clock(steps_s, median_s)
+    summary = _summary(median_s, jitter_s, uneven, len(rising), len(gaps), len(repeats), len(falls), offset_s)
+    return ClockVerdict(
+        summary,
+        _origin(recording),
+        median_s,
+        float(rising.min()) if len(rising) else None,
+        float(rising.max()) if len(rising) else None,
+        jitter_s,
+        uneven,
+        gaps,
+        len(repeats),
+        _rows(recording, repeats),
+        len(falls),
+        _rows(recording, falls),
+        offset_s,
+    )
+
+
+def _rows(recording: Recording, before: NDArray[np.intp]) -> tuple[int, ...]:
+    return tuple(int(row) for row in recording.rows[before[:MOST_ROWS] + 1])
+
+
+def _second_clock(steps_s: NDArray[np.float64], median_s: float) -> float | None:
+    """The offset between two clocks that take turns: jumps forth and back, all of about the same length."""
+    forth = steps_s[steps_s > MIXED_JUMP_STEPS * median_s]
+    back = -steps_s[steps_s < -MIXED_JUMP_STEPS * median_s]
+    if len(back) == 0 or abs(len(forth) - len(back)) > 1 or len(forth) + len(back) < 3:
+        return None
+    jumps = np.concatenate((forth, back))
+    offset_s = float(np.median(jumps))
+    return offset_s if np.all(np.abs(jumps - offset_s) <= MIXED_JUMP_SPREAD * offset_s) else None
+
+
+def _summary(
+    median_s: float | None,
+    jitter_s: float | None,
+    uneven: int,
+    steps: int,
+    gaps: int,
+    repeated: int,
+    falling: int,
+    offset_s: float | None,
+) -> str:
+    if median_s is None or jitter_s is None:
+        faults = [count(repeated, "repeated time")] if repeated else []
+        return "; ".join(["no steps", *faults, *([count(falling, "falling time")] if falling else [])])
+    words = []
+    if falling:
+        words.append(f"BROKEN: {count(falling, 'falling time')}")
+    if repeated:
+        words.append(f"{'BROKEN: ' if not words else ''}{count(repeated, 'repeated time')}")
+    if offset_s is not None:
+        words.append(f"two clocks mixed, {short(offset_s)} s apart")
+    even = "even" if uneven == 0 else f"uneven ({100.0 * uneven / steps:.3g} % of the steps over 1 % off)"
+    words.append(f"{even}, {short(1.0 / median_s)} Hz (median step {short(median_s)} s, jitter {short(jitter_s)} s)")
+    if gaps:
+        words.append(count(gaps, "gap"))
+    return "; ".join(words)
+
+
+def _origin(recording: Recording) -> str:
+    assert recording.stamps is not None
+    origin = recording.stamps.origin
+    seconds = origin / 1e9 if isinstance(origin, int) else origin
+    text = f"first time {seconds_text(origin)} s"
+    if EPOCH_S[0] <= seconds <= EPOCH_S[1]:
+        when = datetime.fromtimestamp(seconds, timezone.utc).isoformat(timespec="milliseconds").removesuffix("+00:00")
+        return f"{text}, taken for seconds since 1970: {when}Z"
+    return text

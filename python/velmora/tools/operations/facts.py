@@ -1,0 +1,117 @@
+"""What a recording holds, as an object for JSON: the content of `velmora info` and the head of every report."""
+
+from __future__ import annotations
+
+import math
+from typing import Any
+
+import numpy as np
+from numpy.typing import NDArray
+from velmora.tools.errors import DataError
+from velmora.tools.operations.checked import CheckOptions, checked, faulty_cells
+from velmora.tools.operations.clock_verdict import ClockVerdict, clock_verdict
+from velmora.tools.operations.peaks import peaks
+from velmora.tools.operations.resample import trajectory_of
+from velmora.tools.recording import Recording
+
+JsonObject = dict[str, Any]
+MOST_ROWS = 10
+NAMES = {"velocities": "velocity", "accelerations": "acceleration", "jerks": "jerk"}
+
+
+def facts(recording: Recording) -> JsonObject:
+    """Joints, samples, span, clock, and the cells that are missing or not finite; of broken recordings too."""
+    clock = clock_verdict(recording)
+    return {
+        "source": recording.source,
+        "joints": list(recording.joints),
+        "samples": len(recording.rows),
+        "duration_s": number(_duration_s(recording)),
+        "first_stamp": None if recording.stamps is None or not len(recording.rows) else stamp(recording.stamps.origin),
+        "given": [
+            name for name in ("velocities", "accelerations", "jerks", "efforts") if getattr(recording, name) is not None
+        ],
+        "clock": None if clock is None else _clock(clock),
+        "cells": _cells(recording),
+        "notes": [{"key": note.key, "text": note.text} for note in recording.notes],
+    }
+
+
+def peak_facts(recording: Recording, options: CheckOptions) -> JsonObject:
+    """The peaks of every joint, or why there are none."""
+    try:
+        fit = checked(recording, options)
+    except DataError as error:
+        return {"peaks": None, "fault": str(error)}
+    found = peaks(trajectory_of(fit))
+    return {
+        "fault": None,
+        "peaks": [
+            {
+                "joint": joint,
+                **{
+                    NAMES[level]: {"value": number(float(peak.values[j])), "at_s": float(peak.times_s[j])}
+                    for level, peak in found.items()
+                },
+            }
+            for j, joint in enumerate(recording.joints)
+        ],
+    }
+
+
+def stamp(value: int | float) -> JsonObject:
+    """A time stamp for JSON: nanoseconds as text, since many readers of JSON hold numbers as doubles."""
+    return {"ns": str(value)} if isinstance(value, int) else {"s": value}
+
+
+def number(value: float | None) -> float | None:
+    """A number for JSON, which has no infinities."""
+    return value if value is not None and math.isfinite(value) else None
+
+
+def _duration_s(recording: Recording) -> float | None:
+    if recording.stamps is None or len(recording.rows) == 0:
+        return None
+    times_s = recording.stamps.seconds()
+    return float(times_s[-1] - times_s[0])
+
+
+def _clock(clock: ClockVerdict) -> JsonObject:
+    return {
+        "summary": clock.summary,
+        "origin": clock.origin,
+        "median_step_s": number(clock.median_step_s),
+        "shortest_step_s": number(clock.shortest_step_s),
+        "longest_step_s": number(clock.longest_step_s),
+        "jitter_s": number(clock.jitter_s),
+        "uneven_steps": clock.uneven_steps,
+        "gaps": [
+            {"start_s": float(start), "end_s": float(end)} for start, end in zip(clock.gaps.starts_s, clock.gaps.ends_s)
+        ],
+        "gap_threshold_s": number(clock.gaps.threshold_s),
+        "repeated": {"count": clock.repeated, "first_rows": list(clock.repeated_rows)},
+        "falling": {"count": clock.falling, "first_rows": list(clock.falling_rows)},
+        "second_clock_offset_s": number(clock.second_clock_offset_s),
+    }
+
+
+def _cells(recording: Recording) -> JsonObject:
+    if np.isfinite(recording.positions.sum()):
+        faulty = missing = np.zeros((0, 0), dtype=np.bool_)
+    else:
+        faulty = faulty_cells(recording)
+        missing = np.zeros_like(faulty) if recording.missing is None else recording.missing
+    return {
+        "missing": _where(recording, missing),
+        "non_finite": _where(recording, faulty & ~missing),
+    }
+
+
+def _where(recording: Recording, cells: NDArray[np.bool_]) -> JsonObject:
+    rows = np.flatnonzero(cells.any(axis=1)) if cells.size else np.zeros(0, dtype=np.intp)
+    joints = np.flatnonzero(cells.any(axis=0)) if cells.size else ()
+    return {
+        "count": int(cells.sum()),
+        "first_rows": [int(row) for row in recording.rows[rows[:MOST_ROWS]]],
+        "joints": [recording.joints[joint] for joint in joints],
+    }

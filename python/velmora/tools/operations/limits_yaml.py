@@ -1,0 +1,136 @@
+"""Limits from the `joint_limits.yaml` of a motion planner."""
+
+from __future__ import annotations
+
+import math
+
+import yaml
+from velmora.tools.errors import DataError
+from velmora.tools.operations.limits import LimitsFile
+from velmora.tools.text import quoted
+from yaml.nodes import MappingNode, Node, ScalarNode
+
+MAX_BYTES = 1_000_000
+MAX_DEPTH = 20
+TRUE = ("true", "yes", "on")
+FALSE = ("false", "no", "off")
+RATES = ("velocity", "acceleration", "jerk")
+
+
+def read_yaml(path: str, content: bytes) -> LimitsFile:
+    """Read the joints below the key `joint_limits`, at whatever depth it stands.
+
+    `has_QUANTITY_limits: false` switches a limit off, whatever number stands beside it; a limit of 0 is a limit. Only
+    the nodes of the document are looked at: no object is made of a tag, no alias is expanded. The tags `!degrees` and
+    `!radians` are understood.
+    """
+    if len(content) > MAX_BYTES:
+        raise DataError(f"{path}: {len(content):,} bytes; at most {MAX_BYTES:,} of limits were expected")
+    try:
+        # Not the loader in C: it ends the process where brackets are nested a hundred thousand deep.
+        root = yaml.compose(content, Loader=yaml.SafeLoader)
+    except yaml.MarkedYAMLError as error:
+        line = error.problem_mark.line + 1 if error.problem_mark is not None else 1
+        raise DataError(f"{path}:{line}: {error.problem}; YAML was expected") from error
+    except RecursionError as error:
+        raise DataError(f"{path}: the nesting is too deep; the limits of a motion planner were expected") from error
+    except (yaml.YAMLError, UnicodeDecodeError) as error:
+        raise DataError(f"{path}: this is no text of YAML; the limits of a motion planner were expected") from error
+    limits = LimitsFile(path)
+    joints = _find(root, "joint_limits", MAX_DEPTH)
+    if joints is None:
+        raise DataError(f"{path}: there is no key 'joint_limits'; the limits of a motion planner were expected")
+    if not isinstance(joints, MappingNode):
+        raise DataError(
+            f"{path}:{_line(joints)}: 'joint_limits' holds no names; a mapping from joints to limits was expected"
+        )
+    for key, value in joints.value:
+        if not isinstance(value, MappingNode):
+            raise DataError(
+                f"{path}:{_line(value)}: {quoted(_text(key))} holds no limits; keys such as 'max_velocity' were "
+                "expected"
+            )
+        _read_joint(limits, _text(key), value)
+    if root is not None:
+        for name in ("default_velocity_scaling_factor", "default_acceleration_scaling_factor"):
+            node = _find(root, name, MAX_DEPTH)
+            if isinstance(node, ScalarNode):
+                limits.notes.append(
+                    f"{path}:{_line(node)}: {name} is {node.value}; it is not applied, the limits themselves are"
+                )
+    return limits
+
+
+def _read_joint(limits: LimitsFile, joint: str, node: MappingNode) -> None:
+    limits.joints.setdefault(joint, {})
+    entries = {_text(key): value for key, value in node.value}
+    for quantity in ("position", *RATES):
+        flag = entries.get(f"has_{quantity}_limits")
+        given = None if flag is None else _flag(limits.path, flag)
+        if given is False:
+            continue
+        lowest, highest = entries.get(f"min_{quantity}"), entries.get(f"max_{quantity}")
+        if highest is None or (quantity == "position" and lowest is None):
+            if flag is not None:
+                missing = f"max_{quantity}" if highest is None else f"min_{quantity}"
+                raise DataError(
+                    f"{limits.path}:{_line(flag)}: {quoted(joint)} has_{quantity}_limits, but no {missing}; a number "
+                    "was expected"
+                )
+            continue
+        upper = _number(limits.path, highest)
+        lower = -upper if lowest is None else _number(limits.path, lowest)
+        limits.add(joint, quantity, lower, upper, _line(highest))
+
+
+def _find(node: Node | None, name: str, depth: int) -> Node | None:
+    """The value of the first key of that name, searched level by level."""
+    level = [node]
+    for _ in range(depth):
+        below: list[Node | None] = []
+        for entry in level:
+            if isinstance(entry, MappingNode):
+                for key, value in entry.value:
+                    if isinstance(key, ScalarNode) and key.value == name:
+                        found: Node = value
+                        return found
+                    below.append(value)
+        seen: set[int] = set()
+        level = [entry for entry in below if id(entry) not in seen and not seen.add(id(entry))]  # type: ignore[func-returns-value]
+    return None
+
+
+def _flag(path: str, node: Node) -> bool:
+    text = str(node.value).lower() if isinstance(node, ScalarNode) else ""
+    if text in TRUE or text in FALSE:
+        return text in TRUE
+    raise DataError(
+        f"{path}:{_line(node)}: {quoted(str(node.value)[:80])} is neither true nor false; one of them was expected"
+    )
+
+
+def _number(path: str, node: Node) -> float:
+    if isinstance(node, ScalarNode) and node.tag in (
+        "!degrees",
+        "!radians",
+        "tag:yaml.org,2002:float",
+        "tag:yaml.org,2002:int",
+        "tag:yaml.org,2002:str",
+    ):
+        try:
+            value = float(node.value)
+        except ValueError:
+            pass
+        else:
+            return math.radians(value) if node.tag == "!degrees" else value
+    shown = quoted(str(node.value)[:80]) if isinstance(node, ScalarNode) else "a structure"
+    raise DataError(f"{path}:{_line(node)}: {shown} is not a number; a number was expected")
+
+
+def _text(node: Node) -> str:
+    return str(node.value) if isinstance(node, ScalarNode) else "?"
+
+
+def _line(node: Node) -> int:
+    line: int = node.start_mark.line
+    return line + 1

@@ -1,0 +1,238 @@
+"""Puts a recording onto a regular time grid whose size is known before it is made."""
+
+from __future__ import annotations
+
+import math
+from dataclasses import dataclass, replace
+from typing import Literal
+
+import numpy as np
+import velmora as vm
+from numpy.typing import NDArray
+from velmora.tools.errors import DataError, UsageError
+from velmora.tools.operations.gaps import Gaps, find_gaps, split
+from velmora.tools.recording import Note, Recording, Stamps
+from velmora.tools.text import count, seconds_text, size_text
+
+MAX_SAMPLES = 100_000_000
+QUANTITIES = ("positions", "velocities", "accelerations", "jerks")
+DEFAULT_COLUMNS = QUANTITIES[:3]
+NANOSECONDS = 1_000_000_000
+
+
+@dataclass(frozen=True)
+class ResampleOptions:
+    """Which grid, how to get onto it, and what to give out.
+
+    One of `sample_time_s`, `rate_hz` and `samples` is set.
+    """
+
+    sample_time_s: float | None = None
+    rate_hz: float | None = None
+    samples: int | None = None
+    method: str = "cubic"
+    grid: str = "exact_dt_append_endpoint"
+    strict: bool = False
+    columns: tuple[str, ...] = DEFAULT_COLUMNS
+    gaps: Literal["bridge", "split", "error"] = "bridge"
+    max_gap_s: float | None = None
+    max_samples: int = MAX_SAMPLES
+
+
+@dataclass(frozen=True)
+class Grid:
+    """The size of a grid before it is made."""
+
+    samples: float  # a float, since it may be far beyond any integer type
+    bytes: float
+
+
+@dataclass(frozen=True)
+class Resampled:
+    """A recording on its new grid, and what is worth telling about it."""
+
+    recording: Recording
+    trajectory: vm.JointTrajectory
+    gaps: Gaps
+    warnings: tuple[str, ...]
+
+
+def trajectory_of(recording: Recording) -> vm.JointTrajectory:
+    """The library's trajectory of a checked recording, with times from its first sample on."""
+    assert recording.stamps is not None
+    return vm.JointTrajectory(
+        recording.positions,
+        velocities=recording.velocities,
+        accelerations=recording.accelerations,
+        time=recording.stamps.seconds(),
+        jerks=recording.jerks,
+    )
+
+
+def grid_size(duration_s: float, joints: int, options: ResampleOptions) -> Grid:
+    """How many samples the grid will have at most, and the memory of what will be computed on it."""
+    if options.samples is not None:
+        samples = float(options.samples)
+    else:
+        samples = _samples_of(duration_s / spacing_s(options), options.grid)
+    levels = max(QUANTITIES.index(column) for column in options.columns) + 1 if options.columns else 1
+    if options.method == "cubic":
+        levels = max(levels, 3)
+    return Grid(samples, samples * 8.0 * (1 + joints * levels))
+
+
+def _samples_of(steps: float, grid: str) -> float:
+    """The entries of a grid over so many steps, not a whole number; with an appended end point at most so many."""
+    if steps == 0.0 or not math.isfinite(steps):
+        return 1.0 if steps == 0.0 else math.inf
+    if grid == "exact_duration_adjust_dt":
+        return max(float(round(steps)), 1.0) + 1.0
+    if grid == "exact_dt_extend_endpoint":
+        return float(math.ceil(steps)) + 1.0
+    return float(math.floor(steps)) + (1.0 if grid == "exact_dt_trim" else 2.0)
+
+
+def spacing_s(options: ResampleOptions) -> float:
+    """The requested spacing in seconds."""
+    if options.sample_time_s is not None:
+        return options.sample_time_s
+    assert options.rate_hz is not None
+    return 1.0 / options.rate_hz
+
+
+def resample(recording: Recording, options: ResampleOptions) -> list[Resampled]:
+    """Resample a checked recording; one result, or one for every piece with `gaps="split"`.
+
+    The cubic path falls back to linear interpolation where the spline fails, unless `strict`; the warnings say so.
+
+    Raises
+    ------
+    UsageError
+        Where the grid would have more than `max_samples` samples, before anything of it is allocated.
+    DataError
+        Where there are gaps with `gaps="error"`, the spline fails with `strict`, or a result is not finite.
+    """
+    assert recording.stamps is not None
+    gaps = find_gaps(recording.stamps.seconds(), options.max_gap_s)
+    if len(gaps) == 0 or options.gaps == "bridge":
+        return [_resample_piece(recording, options, gaps)]
+    first = int(gaps.before[0])
+    if options.gaps == "error":
+        raise DataError(
+            f"{recording.source}:{recording.rows[first + 1]}: {count(len(gaps), 'gap')}, the first after "
+            f"{seconds_text(float(gaps.starts_s[0]))} s, {gaps.ends_s[0] - gaps.starts_s[0]:.6g} s long; no step over "
+            f"{gaps.threshold_s:.6g} s was expected; --gaps bridge or split, --max-gap"
+        )
+    none = find_gaps(np.empty(0))
+    return [_resample_piece(piece, options, none) for piece in split(recording, gaps)]
+
+
+def _resample_piece(recording: Recording, options: ResampleOptions, gaps: Gaps) -> Resampled:
+    recorded = trajectory_of(recording)
+    _refuse_huge_grid(recording, recorded.duration_s, options)
+    warnings = []
+    if len(gaps) > 0:
+        longest = int(np.argmax(gaps.ends_s - gaps.starts_s))
+        warnings.append(
+            f"{recording.source}:{recording.rows[gaps.before[longest] + 1]}: {count(len(gaps), 'gap')} bridged, the "
+            f"longest of {gaps.ends_s[longest] - gaps.starts_s[longest]:.6g} s after {gaps.starts_s[longest]:.6g} "
+            "s; no "
+            f"step over {gaps.threshold_s:.6g} s was expected; --gaps split or error, --max-gap"
+        )
+    on_grid, fallback = _on_grid(recording, recorded, options)
+    if fallback is not None:
+        warnings.append(fallback)
+    values = _columns(recording, on_grid, options.columns)
+    result = replace(
+        recording,
+        stamps=_stamps_from(recording, on_grid.time),
+        positions=values["positions"],
+        velocities=values.get("velocities"),
+        accelerations=values.get("accelerations"),
+        jerks=values.get("jerks"),
+        efforts=None,
+        rows=np.arange(1, len(on_grid.time) + 1),
+        missing=None,
+        notes=(*recording.notes, Note("resampled", _described(options, on_grid, fallback is not None))),
+    )
+    return Resampled(result, on_grid, gaps, tuple(warnings))
+
+
+def _refuse_huge_grid(recording: Recording, duration_s: float, options: ResampleOptions) -> None:
+    grid = grid_size(duration_s, len(recording.joints), options)
+    if grid.samples > options.max_samples:
+        raise UsageError(
+            f"{recording.source}: the grid would have {_many(grid.samples)} samples and take "
+            f"{size_text(grid.bytes)}; at "
+            f"most {options.max_samples:,} were expected; choose a longer --sample-time, or raise --max-samples"
+        )
+
+
+def _on_grid(
+    recording: Recording, recorded: vm.JointTrajectory, options: ResampleOptions
+) -> tuple[vm.JointTrajectory, str | None]:
+    """The resampled trajectory, and what to say where it is linear in spite of `cubic`."""
+
+    def run(method: str, strict: bool) -> vm.JointTrajectory:
+        if options.samples is not None:
+            return recorded.resample(samples=options.samples, method=method, strict_cubic=strict)
+        return vm.resample_trajectory(recorded, spacing_s(options), method, options.grid, strict)
+
+    try:
+        try:
+            return run(options.method, True), None
+        except vm.InvalidArgumentError as error:
+            if options.strict or options.method == "linear":
+                raise
+            text = (
+                f"{recording.source}: LINEAR INSTEAD OF CUBIC: the spline fails: {error} A cubic spline was "
+                "expected; --strict makes this an error"
+            )
+            return run("linear", False), text
+    except vm.InvalidArgumentError as error:
+        raise DataError(f"{recording.source}: {error}") from error
+
+
+def _columns(
+    recording: Recording, on_grid: vm.JointTrajectory, columns: tuple[str, ...]
+) -> dict[str, NDArray[np.float64]]:
+    values = {"positions": on_grid.positions}
+    for column in columns:
+        values[column] = getattr(on_grid, column)
+    for column, array in values.items():
+        if not np.isfinite(array.sum()) and not np.isfinite(array).all():
+            sample, joint = (int(index[0]) for index in np.nonzero(~np.isfinite(array)))
+            raise DataError(
+                f"{recording.source}: the {column} of '{recording.joints[joint]}' are not finite at "
+                f"{on_grid.time[sample]:.6g} s; finite values were expected; the positions are too large for their "
+                "derivatives, --columns positions leaves these out"
+            )
+    return values
+
+
+def _stamps_from(recording: Recording, grid_s: NDArray[np.float64]) -> Stamps:
+    """The times of the grid with the origin of the recording."""
+    assert recording.stamps is not None
+    origin = recording.stamps.origin
+    if isinstance(origin, int):
+        stamps: NDArray[np.int64] | NDArray[np.float64] = np.rint(grid_s * NANOSECONDS).astype(np.int64) + origin
+        finest = "a nanosecond"
+    else:
+        stamps = grid_s + origin if origin != 0.0 else grid_s
+        finest = "what a double of seconds can tell apart here"
+    if len(stamps) > 1 and not (stamps[1:] > stamps[:-1]).all():
+        raise UsageError(
+            f"{recording.source}: the new samples are closer than {finest}; a longer --sample-time was expected"
+        )
+    return Stamps(stamps, recording.stamps.unit)
+
+
+def _described(options: ResampleOptions, on_grid: vm.JointTrajectory, fell_back: bool) -> str:
+    method = "linear (the cubic spline failed)" if fell_back else options.method
+    if options.samples is not None:
+        return f"{method}, {count(options.samples, 'sample')} over the whole span"
+    return f"{method}, {options.grid}, sample time {spacing_s(options)!r} s"
+
+
+def _many(samples: float) -> str:
+    return f"{int(samples):,}" if samples < 1e15 else f"{samples:.3g}"

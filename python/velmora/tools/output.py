@@ -1,0 +1,207 @@
+"""Outputs that appear whole or not at all: written beside the target, then renamed."""
+
+from __future__ import annotations
+
+import contextlib
+import os
+import shutil
+import stat
+import tempfile
+from collections.abc import Iterator
+from dataclasses import dataclass
+from pathlib import Path
+
+from velmora.tools.errors import DataError, UsageError
+
+
+@dataclass(frozen=True)
+class Staged:
+    """An output that is written, or about to be, in a private folder beside its target.
+
+    Attributes
+    ----------
+    target
+        Where the output belongs: a path, or an address such as ``s3://bucket/name``.
+    path
+        Where it is written for now; the file name is that of the target.
+    force
+        Whether an existing target is replaced.
+    """
+
+    target: str
+    path: str
+    force: bool
+
+    def commit(self) -> None:
+        """Move the output to its target, in one step, with the mode of the file that it replaces."""
+        if self.path == self.target:
+            return
+        try:
+            if is_remote(self.target):
+                _upload(self.path, self.target)
+            else:
+                _rename(Path(self.path), Path(self.target), self.force)
+        except OSError as error:
+            raise DataError(f"{self.target}: {error.strerror or error}") from error
+        finally:
+            self.discard()
+
+    def discard(self) -> None:
+        """Remove what was written and not moved."""
+        if self.path != self.target:
+            shutil.rmtree(Path(self.path).parent, ignore_errors=True)
+
+
+def is_remote(address: str) -> bool:
+    """Whether an address names something that is not on a disk here."""
+    return "://" in address and not address.startswith("file://")
+
+
+def local(address: str) -> str:
+    """The address with ``file://`` taken off."""
+    if not address.startswith("file://"):
+        return address
+    from urllib.parse import unquote
+
+    return unquote(address.removeprefix("file://"))
+
+
+def refuse_existing(target: str, force: bool) -> None:
+    """Raise a usage error where the target exists and nobody said that it may be replaced."""
+    if force or target == "-":
+        return
+    target = local(target)
+    if is_remote(target):
+        import fsspec
+
+        filesystem, name = fsspec.core.url_to_fs(target)
+        exists = filesystem.exists(name)
+    else:
+        exists = os.path.lexists(target) and not _is_stream(target)
+    if exists:
+        raise UsageError(f"{target}: exists already; a name that is free was expected; --force replaces it")
+
+
+def stage(target: str, *, force: bool, owner: str = "") -> Staged:
+    """Prepare a place to write to: a private folder beside the target.
+
+    Parameters
+    ----------
+    target
+        Where the output belongs. ``-`` (standard output), devices and pipes are written to directly.
+    force
+        Whether an existing target may be replaced.
+    owner
+        A word in the name of the folder, by which `discard_all` finds what a dead process left behind.
+
+    Raises
+    ------
+    UsageError
+        "TARGET: exists already; ..." without `force`.
+    DataError
+        "TARGET: REASON" where no folder can be made there.
+    """
+    refuse_existing(target, force)
+    target = local(target)
+    if target == "-" or _is_stream(target):
+        return Staged(target, target, force)
+    if is_remote(target):
+        folder, name, shown = tempfile.gettempdir(), target.rstrip("/").rsplit("/", 1)[1], target
+    else:
+        shown = target
+        target = os.path.realpath(target)  # a link stays a link: what it names is replaced
+        folder, name = os.path.split(target)
+    try:
+        place = tempfile.mkdtemp(prefix=_prefix(owner), dir=folder)
+    except FileNotFoundError:
+        raise DataError(
+            f"{shown}: the folder does not exist; a place to write to was expected; --output-dir makes folders"
+        ) from None
+    except OSError as error:
+        raise DataError(f"{shown}: {error.strerror}") from error
+    return Staged(target, os.path.join(place, name), force)
+
+
+@contextlib.contextmanager
+def written(target: str, *, force: bool) -> Iterator[str]:
+    """A path to write to; what was written there is moved to the target at the end, or removed after an error."""
+    staged = stage(target, force=force)
+    try:
+        yield staged.path
+        staged.commit()
+    except OSError as error:
+        raise DataError(f"{target}: {error.strerror or error}") from error
+    finally:
+        staged.discard()
+
+
+def write_bytes(target: str, content: bytes, *, force: bool) -> None:
+    """Write a whole file, or to standard output for ``-``."""
+    if target == "-":
+        import sys
+
+        sys.stdout.buffer.write(content)
+        sys.stdout.buffer.flush()
+        return
+    with written(target, force=force) as path, open(path, "wb") as file:
+        file.write(content)
+
+
+def discard_all(folder: str, owner: str) -> None:
+    """Remove what processes of that owner left in a folder."""
+    if is_remote(folder):
+        folder = tempfile.gettempdir()
+    for left in Path(folder or ".").glob(_prefix(owner) + "*"):
+        shutil.rmtree(left, ignore_errors=True)
+
+
+def _prefix(owner: str) -> str:
+    return f".velmora-{owner}-"
+
+
+def _is_stream(path: str) -> bool:
+    """Whether the path is a device or a pipe, which cannot be replaced."""
+    try:
+        mode = os.stat(path).st_mode
+    except OSError:
+        return False
+    return not (stat.S_ISREG(mode) or stat.S_ISDIR(mode))
+
+
+def _rename(path: Path, target: Path, force: bool) -> None:
+    if not force:
+        _rename_to_free_name(path, target)
+        return
+    if target.is_dir():
+        # A folder cannot be renamed onto another that holds files: the old one moves aside first.
+        aside = path.parent / "replaced"
+        target.rename(aside)
+        try:
+            path.rename(target)
+        except OSError:
+            aside.rename(target)
+            raise
+        return
+    with contextlib.suppress(FileNotFoundError):
+        path.chmod(stat.S_IMODE(target.stat().st_mode))
+    os.replace(path, target)
+
+
+def _rename_to_free_name(path: Path, target: Path) -> None:
+    """Rename, unless somebody else has made the target in the meantime."""
+    if path.is_dir():
+        path.rename(target)  # fails where the target exists, unless it is an empty folder
+        return
+    try:
+        os.link(path, target)
+    except FileExistsError:
+        raise UsageError(f"{target}: exists already; a name that is free was expected; --force replaces it") from None
+    except OSError:
+        os.replace(path, target)  # a file system without links
+
+
+def _upload(path: str, address: str) -> None:
+    import fsspec
+
+    filesystem, name = fsspec.core.url_to_fs(address)
+    filesystem.put(path, name, recursive=os.path.isdir(path))
