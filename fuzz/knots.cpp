@@ -1,13 +1,9 @@
-// Fuzzer: the elimination of the spline's system gives what the dense solve gives.
-//
-// Bits are promised for ordinary grids; here, on any grid, both are finite or neither is, and no second derivative is
-// further from the dense one than 4 units in the last place of its joint's largest.
-#include <cmath>
+// Fuzzer: on any grid the elimination of the spline's system gives the bits of the dense solve, or neither is finite.
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "byte_reader.hpp"
-#include "util/timing/knot_factors.hpp"
 #include "util/timing/knot_second_derivatives.hpp"
 
 namespace velmora::fuzzing {
@@ -16,13 +12,8 @@ namespace {
 using native::Matrix;
 using native::Vector;
 
-double UnitInTheLastPlace(double value) {
-  const double magnitude = std::abs(value);
-  return std::nextafter(magnitude, INFINITY) - magnitude;
-}
-
 void Compare(ByteReader& bytes) {
-  const auto knots = static_cast<Eigen::Index>(33 + bytes.Below(200));
+  const auto knots = static_cast<Eigen::Index>(3 + bytes.Below(150));
   const auto joints = static_cast<Eigen::Index>(1 + bytes.Below(5));
   const Vector x = bytes.Times(knots);
   const Vector h = x.tail(knots - 1) - x.head(knots - 1);
@@ -38,18 +29,15 @@ void Compare(ByteReader& bytes) {
     std::abort();
   }
   if (!dense.allFinite()) return;
-  for (Eigen::Index j = 0; j < joints; ++j) {
-    const double unit = UnitInTheLastPlace(dense.col(j).cwiseAbs().maxCoeff());
-    const double ulp = (dense.col(j) - eliminated.col(j)).cwiseAbs().maxCoeff() / unit;
-    if (!(ulp <= 4.0)) {
-      std::fprintf(stderr, "%ld knots: joint %ld differs by %g ulp of its largest\n", static_cast<long>(knots),
-                   static_cast<long>(j), ulp);
+  for (Eigen::Index k = 0; k < dense.size(); ++k) {
+    if (std::memcmp(dense.data() + k, eliminated.data() + k, sizeof(double)) != 0) {
+      std::fprintf(stderr, "%ld knots: element %ld is %a by the dense solve, %a by elimination\n",
+                   static_cast<long>(knots), static_cast<long>(k), dense.data()[k], eliminated.data()[k]);
       std::abort();
     }
   }
 }
 
-}  // namespace
 }  // namespace velmora::fuzzing
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

@@ -142,7 +142,7 @@ Call LongHugeCubic(SplitMix64& random) { return Cubic(random, 33, 220, TimeFamil
 // The reciprocals of their pivots are not finite.
 Call RefusedCubic(SplitMix64& random) { return Cubic(random, 33, 120, TimeFamily::subnormal); }
 
-// Some are eliminated, some refused.
+// Of some the reciprocal of a pivot overflows.
 Call RepeatedCubic(SplitMix64& random) { return Cubic(random, 33, 220, TimeFamily::nearly_repeated); }
 
 Call AnyCopy(SplitMix64& random) {

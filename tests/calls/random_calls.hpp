@@ -15,8 +15,7 @@ struct CallFamily {
   Call (*make)(SplitMix64& random);
 };
 
-/// In a fixed order. The families whose name starts with `resample_cubic/dense` take their result from the dense solve
-/// of the spline's system, whose last bits depend on the instruction set that it was compiled for.
+/// In a fixed order, which decides the seeds of a family's calls.
 const std::vector<CallFamily>& CallFamilies();
 
 }  // namespace velmora::testing

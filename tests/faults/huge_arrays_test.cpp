@@ -7,6 +7,7 @@
 
 #include <new>
 #include <optional>
+#include <string>
 
 #include "support/arrays.hpp"
 #include "support/expect_throws.hpp"
@@ -97,39 +98,43 @@ int StatusWithLittleMemory(rlim_t bytes, const Body& body) {
   return status;
 }
 
-// Steps so small that the elimination refuses them, so that the dense matrix (30 GB) is wanted.
-JointTrajectory NeedsDenseSolve() {
+constexpr rlim_t kGibibyte = rlim_t{1} << 30U;
+
+// Times whose system has pivots that overflow, or reciprocals of pivots that do, everywhere or in one place. A matrix of
+// the square of their number would take 30 GB, and a solve of their cube days.
+JointTrajectory ManySamples(double step, double length_of_one_step) {
   constexpr Eigen::Index kSamples = 60000;
   Vector time(kSamples);
-  for (Eigen::Index i = 0; i < kSamples; ++i) time[i] = static_cast<double>(i) * kSmallest;
+  for (Eigen::Index i = 0; i < kSamples; ++i) {
+    time[i] = static_cast<double>(i) * step + (i > kSamples / 2 ? length_of_one_step - step : 0.0);
+  }
   return {Matrix::Zero(kSamples, 1), std::nullopt, std::nullopt, time, std::nullopt, std::nullopt};
 }
 
-constexpr rlim_t kGibibyte = rlim_t{1} << 30U;
-
-TEST(LittleMemory, IsReportedByAStrictCubicResampling) {
-  EXPECT_EQ(StatusWithLittleMemory(kGibibyte,
-                                   [] {
-                                     try {
-                                       ResampleTrajectory(NeedsDenseSolve(), 100.0 * kSmallest, ResamplingMethod::cubic,
-                                                          ResamplingTimeGridMode::exact_dt_trim, true);
-                                     } catch (const std::bad_alloc&) {
-                                       return true;
-                                     }
-                                     return false;
-                                   }),
-            0);
-}
-
-TEST(LittleMemory, MakesACubicResamplingLinear) {
-  EXPECT_EQ(StatusWithLittleMemory(kGibibyte,
-                                   [] {
-                                     return ResampleTrajectory(NeedsDenseSolve(), 100.0 * kSmallest,
-                                                               ResamplingMethod::cubic,
-                                                               ResamplingTimeGridMode::exact_dt_trim, false)
-                                                .positions.rows() == 600;
-                                   }),
-            0);
+TEST(LittleMemory, IsEnoughForTimesBeyondTheRangeOfPivots) {
+  struct Times {
+    double step;
+    double length_of_one_step;
+    bool finite;
+  };
+  for (const Times times : {Times{kSmallest, kSmallest, false}, Times{1e-310, 1.0, false}, Times{1.0, 1e-300, true},
+                            Times{1e303, 1e303, true}, Times{1e300, 1.1e308, true}, Times{1.0, 1e300, true}}) {
+    const auto run = [&] {
+      const JointTrajectory trajectory = ManySamples(times.step, times.length_of_one_step);
+      const double dt = (trajectory.time[59999] - trajectory.time[0]) / 600.0;
+      std::string message;
+      try {
+        ResampleTrajectory(trajectory, dt, ResamplingMethod::cubic, ResamplingTimeGridMode::exact_dt_trim, true);
+      } catch (const native::InvalidArgumentError& error) {
+        message = error.what();
+      }
+      const auto linear_or_cubic =
+          ResampleTrajectory(trajectory, dt, ResamplingMethod::cubic, ResamplingTimeGridMode::exact_dt_trim, false);
+      return message == (times.finite ? "" : "Cubic-spline construction produced non-finite coefficients.") &&
+             linear_or_cubic.positions.rows() >= 600;
+    };
+    EXPECT_EQ(StatusWithLittleMemory(kGibibyte, run), 0) << times.step << ", " << times.length_of_one_step;
+  }
 }
 
 TEST(LittleMemory, IsReportedForAGridThatOnlyAnotherMachineHolds) {

@@ -73,6 +73,7 @@ KnotSystem AssembleKnotSystem(const std::vector<double>& h, const Table& y) {
 
 Table SolveKnotSecondDerivatives(const std::vector<double>& h, const Table& y) {
   if (y.cols == 0) return y;  // the solve would form a reference to the first of no elements
+  Eigen::setCpuCacheSizes(32 * 1024, 512 * 1024, 8 * 1024 * 1024);  // they decide the blocks of the back substitution
   const KnotSystem system = AssembleKnotSystem(h, y);
   const Eigen::PartialPivLU<DenseMatrix> factorisation(ToDense(system.matrix));
   const DenseMatrix solution = factorisation.solve(ToDense(system.right_hand_side));

@@ -100,8 +100,8 @@ AssertionResult CompareKnotSecondDerivatives(const RandomCase& c) {
   const Vector x = RandomTimes(random, c.samples, RandomTimeFamily(random));
   const Matrix y = RandomMatrix(random, c.samples, c.joints, RandomValueFamily(random));
   const Vector h = x.tail(x.size() - 1) - x.head(x.size() - 1);
-  return SameBits(oracle::SolveKnotSecondDerivatives(ToStd(h), ToTable(y)),
-                  util::timing::SolveKnotSecondDerivatives(h, y));
+  return SameBitsIfFinite(oracle::SolveKnotSecondDerivatives(ToStd(h), ToTable(y)),
+                          util::timing::SolveKnotSecondDerivatives(h, y));
 }
 
 TEST(RandomThreePointDerivatives, EqualTheReference) {

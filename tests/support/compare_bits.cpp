@@ -1,6 +1,7 @@
 // Comparison of arrays bit by bit.
 #include "support/compare_bits.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -83,6 +84,17 @@ AssertionResult SameBits(const oracle::Table& expected, const native::Matrix& ac
 
 AssertionResult SameBits(const std::vector<double>& expected, const native::Vector& actual) {
   return CompareVectors(expected.data(), static_cast<long long>(expected.size()), actual);
+}
+
+AssertionResult SameBitsIfFinite(const native::Matrix& expected, const native::Matrix& actual) {
+  if (!expected.allFinite() && !actual.allFinite()) return CompareShapes(expected.rows(), expected.cols(), actual);
+  return SameBits(expected, actual);
+}
+
+AssertionResult SameBitsIfFinite(const oracle::Table& expected, const native::Matrix& actual) {
+  native::Matrix matrix(static_cast<Eigen::Index>(expected.rows), static_cast<Eigen::Index>(expected.cols));
+  std::copy(expected.values.begin(), expected.values.end(), matrix.data());
+  return SameBitsIfFinite(matrix, actual);
 }
 
 AssertionResult IsNear(const native::Matrix& expected, const native::Matrix& actual, double tolerance) {

@@ -22,6 +22,10 @@ double UlpDistance(double a, double b);
 ::testing::AssertionResult SameBits(const oracle::Table& expected, const native::Matrix& actual);
 ::testing::AssertionResult SameBits(const std::vector<double>& expected, const native::Vector& actual);
 
+/// As `SameBits`, but where neither is finite: which value stands for an overflow is not promised.
+::testing::AssertionResult SameBitsIfFinite(const native::Matrix& expected, const native::Matrix& actual);
+::testing::AssertionResult SameBitsIfFinite(const oracle::Table& expected, const native::Matrix& actual);
+
 /// Equal shapes and every difference at most `tolerance`.
 ::testing::AssertionResult IsNear(const native::Matrix& expected, const native::Matrix& actual, double tolerance);
 

@@ -1,46 +1,18 @@
 // The linear system behind the not-a-knot cubic spline.
 #include "util/timing/knot_second_derivatives.hpp"
 
-#include <Eigen/LU>
 #include <array>
 #include <cstddef>
-#include <optional>
 #include <type_traits>
 
 #include "native/cpu_dispatch.hpp"
 #include "native/row_lanes.hpp"
+#include "util/timing/dense_solve.hpp"
 #include "util/timing/knot_factors.hpp"
 #include "util/timing/knot_substitution.hpp"
 
 namespace velmora::util::timing {
 namespace {
-
-// Continuity of the first derivative at the inner knots; not-a-knot at the two outermost of them, that is, continuity
-// of the third derivative there (de Boor, "A Practical Guide to Splines", chapter IV).
-Matrix SystemMatrix(const Vector& h) {
-  const Eigen::Index knots = h.size() + 1;
-  const Eigen::Index last = knots - 1;
-  Matrix system = Matrix::Zero(knots, knots);
-  for (Eigen::Index i = 1; i < last; ++i) {
-    system(i, i - 1) = h[i - 1];
-    system(i, i) = 2.0 * (h[i - 1] + h[i]);
-    system(i, i + 1) = h[i];
-  }
-  if (knots == 3) {
-    system(0, 0) = 1.0;
-    system(0, 1) = -1.0;
-    system(2, 1) = 1.0;
-    system(2, 2) = -1.0;
-  } else {
-    system(0, 0) = -h[1];
-    system(0, 1) = h[0] + h[1];
-    system(0, 2) = -h[0];
-    system(last, last - 2) = -h[last - 1];
-    system(last, last - 1) = h[last - 2] + h[last - 1];
-    system(last, last) = -h[last - 2];
-  }
-  return system;
-}
 
 // Six times the second divided differences; the end conditions have a right-hand side of zero. A slope serves the knots
 // on either side of it.
@@ -80,20 +52,44 @@ Matrix RightHandSide(const Vector& h, const Matrix& y) {
 
 }  // namespace
 
+// Continuity of the first derivative at the inner knots; not-a-knot at the two outermost of them, that is, continuity
+// of the third derivative there (de Boor, "A Practical Guide to Splines", chapter IV).
+Matrix KnotSystem(const Vector& h) {
+  const Eigen::Index knots = h.size() + 1;
+  const Eigen::Index last = knots - 1;
+  Matrix system = Matrix::Zero(knots, knots);
+  for (Eigen::Index i = 1; i < last; ++i) {
+    system(i, i - 1) = h[i - 1];
+    system(i, i) = 2.0 * (h[i - 1] + h[i]);
+    system(i, i + 1) = h[i];
+  }
+  if (knots == 3) {
+    system(0, 0) = 1.0;
+    system(0, 1) = -1.0;
+    system(2, 1) = 1.0;
+    system(2, 2) = -1.0;
+  } else {
+    system(0, 0) = -h[1];
+    system(0, 1) = h[0] + h[1];
+    system(0, 2) = -h[0];
+    system(last, last - 2) = -h[last - 1];
+    system(last, last - 1) = h[last - 2] + h[last - 1];
+    system(last, last) = -h[last - 2];
+  }
+  return system;
+}
+
 Matrix SolveKnotSecondDerivativesDense(const Vector& h, const Matrix& y) {
-  if (y.cols() == 0) return y;  // the solve would form a reference to the first of no elements
-  return SystemMatrix(h).partialPivLu().solve(RightHandSide(h, y));
+  Matrix m = RightHandSide(h, y);
+  SolveDense(KnotSystem(h), m);
+  return m;
 }
 
 Matrix SolveKnotSecondDerivatives(const Vector& h, const Matrix& y) {
-  if (y.rows() > kDenseKnots) {
-    if (const std::optional<KnotFactors> factors = FactoriseKnotSystem(h)) {
-      Matrix m = RightHandSide(h, y);
-      SubstituteKnots(*factors, m);
-      return m;
-    }
-  }
-  return SolveKnotSecondDerivativesDense(h, y);
+  if (y.rows() <= kDenseKnots) return SolveKnotSecondDerivativesDense(h, y);
+  Matrix m = RightHandSide(h, y);
+  SubstituteKnots(FactoriseKnotSystem(h), m);
+  return m;
 }
 
 }  // namespace velmora::util::timing

@@ -14,14 +14,17 @@ using native::Vector;
 /// solved with one right-hand side per joint. With three knots the two end conditions would coincide, so the second
 /// derivative is held constant instead. Values that are not finite are returned as they come.
 ///
-/// The dense solve defines the result. Beyond `kDenseKnots` knots an elimination of linear cost gives the same bits;
-/// where it meets a pivot that it does not foresee, the dense solve is taken all the same.
+/// The dense solve defines the result. Beyond `kDenseKnots` knots an elimination of linear cost gives the same bits, or
+/// likewise values that are not finite.
 Matrix SolveKnotSecondDerivatives(const Vector& h, const Matrix& y);
 
-/// The dense solve, by LU factorisation with partial pivoting.
+/// The dense solve of `KnotSystem`.
 Matrix SolveKnotSecondDerivativesDense(const Vector& h, const Matrix& y);
 
-/// Up to this many knots the dense solve costs next to nothing.
-constexpr Eigen::Index kDenseKnots = 32;
+/// The system's matrix, N x N.
+Matrix KnotSystem(const Vector& h);
+
+/// Up to this many knots the first and the last rows of the system meet, and the dense solve is taken.
+constexpr Eigen::Index kDenseKnots = 4;
 
 }  // namespace velmora::util::timing

@@ -1,7 +1,6 @@
 // Forward and back substitution with the factors of the spline's system.
 #include "util/timing/knot_substitution.hpp"
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -9,6 +8,7 @@
 
 #include "native/cpu_dispatch.hpp"
 #include "native/row_lanes.hpp"
+#include "util/timing/panel_substitution.hpp"
 
 namespace velmora::util::timing {
 namespace {
@@ -17,18 +17,16 @@ using Eigen::Index;
 using native::Load;
 using native::Store;
 
-constexpr Index kPanel = 4;
-
 void ExchangeRows(const KnotFactors& factors, Matrix& m) {
   const Index last = m.rows() - 1;
   if (factors.first_exchanged) m.row(0).swap(m.row(1));
   if (factors.last_exchanged) m.row(last - 2).swap(m.row(last));
 }
 
-// The substitutions with the entries that are not zero, for the joints of one block of columns. They walk down and up
-// the rows with the row before at hand, since a row just stored is slow to load again. Where two products meet in one
-// element their order follows the panels; that matters in the last row alone, elsewhere one of the terms is zero or
-// both are in one panel.
+// `SubstituteInPanels` without the products that are zero, for the joints of one block of columns. Panels matter to the
+// last row alone: every other one subtracts one product, or two of the same panel. Of the three products of the last row
+// that with row N - 4 is zero, or that with row N - 3; where they lie in different panels, nothing is summed. The loops
+// keep the row just solved in registers, since what was just stored is slow to load again.
 template <typename Block>
 VELMORA_ALWAYS_INLINE void SubstituteColumns(const KnotFactors& factors, double* m, Index knots, Index joints,
                                              const Block& columns) {
@@ -84,68 +82,6 @@ struct SubstitutionKernel {
   }
 };
 
-double LowerEntry(const KnotFactors& factors, Index i, Index c) {
-  const Index last = factors.lower.size() - 1;
-  if (c == i - 1) return factors.lower[i];
-  if (i == last && c == i - 2) return factors.last_lower2;
-  if (i == last && c == i - 3 && factors.last_exchanged) return factors.last_lower3;
-  return 0.0 * factors.inverse_pivot[c];  // zero divided by the pivot: it has the pivot's sign
-}
-
-double UpperEntry(const KnotFactors& factors, Index i, Index c) {
-  if (c == i + 1) return factors.upper[i];
-  if (i == 0 && c == 2) return factors.first_upper2;
-  if (i == factors.upper.size() - 3 && c == i + 2) return factors.tail_upper2;
-  return 0.0;
-}
-
-// The back substitution goes in blocks from the end, each with its panels counted from its start: the number of
-// unknowns in a block, as Eigen chooses it for a first-level cache of 32 KiB. The block decides the sign of zeros only;
-// it is held constant here so that a result does not depend on the cache of the machine.
-Index BackSubstitutionBlock(Index knots) {
-  constexpr Index kLargest = 120;
-  constexpr Index kStep = 8;
-  if (knots <= kLargest) return knots;
-  const Index rest = knots % kLargest;
-  if (rest == 0) return kLargest;
-  return kLargest - kStep * ((kLargest - 1 - rest) / (kStep * (knots / kLargest + 1)));
-}
-
-// row[i] -= factor(c) * row[c] for all c, of which `others` lie in other panels and `within` in the panel of i.
-template <typename Entry>
-void SubtractProducts(Matrix& m, Index i, Index others_begin, Index others_end, Index within_begin, Index within_end,
-                      Entry entry) {
-  for (Index j = 0; j < m.cols(); ++j) {
-    if (others_begin < others_end) {
-      double sum = 0.0;
-      for (Index c = others_begin; c < others_end; ++c) sum += entry(c) * m(c, j);
-      m(i, j) -= sum;
-    }
-    for (Index c = within_begin; c < within_end; ++c) m(i, j) -= entry(c) * m(c, j);
-  }
-}
-
-// As the kernel, but with the zeros that share a panel with an element: a product with one of them is a signed zero,
-// and it decides the sign of an element that is itself a negative zero.
-void SubstituteWithSignedZeros(const KnotFactors& factors, Matrix& m) {
-  const Index knots = m.rows();
-  for (Index i = 1; i < knots; ++i) {
-    const Index panel = i - i % kPanel;
-    SubtractProducts(m, i, std::max<Index>(i - 3, 0), panel, panel, i,
-                     [&](Index c) { return LowerEntry(factors, i, c); });
-  }
-  const Index block = BackSubstitutionBlock(knots);
-  for (Index i = knots - 1; i >= 0; --i) {
-    const Index block_end = knots - (knots - 1 - i) / block * block;
-    const Index block_begin = std::max<Index>(block_end - block, 0);
-    const Index panel = block_begin + (i - block_begin) / kPanel * kPanel;
-    const Index panel_end = std::min(panel + kPanel, block_end);
-    SubtractProducts(m, i, panel_end, std::min(i + 3, knots), i + 1, panel_end,
-                     [&](Index c) { return UpperEntry(factors, i, c); });
-    m.row(i) *= factors.inverse_pivot[i];
-  }
-}
-
 struct NegativeZeroKernel {
   template <typename Processor>
   static VELMORA_ALWAYS_INLINE bool Run(const double* values, Index count) {
@@ -166,7 +102,8 @@ void SubstituteKnots(const KnotFactors& factors, Matrix& m) {
   const bool signed_zeros = native::RunKernel<NegativeZeroKernel>(m.data(), m.size());
   ExchangeRows(factors, m);
   if (signed_zeros) {
-    SubstituteWithSignedZeros(factors, m);
+    // A product with a zero of the factors is a signed zero, and decides the sign of an element that is -0.
+    SubstituteInPanels(factors, KnotFactors::kReach, m);
   } else {
     native::RunKernel<SubstitutionKernel>(&factors, m.data(), m.rows(), m.cols());
   }

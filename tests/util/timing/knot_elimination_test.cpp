@@ -1,24 +1,28 @@
-// The elimination of the spline's system, bit for bit against the dense solve that defines it.
+// The elimination of the spline's system, bit for bit against the dense solve that defines it, entry by entry and as a
+// whole, and against another dense solve.
 #include <gtest/gtest.h>
 
-#include <Eigen/Core>
 #include <cmath>
-#include <optional>
+#include <vector>
 
+#include "oracle/cubic.hpp"
 #include "support/arrays.hpp"
 #include "support/compare_bits.hpp"
 #include "support/generator.hpp"
+#include "util/timing/dense_solve.hpp"
 #include "util/timing/knot_factors.hpp"
 #include "util/timing/knot_second_derivatives.hpp"
-#include "util/timing/knot_substitution.hpp"
 
 namespace velmora::util::timing {
 namespace {
 
 using testing::SameBits;
+using testing::SameBitsIfFinite;
 using testing::SplitMix64;
+using testing::ToStd;
+using testing::ToTable;
 
-enum class Steps { uniform, jittered, gaps, uneven, wild, subnormal };
+enum class Steps { uniform, jittered, gaps, uneven, wild, tiny, subnormal, huge, ties };
 enum class Signal { noise, smooth, mixed, constant, signed_zeros, only_zeros };
 
 double Step(SplitMix64& random, Steps family) {
@@ -33,10 +37,16 @@ double Step(SplitMix64& random, Steps family) {
       return std::exp(8.0 * random.Symmetric());
     case Steps::wild:
       return std::exp(20.0 * random.Symmetric());
-    case Steps::subnormal:
+    case Steps::tiny:
+      return std::ldexp(1.0 + random.Unit(), -1000);
+    case Steps::subnormal:  // where the reciprocals of pivots overflow, some of them
+      return std::ldexp(1.0 + random.Unit(), -1020 - static_cast<int>(random.Below(50)));
+    case Steps::huge:  // where pivots overflow, some of them
+      return random.Below(3) == 0 ? std::ldexp(1.0 + random.Unit(), 1022) : std::exp(300.0 * random.Symmetric());
+    case Steps::ties:
       break;
   }
-  return std::ldexp(1.0 + random.Unit(), -1000);
+  return static_cast<double>(1 + random.Below(4));
 }
 
 double Value(SplitMix64& random, Signal family, Eigen::Index i, Eigen::Index j) {
@@ -58,78 +68,116 @@ double Value(SplitMix64& random, Signal family, Eigen::Index i, Eigen::Index j) 
   return random.Below(2) == 0 ? 0.0 : std::round(3.0 * random.Symmetric());
 }
 
-// The blocks of the dense solve depend on the cache that Eigen finds; the elimination keeps to those of a first-level
-// cache of 32 KiB.
-class KnotElimination : public ::testing::Test {
- protected:
-  static void SetUpTestSuite() { Eigen::setCpuCacheSizes(32 * 1024, 512 * 1024, 8 * 1024 * 1024); }
+Vector RandomIntervals(SplitMix64& random, Eigen::Index knots) {
+  const auto family = static_cast<Steps>(random.Below(9));
+  Vector h(knots - 1);
+  for (double& step : h) step = Step(random, family);
+  return h;
+}
 
-  static void Check(std::uint64_t seed, Eigen::Index knots, Eigen::Index joints) {
-    SplitMix64 random(seed);
-    const auto steps = static_cast<Steps>(random.Below(6));
-    const auto signal = static_cast<Signal>(random.Below(6));
-    Vector h(knots - 1);
-    for (double& step : h) step = Step(random, steps);
-    Matrix y(knots, joints);
-    for (Eigen::Index i = 0; i < knots; ++i) {
-      for (Eigen::Index j = 0; j < joints; ++j) y(i, j) = Value(random, signal, i, j);
-    }
-    ASSERT_TRUE(FactoriseKnotSystem(h).has_value()) << "seed " << seed;
-    const Matrix expected = SolveKnotSecondDerivativesDense(h, y);
-    const Matrix actual = SolveKnotSecondDerivatives(h, y);
-    ASSERT_EQ(expected.allFinite(), actual.allFinite()) << "seed " << seed;
-    if (expected.allFinite()) {
-      ASSERT_TRUE(SameBits(expected, actual)) << "seed " << seed << ", " << knots << " knots, " << joints << " joints";
-    }
+void CheckSolution(std::uint64_t seed, Eigen::Index knots, Eigen::Index joints) {
+  SplitMix64 random(seed);
+  const Vector h = RandomIntervals(random, knots);
+  const auto signal = static_cast<Signal>(random.Below(6));
+  Matrix y(knots, joints);
+  for (Eigen::Index i = 0; i < knots; ++i) {
+    for (Eigen::Index j = 0; j < joints; ++j) y(i, j) = Value(random, signal, i, j);
   }
-};
+  const Matrix definition = SolveKnotSecondDerivativesDense(h, y);
+  ASSERT_TRUE(SameBitsIfFinite(definition, SolveKnotSecondDerivatives(h, y)))
+      << "seed " << seed << ", " << knots << " knots, " << joints << " joints";
+  ASSERT_TRUE(SameBitsIfFinite(oracle::SolveKnotSecondDerivatives(ToStd(h), ToTable(y)), definition))
+      << "seed " << seed << ", " << knots << " knots, " << joints << " joints, against another dense solve";
+}
 
-TEST_F(KnotElimination, HasTheBitsOfTheDenseSolve) {
+TEST(KnotElimination, HasTheBitsOfTheDenseSolve) {
   for (std::uint64_t seed = 0; seed < 20'000; ++seed) {
     SplitMix64 random(9'000'000 + seed);
-    const auto knots = static_cast<Eigen::Index>(kDenseKnots + 1 + random.Below(100));
-    Check(seed, knots, static_cast<Eigen::Index>(1 + random.Below(9)));
+    const auto knots = static_cast<Eigen::Index>(3 + random.Below(40));
+    CheckSolution(seed, knots, static_cast<Eigen::Index>(1 + random.Below(9)));
   }
 }
 
-TEST_F(KnotElimination, HasTheBitsOfTheDenseSolveForMoreKnotsThanABlock) {
-  for (std::uint64_t seed = 0; seed < 600; ++seed) {
+TEST(KnotElimination, HasTheBitsOfTheDenseSolveForMoreKnotsThanABlock) {
+  for (std::uint64_t seed = 0; seed < 200; ++seed) {
     SplitMix64 random(9'500'000 + seed);
-    const auto knots = static_cast<Eigen::Index>(121 + random.Below(480));
-    Check(20'000 + seed, knots, static_cast<Eigen::Index>(1 + random.Below(4)));
+    const auto knots = static_cast<Eigen::Index>(121 + random.Below(240));
+    CheckSolution(20'000 + seed, knots, static_cast<Eigen::Index>(1 + random.Below(4)));
   }
 }
 
-TEST_F(KnotElimination, HasTheBitsOfTheDenseSolveForEveryWidth) {
+TEST(KnotElimination, HasTheBitsOfTheDenseSolveForEveryWidth) {
   for (Eigen::Index joints = 0; joints <= 33; ++joints) {
-    for (std::uint64_t seed = 0; seed < 12; ++seed) Check(30'000 + seed, 40 + joints, joints);
+    for (std::uint64_t seed = 0; seed < 12; ++seed) CheckSolution(30'000 + seed, 40 + joints, joints);
   }
 }
 
-// A pivot of which the reciprocal overflows, and one that overflows itself.
-TEST_F(KnotElimination, LeavesPivotsThatItCannotUseToTheDenseSolve) {
-  EXPECT_FALSE(FactoriseKnotSystem(Vector::Constant(40, 5e-324)).has_value());
-  EXPECT_FALSE(FactoriseKnotSystem(Vector::Constant(40, 1e308)).has_value());
-  const Vector h = Vector::Constant(40, 1e308);
-  const Matrix y = Matrix::Constant(41, 2, 1.0);
-  EXPECT_TRUE(SameBits(SolveKnotSecondDerivativesDense(h, y), SolveKnotSecondDerivatives(h, y)));
+// Every entry, the signs of zeros too, where the system is: found from what the factorisation does to unit vectors.
+TEST(KnotElimination, HasTheFactorsOfTheDenseSolve) {
+  for (std::uint64_t seed = 0; seed < 2'000; ++seed) {
+    SplitMix64 random(9'700'000 + seed);
+    const auto knots = static_cast<Eigen::Index>(kDenseKnots + 1 + random.Below(20));
+    const Vector h = RandomIntervals(random, knots);
+    Matrix dense = KnotSystem(h);
+    Matrix rows = Matrix::Identity(knots, knots);
+    FactoriseDense(dense, rows);
+    if (!dense.allFinite()) continue;
+    const KnotFactors factors = FactoriseKnotSystem(h);
+    for (Eigen::Index i = 0; i < knots; ++i) {
+      for (Eigen::Index c = 0; c < knots; ++c) {
+        ASSERT_TRUE(SameBits(dense(i, c), factors(i, c))) << "seed " << seed << ", entry " << i << ", " << c;
+      }
+    }
+    EXPECT_EQ(rows(0, 1) == 1.0, factors.first_exchanged) << "seed " << seed;
+    EXPECT_EQ(rows(knots - 1, knots - 3) == 1.0, factors.last_exchanged) << "seed " << seed;
+  }
 }
 
-// Two steps next to each other so short that the reciprocal of one pivot overflows: the first, an inner one, and those
-// of the last rows.
-TEST_F(KnotElimination, LeavesASinglePivotThatItCannotUseToTheDenseSolve) {
+// The first entry of the largest magnitude is the pivot, so a row is exchanged for a larger entry only.
+TEST(KnotElimination, ExchangesNoRowsOnATie) {
+  EXPECT_FALSE(FactoriseKnotSystem(Vector::Constant(6, 1.0)).first_exchanged);
+  Vector h = Vector::Constant(6, 1.0);
+  const double pivot = 1.0 / FactoriseKnotSystem(h).inverse_pivot[4];
+  for (const double last : {std::nextafter(pivot, 0.0), pivot, std::nextafter(pivot, 8.0)}) {
+    h[5] = last;
+    EXPECT_EQ(FactoriseKnotSystem(h).last_exchanged, last > pivot) << last - pivot;
+  }
+}
+
+// A pivot whose reciprocal overflows makes its row of every solution infinite, or not a number where the rest is zero.
+TEST(KnotElimination, IsNotFiniteWhereTheReciprocalOfAPivotOverflows) {
   for (const Eigen::Index step : {0, 20, 37, 38}) {
     Vector h = Vector::Constant(40, 1.0);
     h.segment<2>(step).setConstant(1e-310);
-    EXPECT_FALSE(FactoriseKnotSystem(h).has_value()) << step;
+    EXPECT_FALSE(SolveKnotSecondDerivatives(h, Matrix::Zero(41, 2)).allFinite()) << step;
+    EXPECT_FALSE(SolveKnotSecondDerivativesDense(h, Matrix::Zero(41, 2)).allFinite()) << step;
+    EXPECT_EQ(SolveKnotSecondDerivatives(h, Matrix(41, 0)).rows(), 41) << "without joints nothing is not finite";
   }
-  // Here the first pivot alone: the entry beside it is twice as large.
-  Vector h = Vector::Constant(40, 1.0);
-  h.head<2>().setConstant(4e-309);
-  EXPECT_FALSE(FactoriseKnotSystem(h).has_value());
+  EXPECT_FALSE(SolveKnotSecondDerivatives(Vector::Constant(40, 5e-324), Matrix::Zero(41, 1)).allFinite());
 }
 
-TEST_F(KnotElimination, IsNotFiniteWhereTheDenseSolveIsNot) {
+// A pivot that overflows itself has the reciprocal zero, and so has its knot's second derivative.
+TEST(KnotElimination, MayBeFiniteWhereAPivotOverflows) {
+  Vector h = Vector::Constant(40, 1e292);
+  h.segment<2>(20).setConstant(8e307);
+  Matrix y = Matrix::Zero(41, 1);
+  y.col(0).setLinSpaced(0.0, 1.0);
+  const Matrix m = SolveKnotSecondDerivatives(h, y);
+  EXPECT_TRUE(m.allFinite());
+  EXPECT_EQ(m(21, 0), 0.0);
+  EXPECT_TRUE(SameBits(SolveKnotSecondDerivativesDense(h, y), m));
+}
+
+TEST(KnotElimination, IsNotFiniteWhereAnIntervalOverflows) {
+  for (const Eigen::Index step : {0, 1, 2, 20, 37, 38, 39}) {
+    Vector h = Vector::Constant(40, 1e307);
+    h[step] = testing::kInfinity;
+    EXPECT_FALSE(SolveKnotSecondDerivatives(h, Matrix::Zero(41, 2)).allFinite()) << step;
+    EXPECT_FALSE(SolveKnotSecondDerivativesDense(h, Matrix::Zero(41, 2)).allFinite()) << step;
+  }
+}
+
+TEST(KnotElimination, IsNotFiniteWhereTheDenseSolveIsNot) {
   const Vector h = Vector::Constant(40, 1.0);
   for (const Eigen::Index knot : {0, 1, 20, 39, 40}) {
     Matrix y = Matrix::Zero(41, 2);
@@ -141,7 +189,7 @@ TEST_F(KnotElimination, IsNotFiniteWhereTheDenseSolveIsNot) {
 }
 
 // Longer than any dense solve: held to the equations themselves. Each residual is a few roundings of its largest term.
-TEST_F(KnotElimination, SolvesAMillionKnots) {
+TEST(KnotElimination, SolvesAMillionKnots) {
   constexpr Eigen::Index kKnots = 1'000'000;
   SplitMix64 random(9'900'000);
   Vector h(kKnots - 1);

@@ -115,8 +115,8 @@ VELMORA_EXPORT JointTrajectory SampleTrajectoryAtTimes(const JointTrajectory& tr
 /// @throws std::bad_alloc where memory runs out, and for a grid too long to be counted
 ///
 /// Complexity: O((N + G) J) for G grid entries, and O(log N) more for an entry that does not lie in or right after the
-/// step of the one before. The cubic path solves its system in O(N J) to the bits of a dense LU solve; times so extreme
-/// that the reciprocal of a pivot overflows take the dense solve itself, O(N^3) with 16 N^2 bytes. Thread safety: pure.
+/// step of the one before, whatever the times. The cubic path solves its system to the bits of a dense LU solve with
+/// partial pivoting. Thread safety: pure.
 /// Source of the method: C. de Boor, "A Practical Guide to Splines", chapter IV (not-a-knot end conditions).
 VELMORA_EXPORT JointTrajectory ResampleTrajectory(const JointTrajectory& trajectory, double sample_time_s,
                                                   ResamplingMethod method, ResamplingTimeGridMode grid_mode,
