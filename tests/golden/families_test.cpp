@@ -1,4 +1,5 @@
-// The corpus reaches what its families promise: both outcomes of every routine, and systems beyond the range of doubles.
+// The corpus reaches what its families promise: both outcomes of every routine, and systems beyond the range of
+// doubles.
 #include <gtest/gtest.h>
 
 #include <string>

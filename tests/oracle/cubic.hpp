@@ -27,8 +27,8 @@ std::vector<double> Intervals(const std::vector<double>& x);
 
 KnotSystem AssembleKnotSystem(const std::vector<double>& h, const Table& y);
 
-/// Solves the dense system by row-pivoted LU factorisation, by that of the matrix library: another implementation of the
-/// same operations, to the last bit where it is compiled for plain x86-64.
+/// Solves the dense system by row-pivoted LU factorisation, by that of the matrix library: another implementation of
+/// the same operations, to the last bit where it is compiled for plain x86-64.
 Table SolveKnotSecondDerivatives(const std::vector<double>& h, const Table& y);
 
 /// Throws `Failure`.

@@ -17,8 +17,8 @@ void EliminateEntry(const Row& pivot_row, Row& row, std::size_t column) {
   for (std::size_t j = column + 1; j < row.size(); ++j) row[j] -= row[column] * pivot_row[j];
 }
 
-// Rows 0 and 1, columns 0 to 2: the end condition and the first inner row. Returns the pivot of row 1, which is at least
-// h[1] in magnitude, the entry below it.
+// Rows 0 and 1, columns 0 to 2: the end condition and the first inner row. Returns the pivot of row 1, which is at
+// least h[1] in magnitude, the entry below it.
 double FactoriseHead(const Vector& h, KnotFactors& factors) {
   Row first{-h[1], h[0] + h[1], -h[0]};
   Row second{h[0], 2.0 * (h[0] + h[1]), h[1]};

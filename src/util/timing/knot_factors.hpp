@@ -30,9 +30,9 @@ struct KnotFactors {
 
 /// The factors that a dense factorisation yields, each entry formed by the same operations in the same order.
 ///
-/// Nothing is checked. A pivot that overflows has the reciprocal zero, and the solution may be finite all the same. Where
-/// an entry, or the reciprocal of a pivot, is not finite, a row of every solution is not finite either, here as in the
-/// dense solve.
+/// Nothing is checked. A pivot that overflows has the reciprocal zero, and the solution may be finite all the same.
+/// Where an entry, or the reciprocal of a pivot, is not finite, a row of every solution is not finite either, here as
+/// in the dense solve.
 /// @param h intervals between the knots, at least 4, each above zero
 KnotFactors FactoriseKnotSystem(const Vector& h);
 

@@ -24,9 +24,9 @@ void ExchangeRows(const KnotFactors& factors, Matrix& m) {
 }
 
 // `SubstituteInPanels` without the products that are zero, for the joints of one block of columns. Panels matter to the
-// last row alone: every other one subtracts one product, or two of the same panel. Of the three products of the last row
-// that with row N - 4 is zero, or that with row N - 3; where they lie in different panels, nothing is summed. The loops
-// keep the row just solved in registers, since what was just stored is slow to load again.
+// last row alone: every other one subtracts one product, or two of the same panel. Of the three products of the last
+// row that with row N - 4 is zero, or that with row N - 3; where they lie in different panels, nothing is summed. The
+// loops keep the row just solved in registers, since what was just stored is slow to load again.
 template <typename Block>
 VELMORA_ALWAYS_INLINE void SubstituteColumns(const KnotFactors& factors, double* m, Index knots, Index joints,
                                              const Block& columns) {
