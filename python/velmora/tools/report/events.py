@@ -1,0 +1,88 @@
+"""Where a trajectory is worth looking at: its peaks, its violations, its gaps."""
+
+from __future__ import annotations
+
+from dataclasses import dataclass
+
+import numpy as np
+from numpy.typing import NDArray
+from velmora.tools.report.data import QUANTITIES, Quantity, ReportData, Track, TrackName
+
+ROWS = 1 << 17  # rows looked at at a time
+
+
+@dataclass(frozen=True)
+class Peak:
+    """The value of largest magnitude of one joint, with its sign, the sample where it is first, and the extremes."""
+
+    value: float
+    sample: int
+    lowest: float
+    highest: float
+
+
+Peaks = dict[tuple[TrackName, Quantity], tuple[Peak | None, ...]]
+
+
+def peaks_of(data: ReportData) -> Peaks:
+    """The peak of each joint, for each track and quantity; None where no value is finite."""
+    return {
+        (name, quantity): _peaks(track.values[quantity])
+        for name, track in data.tracks()
+        for quantity in QUANTITIES
+        if quantity in track.values
+    }
+
+
+def _peaks(values: NDArray[np.float64]) -> tuple[Peak | None, ...]:
+    joints = np.arange(values.shape[1])
+    best = np.full(len(joints), -1.0)
+    samples = np.zeros(len(joints), np.int64)
+    lowest, highest = np.full(len(joints), np.inf), np.full(len(joints), -np.inf)
+    for first in range(0, len(values), ROWS):
+        block = values[first : first + ROWS]
+        size = np.abs(block)
+        finite = np.isfinite(size)
+        size[~finite] = -1.0
+        np.minimum(lowest, block.min(axis=0, where=finite, initial=np.inf), out=lowest)
+        np.maximum(highest, block.max(axis=0, where=finite, initial=-np.inf), out=highest)
+        rows = size.argmax(axis=0)
+        larger = size[rows, joints] > best
+        best[larger] = size[rows, joints][larger]
+        samples[larger] = first + rows[larger]
+    return tuple(
+        Peak(float(values[sample, joint]), int(sample), float(lowest[joint]), float(highest[joint]))
+        if best[joint] >= 0
+        else None
+        for joint, sample in enumerate(samples)
+    )
+
+
+def ratio(value: float, bound: float) -> float:
+    """How far a value is outside, to sort by: its share of the bound, or its size where the bound is 0."""
+    return abs(value / bound) if bound != 0 else abs(value) + 1.0
+
+
+def events_of(data: ReportData, peaks: Peaks, name: TrackName, track: Track) -> list[int]:
+    """Samples of a track that are kept with their neighbours one by one, the most important first."""
+    worst = sorted(data.violations, key=lambda violation: -ratio(violation.worst, violation.bound))
+    found = [violation.worst_s for violation in worst]
+    largest: list[float] = []
+    others: list[float] = []
+    for (owner, _), of_joints in peaks.items():
+        times = data.before.times if owner == "before" or data.after is None else data.after.times
+        there = sorted((peak for peak in of_joints if peak is not None), key=lambda peak: -abs(peak.value))
+        # The peaks of what came out first: the raw jerk has its peak in noise.
+        rank = largest if owner == name else others
+        rank += [float(times[peak.sample]) for peak in there[:1]]
+        others += [float(times[peak.sample]) for peak in there[1:]]
+    times_s = np.asarray(_interleaved(found, largest) + others)
+    samples = np.minimum(np.searchsorted(track.times, times_s), len(track.times) - 1)
+    gaps = track.gaps[np.argsort(-(track.times[track.gaps + 1] - track.times[track.gaps]), kind="stable")]
+    return list(dict.fromkeys(samples.tolist() + gaps.tolist()))
+
+
+def _interleaved(first: list[float], second: list[float]) -> list[float]:
+    pairs = [value for pair in zip(first, second, strict=False) for value in pair]
+    shorter = min(len(first), len(second))
+    return pairs + first[shorter:] + second[shorter:]
