@@ -36,6 +36,13 @@ std::string ToText(nb::handle source, const char* argument);
 /// Raises a TypeError: what the argument must be, and the type that came.
 [[noreturn]] void RefuseType(nb::handle source, const char* argument, const char* expected);
 
+/// The object of the library's that the source holds.
+template <typename Class>
+const Class& ToInstance(nb::handle source, const char* argument, const char* expected) {
+  if (!nb::isinstance<Class>(source)) RefuseType(source, argument, expected);
+  return nb::cast<const Class&>(source);
+}
+
 /// Real numbers in any number of dimensions: a C-ordered float64 array of numpy's.
 nb::object ToFloatArray(nb::handle source, const char* argument);
 

@@ -11,6 +11,7 @@ NB_MODULE(_core, module) {
 
   using namespace velmora::python;
   RegisterErrors(module);
+  RegisterRecycledBuffers(module);
   RegisterSmootherstep(module);
   RegisterTrajectory(module);
   RegisterLimits(module);

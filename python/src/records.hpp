@@ -23,14 +23,19 @@ template <typename Record>
 void AddRecordMethods(nanobind::class_<Record>& record, std::initializer_list<const char*> arguments) {
   namespace nb = nanobind;
   const std::vector<const char*> names(arguments);
-  record.def("__copy__", [](nb::handle self) { return nb::borrow(self); });
   record.def(
-      "__deepcopy__", [](nb::handle self, nb::handle) { return nb::borrow(self); }, nb::arg("memo"));
-  record.def("__reduce__", [names](nb::handle self) {
-    nb::list values;
-    for (const char* name : names) values.append(self.attr(name));
-    return nb::make_tuple(self.type(), nb::tuple(values));
-  });
+      "__copy__", [](nb::handle self) { return nb::borrow(self); }, nb::sig("def __copy__(self) -> object"));
+  record.def(
+      "__deepcopy__", [](nb::handle self, nb::handle) { return nb::borrow(self); }, nb::arg("memo"),
+      nb::sig("def __deepcopy__(self, memo: dict[int, object]) -> object"));
+  record.def(
+      "__reduce__",
+      [names](nb::handle self) {
+        nb::list values;
+        for (const char* name : names) values.append(self.attr(name));
+        return nb::make_tuple(self.type(), nb::tuple(values));
+      },
+      nb::sig("def __reduce__(self) -> tuple[object, ...]"));
   record.def("__repr__", [names](nb::handle self) {
     std::string text = nb::cast<std::string>(self.type().attr("__name__"));
     const char* separator = "(";

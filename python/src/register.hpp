@@ -5,6 +5,7 @@
 
 namespace velmora::python {
 
+void RegisterRecycledBuffers(nanobind::module_& module);
 void RegisterErrors(nanobind::module_& module);
 void RegisterSmootherstep(nanobind::module_& module);
 void RegisterTrajectory(nanobind::module_& module);

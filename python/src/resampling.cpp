@@ -14,6 +14,166 @@
 namespace velmora::python {
 namespace {
 
+constexpr const char* kParseMethodDocstring =
+    R"doc(Return the method of this name: "linear" or "cubic", compared byte for byte.
+
+Parameters
+----------
+text : str
+    Name of a member of `ResamplingMethod`.
+
+Returns
+-------
+ResamplingMethod
+    That member.
+
+Raises
+------
+InvalidArgumentError
+    "Unsupported resampling method: '<text>'."
+TypeError
+    For anything but a str.
+
+Notes
+-----
+Any number of threads may call it at once.
+
+Examples
+--------
+>>> import velmora as vm
+>>> vm.parse_resampling_method("linear")
+<ResamplingMethod.linear: 0>
+)doc";
+
+constexpr const char* kParseModeDocstring = R"doc(Return the mode of the time grid of this name, compared byte for byte.
+
+Parameters
+----------
+text : str
+    Name of a member of `ResamplingTimeGridMode`.
+
+Returns
+-------
+ResamplingTimeGridMode
+    That member.
+
+Raises
+------
+InvalidArgumentError
+    "Unsupported resampling time-grid mode: '<text>'."
+TypeError
+    For anything but a str.
+
+Notes
+-----
+Any number of threads may call it at once.
+
+Examples
+--------
+>>> import velmora as vm
+>>> vm.parse_resampling_time_grid_mode("exact_dt_trim")
+<ResamplingTimeGridMode.exact_dt_trim: 1>
+)doc";
+
+constexpr const char* kSampleDocstring =
+    R"doc(Return the trajectory at given times, by linear interpolation between its samples.
+
+A query at a sample gives that sample; one between two samples gives ``(1 - w) * before + w * after``, w the elapsed
+share of the step. No query at all gives a copy of the whole trajectory, derivatives included.
+
+Parameters
+----------
+trajectory : JointTrajectory
+    N samples, J joints.
+query_time_s : (Q,) array_like of float
+    Times in seconds, strictly increasing, inside the sampled span (both ends included).
+include_derivatives : bool
+    Whether velocities and accelerations are sampled too, and supplied to the result. Jerks are never carried over.
+
+Returns
+-------
+JointTrajectory
+    One sample per query time; its `time` is `query_time_s`.
+
+Raises
+------
+InvalidArgumentError
+    "query_time_s must lie inside trajectory.time."; "JointTrajectory.time must be strictly increasing." for repeated
+    or falling queries, and the other messages of `JointTrajectory`, among them "JointTrajectory.positions must contain
+    only finite values." for a NaN.
+TypeError, ValueError
+    For arguments of another kind or number of dimensions; the message names the argument.
+
+Notes
+-----
+Takes time in Q times J, and in the logarithm of N for a query that is not in or right after the step of the one before.
+Any number of threads may call it at once.
+
+Examples
+--------
+>>> import velmora as vm
+>>> trajectory = vm.JointTrajectory([[0.0], [1.0], [4.0]], dt=1.0)
+>>> vm.sample_trajectory_at_times(trajectory, [0.5, 1.5]).positions
+array([[0.5],
+       [2.5]])
+)doc";
+
+constexpr const char* kResampleDocstring = R"doc(Return the trajectory on a regular time grid.
+
+"linear" interpolates the positions; the result computes its own derivatives on request. "cubic" fits a not-a-knot cubic
+spline through the positions of every joint (a parabola through 3 samples, a line through 2) and supplies its positions,
+velocities and accelerations to the result.
+
+Parameters
+----------
+trajectory : JointTrajectory
+    N samples, J joints. Its derivatives are neither read nor computed.
+sample_time_s : float
+    Spacing in seconds, finite and positive.
+method : ResamplingMethod or {"cubic", "linear"}
+    Interpolation between samples.
+grid_mode : ResamplingTimeGridMode or str
+    Placement of the G entries of the grid, each computed from its index. "exact_dt_append_endpoint": exact spacing, and
+    the end time as the last sample. "exact_dt_trim": exact spacing; what does not fill a step is dropped.
+    "exact_duration_adjust_dt": equal steps, as near to the spacing as the whole span allows.
+    "exact_dt_extend_endpoint": exact spacing up to or beyond the end, where the last sample is held.
+strict_cubic : bool
+    Whether a failure of the cubic path is an error; otherwise the result is linear then.
+
+Returns
+-------
+JointTrajectory
+    One sample per grid entry; its `time` is the grid.
+
+Raises
+------
+InvalidArgumentError
+    "Unsupported resampling method: '<text>'."; "Unsupported resampling time-grid mode: '<text>'.";
+    "sample_time_s must be positive." (also for NaN and infinities); "Unsupported resampling time-grid mode." for an
+    integer that is no member's; with `strict_cubic` "`x` must contain at least 2 elements." and "Cubic-spline
+    construction produced non-finite coefficients."; and the messages of `JointTrajectory`, where values overflow or a
+    spacing below the resolution of the times repeats grid entries.
+MemoryError
+    Where memory runs out, and for a grid too long to be counted.
+TypeError, ValueError
+    For arguments of another kind or number of dimensions; the message names the argument.
+
+Notes
+-----
+Takes time in N + G times J, and in the logarithm of N for an entry that does not lie in or right after the step of the
+one before. Any number of threads may call it at once. The spline is that of C. de Boor, "A Practical Guide to Splines",
+chapter IV.
+
+Examples
+--------
+>>> import velmora as vm
+>>> parabola = vm.JointTrajectory([[0.0], [1.0], [4.0], [9.0]], dt=1.0)
+>>> vm.resample_trajectory(parabola, 1.5).positions
+array([[0.  ],
+       [2.25],
+       [9.  ]])
+)doc";
+
 using util::timing::ParseResamplingMethod;
 using util::timing::ParseResamplingTimeGridMode;
 using util::timing::ResamplingMethod;
@@ -30,8 +190,8 @@ Option ToOption(nb::handle source, const char* argument, const char* expected) {
   return static_cast<Option>(value);
 }
 
-std::unique_ptr<SharedTrajectory> Sample(const SharedTrajectory& trajectory, nb::handle query_time_s,
-                                         nb::handle include_derivatives) {
+std::unique_ptr<SharedTrajectory> Sample(nb::handle source, nb::handle query_time_s, nb::handle include_derivatives) {
+  const auto& trajectory = ToInstance<SharedTrajectory>(source, "trajectory", "a JointTrajectory");
   const Vector queries = ToVector(query_time_s, "query_time_s");
   const bool derivatives = ToBool(include_derivatives, "include_derivatives");
   const nb::gil_scoped_release unlocked;
@@ -44,8 +204,9 @@ std::unique_ptr<SharedTrajectory> Sample(const SharedTrajectory& trajectory, nb:
       [&](const JointTrajectory& held) { return util::timing::SampleTrajectoryAtTimes(held, queries, derivatives); }));
 }
 
-std::unique_ptr<SharedTrajectory> Resample(const SharedTrajectory& trajectory, nb::handle sample_time_s,
-                                           nb::handle method, nb::handle grid_mode, nb::handle strict_cubic) {
+std::unique_ptr<SharedTrajectory> Resample(nb::handle source, nb::handle sample_time_s, nb::handle method,
+                                           nb::handle grid_mode, nb::handle strict_cubic) {
+  const auto& trajectory = ToInstance<SharedTrajectory>(source, "trajectory", "a JointTrajectory");
   const double spacing = ToDouble(sample_time_s, "sample_time_s");
   const auto given_method =
       ToOption<ResamplingMethod, &ParseResamplingMethod>(method, "method", "a ResamplingMethod or its name");
@@ -53,9 +214,9 @@ std::unique_ptr<SharedTrajectory> Resample(const SharedTrajectory& trajectory, n
       grid_mode, "grid_mode", "a ResamplingTimeGridMode or its name");
   const bool strict = ToBool(strict_cubic, "strict_cubic");
   const nb::gil_scoped_release unlocked;
-  return std::make_unique<SharedTrajectory>(trajectory.ReadSamples([&](const JointTrajectory& held) {
-    return util::timing::ResampleTrajectory(held, spacing, given_method, given_mode, strict);
-  }));
+  // It reads samples alone, so that no lock is needed.
+  return std::make_unique<SharedTrajectory>(
+      util::timing::ResampleTrajectory(trajectory.samples(), spacing, given_method, given_mode, strict));
 }
 
 }  // namespace
@@ -69,16 +230,33 @@ void RegisterResampling(nb::module_& module) {
   module.def(
       "parse_resampling_method",
       [](nb::handle text) { return method(static_cast<int>(ParseResamplingMethod(ToText(text, "text")))); },
-      nb::arg("text").none());
+      nb::arg("text").none(), nb::sig("def parse_resampling_method(text: str) -> velmora._enums.ResamplingMethod"),
+      kParseMethodDocstring);
   module.def(
       "parse_resampling_time_grid_mode",
       [](nb::handle text) { return mode(static_cast<int>(ParseResamplingTimeGridMode(ToText(text, "text")))); },
-      nb::arg("text").none());
-  module.def("sample_trajectory_at_times", &Sample, nb::arg("trajectory"), nb::arg("query_time_s").none(),
-             nb::arg("include_derivatives").none() = true);
-  module.def("resample_trajectory", &Resample, nb::arg("trajectory"), nb::arg("sample_time_s").none(),
+      nb::arg("text").none(),
+      nb::sig("def parse_resampling_time_grid_mode(text: str) -> velmora._enums.ResamplingTimeGridMode"),
+      kParseModeDocstring);
+  const nb::handle trajectory_class = module.attr("JointTrajectory").ptr();
+  nb::cpp_function_def(&Sample, nb::scope(trajectory_class), nb::name("sample"), nb::is_method(),
+                       nb::arg("query_time_s").none(), nb::arg("include_derivatives").none() = true,
+                       nb::sig("def sample(self, query_time_s: velmora._typing.VectorLike, "
+                               "include_derivatives: bool = True) -> JointTrajectory"),
+                       "The same as `sample_trajectory_at_times`, with this trajectory as its first argument.");
+  module.def("sample_trajectory_at_times", &Sample, nb::arg("trajectory").none(), nb::arg("query_time_s").none(),
+             nb::arg("include_derivatives").none() = true,
+             nb::sig("def sample_trajectory_at_times(trajectory: JointTrajectory, query_time_s: "
+                     "velmora._typing.VectorLike, include_derivatives: bool = True) -> JointTrajectory"),
+             kSampleDocstring);
+  module.def("resample_trajectory", &Resample, nb::arg("trajectory").none(), nb::arg("sample_time_s").none(),
              nb::arg("method").none() = method(1), nb::arg("grid_mode").none() = mode(0),
-             nb::arg("strict_cubic").none() = false);
+             nb::arg("strict_cubic").none() = false,
+             nb::sig("def resample_trajectory(trajectory: JointTrajectory, sample_time_s: velmora._typing.Real, "
+                     "method: velmora._typing.Method = 'cubic', "
+                     "grid_mode: velmora._typing.GridMode = 'exact_dt_append_endpoint', "
+                     "strict_cubic: bool = False) -> JointTrajectory"),
+             kResampleDocstring);
 }
 
 }  // namespace velmora::python

@@ -35,11 +35,8 @@ class SharedTrajectory {
     const std::shared_lock<std::shared_mutex> guard(caches_);
     return use(trajectory_);
   }
-  /// Calls `use` with the trajectory. It must leave the derivatives alone.
-  template <typename Use>
-  auto ReadSamples(const Use& use) const {
-    return use(trajectory_);
-  }
+  /// For what leaves the derivatives alone.
+  const JointTrajectory& samples() const { return trajectory_; }
 
   /// The same bits in times, positions and whatever derivative either of the two holds; what the other one would
   /// compute counts as present, so that asking for a derivative never changes the answer.

@@ -12,6 +12,62 @@
 namespace velmora::python {
 namespace {
 
+constexpr const char* kDocstring =
+    R"doc(A time-sampled joint trajectory of N >= 1 samples and J >= 0 joints, checked once and unchangeable from then on.
+
+Derivatives are computed at their first use, level by level, by three-point differences: accelerations from the
+velocities as they stand in the object (supplied or computed), jerks from the accelerations. A derivative that was
+supplied is returned as it is.
+
+Parameters
+----------
+positions : (N, J) array_like of float
+    Joint positions: a row per sample, a column per joint.
+velocities, accelerations : (N, J) array_like of float, optional
+    First and second derivative.
+time : (N,) array_like of float, optional
+    Sample times in seconds, finite and strictly increasing.
+dt : float, optional
+    Sample spacing in seconds, finite and positive, for the times ``i * dt``; ignored where `time` is given.
+jerks : (N, J) array_like of float, optional
+    Third derivative.
+
+Raises
+------
+InvalidArgumentError
+    Checked in this order: "JointTrajectory requires at least 1 sample to support velocity and acceleration evaluation,
+    got 0."; "JointTrajectory.positions must contain only finite values."; "JointTrajectory.positions must align with
+    JointTrajectory.time."; "JointTrajectory.time must contain only finite values."; "JointTrajectory.time must be
+    strictly increasing."; "Either `time` or `dt` must be provided."; "JointTrajectory.dt must be finite and positive.";
+    then for velocities, accelerations and jerks in turn "JointTrajectory.velocities must match
+    JointTrajectory.positions shape." and "JointTrajectory.velocities must contain only finite values.".
+TypeError, ValueError
+    For arguments of another kind or number of dimensions; the message names the argument.
+
+Notes
+-----
+Arrays are converted to C-ordered float64 once, and copied. Those that come out are views into the trajectory: read-only,
+at the same address at every call, and they keep it alive. Any number of threads may share a trajectory.
+
+``==`` compares the bits of times, positions and every derivative that either of the two holds; a derivative that was not
+asked for yet counts with what would be computed. A trajectory can be copied and pickled, with the derivatives it holds.
+
+Near the largest double a computed derivative may overflow; it is stored as it comes, and `copy` fails with the message of
+the constructor. Differences of three points: B. Fornberg, "Generation of finite difference formulas on arbitrarily spaced
+grids", Mathematics of Computation 51 (1988).
+
+Examples
+--------
+>>> import velmora as vm
+>>> trajectory = vm.JointTrajectory([[0.0], [1.0], [4.0]], dt=0.5)
+>>> trajectory
+JointTrajectory(shape=(3, 1), time=[0, 1] s, mean step=0.5 s)
+>>> trajectory.velocities
+array([[0.],
+       [4.],
+       [8.]])
+)doc";
+
 using Self = nb::pointer_and_handle<SharedTrajectory>;
 
 void Construct(SharedTrajectory* place, nb::handle positions, nb::handle velocities, nb::handle accelerations,
@@ -77,27 +133,48 @@ nb::object Represent(const SharedTrajectory& self) {
 }  // namespace
 
 void RegisterTrajectory(nb::module_& module) {
-  nb::class_<SharedTrajectory>(module, "JointTrajectory", "A time-sampled joint trajectory.")
+  nb::class_<SharedTrajectory>(module, "JointTrajectory", kDocstring)
       .def("__init__", &Construct, nb::arg("positions").none(), nb::arg("velocities").none() = nb::none(),
            nb::arg("accelerations").none() = nb::none(), nb::arg("time").none() = nb::none(),
-           nb::arg("dt").none() = nb::none(), nb::arg("jerks").none() = nb::none())
-      .def_prop_ro("positions", [](Self self) { return ViewOf(self.p->positions(), self.h); })
-      .def_prop_ro("time", [](Self self) { return ViewOf(self.p->time(), self.h); })
-      .def_prop_ro("velocities", &GetDerivative<kVelocities>)
-      .def_prop_ro("accelerations", &GetDerivative<kAccelerations>)
-      .def_prop_ro("jerks", &GetDerivative<kJerks>)
-      .def_prop_ro("sample_count", [](const SharedTrajectory& self) { return self.positions().rows(); })
-      .def_prop_ro("joint_count", [](const SharedTrajectory& self) { return self.positions().cols(); })
-      .def_prop_ro("start_time_s", &StartTime)
-      .def_prop_ro("end_time_s", &EndTime)
-      .def_prop_ro("duration_s", [](const SharedTrajectory& self) { return EndTime(self) - StartTime(self); })
-      .def("copy", &Copy)
-      .def("__copy__", &Copy)
+           nb::arg("dt").none() = nb::none(), nb::arg("jerks").none() = nb::none(),
+           nb::sig("def __init__(self, positions: velmora._typing.MatrixLike, "
+                   "velocities: velmora._typing.MatrixLike | None = None, "
+                   "accelerations: velmora._typing.MatrixLike | None = None, "
+                   "time: velmora._typing.VectorLike | None = None, dt: velmora._typing.Real | None = None, "
+                   "jerks: velmora._typing.MatrixLike | None = None) -> None"))
+      .def_prop_ro(
+          "positions", [](Self self) { return ViewOf(self.p->positions(), self.h); },
+          nb::for_getter(nb::sig("def positions(self) -> velmora._typing.FloatArray")), "(N, J) joint positions.")
+      .def_prop_ro(
+          "time", [](Self self) { return ViewOf(self.p->time(), self.h); },
+          nb::for_getter(nb::sig("def time(self) -> velmora._typing.FloatArray")), "(N,) sample times in seconds.")
+      .def_prop_ro("velocities", &GetDerivative<kVelocities>,
+                   nb::for_getter(nb::sig("def velocities(self) -> velmora._typing.FloatArray")),
+                   "(N, J) first derivative, per second; computed at the first use unless supplied.")
+      .def_prop_ro("accelerations", &GetDerivative<kAccelerations>,
+                   nb::for_getter(nb::sig("def accelerations(self) -> velmora._typing.FloatArray")),
+                   "(N, J) second derivative, per second squared; computed at the first use unless supplied.")
+      .def_prop_ro("jerks", &GetDerivative<kJerks>,
+                   nb::for_getter(nb::sig("def jerks(self) -> velmora._typing.FloatArray")),
+                   "(N, J) third derivative, per second cubed; computed at the first use unless supplied.")
+      .def_prop_ro(
+          "sample_count", [](const SharedTrajectory& self) { return self.positions().rows(); }, "Number of samples, N.")
+      .def_prop_ro(
+          "joint_count", [](const SharedTrajectory& self) { return self.positions().cols(); }, "Number of joints, J.")
+      .def_prop_ro("start_time_s", &StartTime, "Time of the first sample in seconds.")
+      .def_prop_ro("end_time_s", &EndTime, "Time of the last sample in seconds.")
+      .def_prop_ro(
+          "duration_s", [](const SharedTrajectory& self) { return EndTime(self) - StartTime(self); },
+          "Seconds from the first to the last sample.")
+      .def("copy", &Copy, nb::sig("def copy(self) -> JointTrajectory"),
+           "An independent copy with the derivatives held so far; fails as the constructor where one overflowed.")
+      .def("__copy__", &Copy, nb::sig("def __copy__(self) -> JointTrajectory"))
       .def(
-          "__deepcopy__", [](const SharedTrajectory& self, nb::handle) { return Copy(self); }, nb::arg("memo"))
-      .def("__eq__", &IsEqual, nb::is_operator())
-      .def("__reduce__", &Reduce)
-      .def("__repr__", &Represent)
+          "__deepcopy__", [](const SharedTrajectory& self, nb::handle) { return Copy(self); }, nb::arg("memo"),
+          nb::sig("def __deepcopy__(self, memo: dict[int, object]) -> JointTrajectory"))
+      .def("__eq__", &IsEqual, nb::is_operator(), nb::sig("def __eq__(self, other: object) -> bool"))
+      .def("__reduce__", &Reduce, nb::sig("def __reduce__(self) -> tuple[object, ...]"))
+      .def("__repr__", &Represent, nb::sig("def __repr__(self) -> str"))
       .attr("__hash__") = nb::none();
 }
 

@@ -21,6 +21,11 @@ from velmora._core import (
 )
 from velmora._enums import ResamplingMethod, ResamplingTimeGridMode
 from velmora._errors import InvalidArgumentError
+from velmora._resampling import resample
+
+# A method like the others, though written in Python: what C++ returns has it too.
+setattr(JointTrajectory, "resample", resample)  # noqa: B010
+del resample
 
 __all__ = [
     "InvalidArgumentError",

@@ -1,0 +1,807 @@
+"""The compiled part of velmora; import its names from `velmora`."""
+
+from typing import ClassVar, SupportsIndex, overload
+
+import velmora._enums
+import velmora._typing
+
+
+__version__: str
+
+@overload
+def smootherstep(unit_progress: velmora._typing.Real) -> float:  # type: ignore[overload-overlap]
+    """
+    Quintic ramp 6 x^5 - 15 x^4 + 10 x^3, flat to the second derivative at both ends.
+
+    Parameters
+    ----------
+    unit_progress : float or array_like of float
+        Progress along the ramp, finite, of any shape; clamped to [0, 1], where -0.0 stays -0.0.
+
+    Returns
+    -------
+    float or numpy.ndarray
+        Value of the ramp from 0 to 1, in the shape of `unit_progress`; an array is read-only.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "unit_progress must be finite", with argument name "unit_progress".
+    TypeError, ValueError
+        For anything but real numbers; the message names the argument.
+
+    Notes
+    -----
+    Linear in the number of elements. Any number of threads may call it at once. The ramp is that of K. Perlin, "Improving
+    noise", ACM Transactions on Graphics 21 (2002).
+
+    Examples
+    --------
+    >>> import velmora as vm
+    >>> vm.smootherstep(0.25)
+    0.103515625
+    >>> vm.smootherstep([-1.0, 0.5, 2.0])
+    array([0. , 0.5, 1. ])
+    """
+@overload
+def smootherstep(unit_progress: velmora._typing.MatrixLike | velmora._typing.VectorLike) -> velmora._typing.FloatArray: ...
+
+class JointTrajectory:
+    """
+    A time-sampled joint trajectory of N >= 1 samples and J >= 0 joints, checked once and unchangeable from then on.
+
+    Derivatives are computed at their first use, level by level, by three-point differences: accelerations from the
+    velocities as they stand in the object (supplied or computed), jerks from the accelerations. A derivative that was
+    supplied is returned as it is.
+
+    Parameters
+    ----------
+    positions : (N, J) array_like of float
+        Joint positions: a row per sample, a column per joint.
+    velocities, accelerations : (N, J) array_like of float, optional
+        First and second derivative.
+    time : (N,) array_like of float, optional
+        Sample times in seconds, finite and strictly increasing.
+    dt : float, optional
+        Sample spacing in seconds, finite and positive, for the times ``i * dt``; ignored where `time` is given.
+    jerks : (N, J) array_like of float, optional
+        Third derivative.
+
+    Raises
+    ------
+    InvalidArgumentError
+        Checked in this order: "JointTrajectory requires at least 1 sample to support velocity and acceleration evaluation,
+        got 0."; "JointTrajectory.positions must contain only finite values."; "JointTrajectory.positions must align with
+        JointTrajectory.time."; "JointTrajectory.time must contain only finite values."; "JointTrajectory.time must be
+        strictly increasing."; "Either `time` or `dt` must be provided."; "JointTrajectory.dt must be finite and positive.";
+        then for velocities, accelerations and jerks in turn "JointTrajectory.velocities must match
+        JointTrajectory.positions shape." and "JointTrajectory.velocities must contain only finite values.".
+    TypeError, ValueError
+        For arguments of another kind or number of dimensions; the message names the argument.
+
+    Notes
+    -----
+    Arrays are converted to C-ordered float64 once, and copied. Those that come out are views into the trajectory: read-only,
+    at the same address at every call, and they keep it alive. Any number of threads may share a trajectory.
+
+    ``==`` compares the bits of times, positions and every derivative that either of the two holds; a derivative that was not
+    asked for yet counts with what would be computed. A trajectory can be copied and pickled, with the derivatives it holds.
+
+    Near the largest double a computed derivative may overflow; it is stored as it comes, and `copy` fails with the message of
+    the constructor. Differences of three points: B. Fornberg, "Generation of finite difference formulas on arbitrarily spaced
+    grids", Mathematics of Computation 51 (1988).
+
+    Examples
+    --------
+    >>> import velmora as vm
+    >>> trajectory = vm.JointTrajectory([[0.0], [1.0], [4.0]], dt=0.5)
+    >>> trajectory
+    JointTrajectory(shape=(3, 1), time=[0, 1] s, mean step=0.5 s)
+    >>> trajectory.velocities
+    array([[0.],
+           [4.],
+           [8.]])
+    """
+
+    def __init__(self, positions: velmora._typing.MatrixLike, velocities: velmora._typing.MatrixLike | None = None, accelerations: velmora._typing.MatrixLike | None = None, time: velmora._typing.VectorLike | None = None, dt: velmora._typing.Real | None = None, jerks: velmora._typing.MatrixLike | None = None) -> None: ...
+
+    @property
+    def positions(self) -> velmora._typing.FloatArray:
+        """(N, J) joint positions."""
+
+    @property
+    def time(self) -> velmora._typing.FloatArray:
+        """(N,) sample times in seconds."""
+
+    @property
+    def velocities(self) -> velmora._typing.FloatArray:
+        """
+        (N, J) first derivative, per second; computed at the first use unless supplied.
+        """
+
+    @property
+    def accelerations(self) -> velmora._typing.FloatArray:
+        """
+        (N, J) second derivative, per second squared; computed at the first use unless supplied.
+        """
+
+    @property
+    def jerks(self) -> velmora._typing.FloatArray:
+        """
+        (N, J) third derivative, per second cubed; computed at the first use unless supplied.
+        """
+
+    @property
+    def sample_count(self) -> int:
+        """Number of samples, N."""
+
+    @property
+    def joint_count(self) -> int:
+        """Number of joints, J."""
+
+    @property
+    def start_time_s(self) -> float:
+        """Time of the first sample in seconds."""
+
+    @property
+    def end_time_s(self) -> float:
+        """Time of the last sample in seconds."""
+
+    @property
+    def duration_s(self) -> float:
+        """Seconds from the first to the last sample."""
+
+    def copy(self) -> JointTrajectory:
+        """
+        An independent copy with the derivatives held so far; fails as the constructor where one overflowed.
+        """
+
+    def __copy__(self) -> JointTrajectory: ...
+
+    def __deepcopy__(self, memo: dict[int, object]) -> JointTrajectory: ...
+
+    def __eq__(self, other: object) -> bool: ...
+
+    def __reduce__(self) -> tuple[object, ...]: ...
+
+    def __repr__(self) -> str: ...
+
+    __hash__: ClassVar[None]  # type: ignore[assignment]
+
+    def sample(self, query_time_s: velmora._typing.VectorLike, include_derivatives: bool = True) -> JointTrajectory:
+        """
+        The same as `sample_trajectory_at_times`, with this trajectory as its first argument.
+        """
+
+    def resample(self, sample_time_s: velmora._typing.Real | None = None, method: velmora._typing.Method = 'cubic', grid_mode: velmora._typing.GridMode = 'exact_dt_append_endpoint', strict_cubic: bool = False, *, samples: SupportsIndex | None = None, rate_hz: velmora._typing.Real | None = None) -> JointTrajectory:
+        """
+        Return the trajectory on a regular time grid, given by spacing, rate or number of samples.
+
+            Parameters
+            ----------
+            sample_time_s : float, optional
+                Spacing in seconds, finite and positive.
+            method : ResamplingMethod or {"cubic", "linear"}
+                Interpolation between samples; see `resample_trajectory`.
+            grid_mode : ResamplingTimeGridMode or str
+                Placement of the grid. With `samples` it is "exact_duration_adjust_dt"; leave it out then.
+            strict_cubic : bool
+                Whether a failure of the cubic path is an error; otherwise the result is linear then.
+            samples : int, optional
+                Number of samples over the whole span, both ends included; 1 where the trajectory is a single sample.
+            rate_hz : float, optional
+                Samples per second, finite and positive: the spacing is ``1 / rate_hz``.
+
+            Returns
+            -------
+            JointTrajectory
+                One sample per grid entry.
+
+            Raises
+            ------
+            TypeError
+                Unless exactly one of `sample_time_s`, `samples` and `rate_hz` is given; for arguments of another kind.
+            InvalidArgumentError
+                "rate_hz must be finite and positive."; "samples must be 1 for a trajectory of one sample, and at least 2
+                for any other."; "samples must not be more than the resolution of the times allows."; and the errors of
+                `resample_trajectory`.
+
+            See Also
+            --------
+            resample_trajectory : the same by spacing alone, with every error.
+
+            Notes
+            -----
+            Time and memory grow with samples and grid entries times joints. Any number of threads may call it at once.
+
+            Examples
+            --------
+            >>> import velmora as vm
+            >>> recorded = vm.JointTrajectory([[0.0], [0.2], [0.7], [1.0]], time=[0.00, 0.10, 0.25, 0.35])
+            >>> recorded.resample(samples=8).time
+            array([0.  , 0.05, 0.1 , 0.15, 0.2 , 0.25, 0.3 , 0.35])
+            >>> recorded.resample(rate_hz=500).sample_count
+            176
+        """
+
+class JointStateBox:
+    """
+    Per-joint closed interval [lower, upper] of one quantity.
+
+    Parameters
+    ----------
+    lower, upper : (J,) array_like of float
+        Finite limits, ``upper[j] >= lower[j]``. Equal limits pin a joint; no limits at all are valid.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "Lower and upper limits must have matching shapes.", "Joint-state limits must contain only finite values." or
+        "Lower limits cannot exceed upper limits.", checked in this order.
+    TypeError, ValueError
+        For arguments of another kind or number of dimensions; the message names the argument.
+
+    Notes
+    -----
+    Unchangeable, so that any number of threads may use it. It can be copied and pickled, and equals a box of the same bits.
+
+    Examples
+    --------
+    >>> import velmora as vm
+    >>> vm.JointStateBox([-1.0, 0.0], [1.0, 2.0])
+    JointStateBox(lower=array([-1.,  0.]), upper=array([1., 2.]))
+    """
+
+    def __init__(self, lower: velmora._typing.VectorLike, upper: velmora._typing.VectorLike) -> None: ...
+
+    @property
+    def lower(self) -> velmora._typing.FloatArray:
+        """(J,) lower limits."""
+
+    @property
+    def upper(self) -> velmora._typing.FloatArray:
+        """(J,) upper limits."""
+
+    def __eq__(self, other: object) -> bool: ...
+
+    def __copy__(self) -> object: ...
+
+    def __deepcopy__(self, memo: dict[int, object]) -> object: ...
+
+    def __reduce__(self) -> tuple[object, ...]: ...
+
+    def __repr__(self) -> str: ...
+
+    __hash__: ClassVar[None]  # type: ignore[assignment]
+
+class JointStateLimits:
+    """
+    Optional boxes for the joint state and its derivatives, all for the same number of joints.
+
+    Parameters
+    ----------
+    position, velocity, acceleration, jerk : JointStateBox, optional
+        Limits of the positions and of their first, second and third derivative.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "Position, velocity, acceleration, and jerk limits must have matching shapes."
+    TypeError
+        For anything but a `JointStateBox` or None; the message names the argument.
+
+    Notes
+    -----
+    Unchangeable, so that any number of threads may use it. It can be copied and pickled, and equals limits of the same bits.
+
+    Examples
+    --------
+    >>> import velmora as vm
+    >>> limits = vm.JointStateLimits(velocity=vm.JointStateBox([-2.0], [2.0]))
+    >>> limits.velocity.upper
+    array([2.])
+    >>> limits.position is None
+    True
+    """
+
+    def __init__(self, position: JointStateBox | None = None, velocity: JointStateBox | None = None, acceleration: JointStateBox | None = None, jerk: JointStateBox | None = None) -> None: ...
+
+    @property
+    def position(self) -> JointStateBox | None:
+        """Limits of the positions, or None."""
+
+    @property
+    def velocity(self) -> JointStateBox | None:
+        """Limits of the first derivative, or None."""
+
+    @property
+    def acceleration(self) -> JointStateBox | None:
+        """Limits of the second derivative, or None."""
+
+    @property
+    def jerk(self) -> JointStateBox | None:
+        """Limits of the third derivative, or None."""
+
+    def __eq__(self, other: object) -> bool: ...
+
+    def __copy__(self) -> object: ...
+
+    def __deepcopy__(self, memo: dict[int, object]) -> object: ...
+
+    def __reduce__(self) -> tuple[object, ...]: ...
+
+    def __repr__(self) -> str: ...
+
+    __hash__: ClassVar[None]  # type: ignore[assignment]
+
+def sample_aligned_first_difference(signal: velmora._typing.MatrixLike, sample_spacing: velmora._typing.Real | velmora._typing.VectorLike) -> velmora._typing.FloatArray:
+    """
+    Forward difference that keeps one row per sample; the last row repeats the last difference.
+
+    Row i is ``(x[i + 1] - x[i]) / (t[i + 1] - t[i])``. One sample gives one row of zeros, no sample gives no row.
+
+    Parameters
+    ----------
+    signal : (N, J) array_like of float
+        A row per sample.
+    sample_spacing : float or (N,) array_like of float
+        Seconds between samples, finite and positive; or the sample times in seconds, strictly increasing (the times
+        themselves, not the gaps between them).
+
+    Returns
+    -------
+    (N, J) numpy.ndarray
+        Differences per second, read-only.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "sample_spacing must be finite and positive." for a number; "sample_spacing length must match signal samples." or
+        "sample_spacing times must be strictly increasing." for times; none of them for one sample.
+    TypeError, ValueError
+        For arguments that are no arrays of real numbers of these dimensions; the message names the argument.
+
+    Notes
+    -----
+    Linear in the number of elements. Any number of threads may call it at once. The first-order divided difference: e.g.
+    Quarteroni, Sacco, Saleri, "Numerical Mathematics", section 10.10.
+
+    Examples
+    --------
+    >>> import velmora as vm
+    >>> vm.sample_aligned_first_difference([[0.0], [1.0], [3.0]], 0.5)
+    array([[2.],
+           [4.],
+           [4.]])
+    """
+
+def parse_resampling_method(text: str) -> velmora._enums.ResamplingMethod:
+    """
+    Return the method of this name: "linear" or "cubic", compared byte for byte.
+
+    Parameters
+    ----------
+    text : str
+        Name of a member of `ResamplingMethod`.
+
+    Returns
+    -------
+    ResamplingMethod
+        That member.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "Unsupported resampling method: '<text>'."
+    TypeError
+        For anything but a str.
+
+    Notes
+    -----
+    Any number of threads may call it at once.
+
+    Examples
+    --------
+    >>> import velmora as vm
+    >>> vm.parse_resampling_method("linear")
+    <ResamplingMethod.linear: 0>
+    """
+
+def parse_resampling_time_grid_mode(text: str) -> velmora._enums.ResamplingTimeGridMode:
+    """
+    Return the mode of the time grid of this name, compared byte for byte.
+
+    Parameters
+    ----------
+    text : str
+        Name of a member of `ResamplingTimeGridMode`.
+
+    Returns
+    -------
+    ResamplingTimeGridMode
+        That member.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "Unsupported resampling time-grid mode: '<text>'."
+    TypeError
+        For anything but a str.
+
+    Notes
+    -----
+    Any number of threads may call it at once.
+
+    Examples
+    --------
+    >>> import velmora as vm
+    >>> vm.parse_resampling_time_grid_mode("exact_dt_trim")
+    <ResamplingTimeGridMode.exact_dt_trim: 1>
+    """
+
+def sample_trajectory_at_times(trajectory: JointTrajectory, query_time_s: velmora._typing.VectorLike, include_derivatives: bool = True) -> JointTrajectory:
+    """
+    Return the trajectory at given times, by linear interpolation between its samples.
+
+    A query at a sample gives that sample; one between two samples gives ``(1 - w) * before + w * after``, w the elapsed
+    share of the step. No query at all gives a copy of the whole trajectory, derivatives included.
+
+    Parameters
+    ----------
+    trajectory : JointTrajectory
+        N samples, J joints.
+    query_time_s : (Q,) array_like of float
+        Times in seconds, strictly increasing, inside the sampled span (both ends included).
+    include_derivatives : bool
+        Whether velocities and accelerations are sampled too, and supplied to the result. Jerks are never carried over.
+
+    Returns
+    -------
+    JointTrajectory
+        One sample per query time; its `time` is `query_time_s`.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "query_time_s must lie inside trajectory.time."; "JointTrajectory.time must be strictly increasing." for repeated
+        or falling queries, and the other messages of `JointTrajectory`, among them "JointTrajectory.positions must contain
+        only finite values." for a NaN.
+    TypeError, ValueError
+        For arguments of another kind or number of dimensions; the message names the argument.
+
+    Notes
+    -----
+    Takes time in Q times J, and in the logarithm of N for a query that is not in or right after the step of the one before.
+    Any number of threads may call it at once.
+
+    Examples
+    --------
+    >>> import velmora as vm
+    >>> trajectory = vm.JointTrajectory([[0.0], [1.0], [4.0]], dt=1.0)
+    >>> vm.sample_trajectory_at_times(trajectory, [0.5, 1.5]).positions
+    array([[0.5],
+           [2.5]])
+    """
+
+def resample_trajectory(trajectory: JointTrajectory, sample_time_s: velmora._typing.Real, method: velmora._typing.Method = 'cubic', grid_mode: velmora._typing.GridMode = 'exact_dt_append_endpoint', strict_cubic: bool = False) -> JointTrajectory:
+    """
+    Return the trajectory on a regular time grid.
+
+    "linear" interpolates the positions; the result computes its own derivatives on request. "cubic" fits a not-a-knot cubic
+    spline through the positions of every joint (a parabola through 3 samples, a line through 2) and supplies its positions,
+    velocities and accelerations to the result.
+
+    Parameters
+    ----------
+    trajectory : JointTrajectory
+        N samples, J joints. Its derivatives are neither read nor computed.
+    sample_time_s : float
+        Spacing in seconds, finite and positive.
+    method : ResamplingMethod or {"cubic", "linear"}
+        Interpolation between samples.
+    grid_mode : ResamplingTimeGridMode or str
+        Placement of the G entries of the grid, each computed from its index. "exact_dt_append_endpoint": exact spacing, and
+        the end time as the last sample. "exact_dt_trim": exact spacing; what does not fill a step is dropped.
+        "exact_duration_adjust_dt": equal steps, as near to the spacing as the whole span allows.
+        "exact_dt_extend_endpoint": exact spacing up to or beyond the end, where the last sample is held.
+    strict_cubic : bool
+        Whether a failure of the cubic path is an error; otherwise the result is linear then.
+
+    Returns
+    -------
+    JointTrajectory
+        One sample per grid entry; its `time` is the grid.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "Unsupported resampling method: '<text>'."; "Unsupported resampling time-grid mode: '<text>'.";
+        "sample_time_s must be positive." (also for NaN and infinities); "Unsupported resampling time-grid mode." for an
+        integer that is no member's; with `strict_cubic` "`x` must contain at least 2 elements." and "Cubic-spline
+        construction produced non-finite coefficients."; and the messages of `JointTrajectory`, where values overflow or a
+        spacing below the resolution of the times repeats grid entries.
+    MemoryError
+        Where memory runs out, and for a grid too long to be counted.
+    TypeError, ValueError
+        For arguments of another kind or number of dimensions; the message names the argument.
+
+    Notes
+    -----
+    Takes time in N + G times J, and in the logarithm of N for an entry that does not lie in or right after the step of the
+    one before. Any number of threads may call it at once. The spline is that of C. de Boor, "A Practical Guide to Splines",
+    chapter IV.
+
+    Examples
+    --------
+    >>> import velmora as vm
+    >>> parabola = vm.JointTrajectory([[0.0], [1.0], [4.0], [9.0]], dt=1.0)
+    >>> vm.resample_trajectory(parabola, 1.5).positions
+    array([[0.  ],
+           [2.25],
+           [9.  ]])
+    """
+
+def validate_vibration_shaping_weight(vibration_shaping_weight: velmora._typing.Real) -> None:
+    """
+    Accept a share of the shaped trajectory from 0 (raw) to 1 (shaped), both included.
+
+    Parameters
+    ----------
+    vibration_shaping_weight : float
+        The share, without a unit.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "vibration_shaping_weight must be in [0.0, 1.0]", also for NaN and infinities.
+    TypeError, ValueError
+        For anything but a real number; the message names the argument.
+
+    Notes
+    -----
+    Takes constant time. Any number of threads may call it at once.
+
+    Examples
+    --------
+    >>> import velmora as vm
+    >>> vm.validate_vibration_shaping_weight(0.5)
+    >>> vm.validate_vibration_shaping_weight(1.5)
+    Traceback (most recent call last):
+        ...
+    velmora._errors.InvalidArgumentError: vibration_shaping_weight must be in [0.0, 1.0]
+    """
+
+def validate_vibration_weight_transition_s(vibration_weight_transition_s: velmora._typing.Real) -> None:
+    """
+    Accept the duration of a change of weight, zero included.
+
+    Parameters
+    ----------
+    vibration_weight_transition_s : float
+        The duration in seconds.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "vibration_weight_transition_s must be non-negative", also for NaN and infinities.
+    TypeError, ValueError
+        For anything but a real number; the message names the argument.
+
+    Notes
+    -----
+    Takes constant time. Any number of threads may call it at once.
+
+    Examples
+    --------
+    >>> import velmora as vm
+    >>> vm.validate_vibration_weight_transition_s(0.0)
+    >>> vm.validate_vibration_weight_transition_s(-0.1)
+    Traceback (most recent call last):
+        ...
+    velmora._errors.InvalidArgumentError: vibration_weight_transition_s must be non-negative
+    """
+
+def validate_vibration_weight_rate_per_s(vibration_weight_rate_per_s: velmora._typing.Real) -> None:
+    """
+    Accept a rate of change of weight above zero.
+
+    Parameters
+    ----------
+    vibration_weight_rate_per_s : float
+        The rate in 1/s.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "vibration_weight_rate_per_s must be positive", also for NaN and infinities.
+    TypeError, ValueError
+        For anything but a real number; the message names the argument.
+
+    Notes
+    -----
+    Takes constant time. Any number of threads may call it at once.
+
+    Examples
+    --------
+    >>> import velmora as vm
+    >>> vm.validate_vibration_weight_rate_per_s(2.0)
+    >>> vm.validate_vibration_weight_rate_per_s(0.0)
+    Traceback (most recent call last):
+        ...
+    velmora._errors.InvalidArgumentError: vibration_weight_rate_per_s must be positive
+    """
+
+def blend_arrays(raw: velmora._typing.MatrixLike, shaped: velmora._typing.MatrixLike, weight: velmora._typing.Real | velmora._typing.VectorLike) -> velmora._typing.FloatArray:
+    """
+    Mix a raw array with its shaped counterpart: ``(1 - w) * raw + w * shaped``, element by element.
+
+    ``w * shaped`` is rounded, then fused with ``(1 - w) * raw`` in one multiply-add. Under a weight that changes with
+    time, blended velocities are not the derivative of blended positions: the term "rate of the weight times (shaped - raw)"
+    is the caller's to add.
+
+    Parameters
+    ----------
+    raw : (N, J) array_like of float
+        The raw array.
+    shaped : (N, J) array_like of float
+        Its shaped counterpart.
+    weight : float or (N,) array_like of float
+        Share of the shaped array: one value, or one per sample. It is neither checked nor clamped; validate it first with
+        `validate_vibration_shaping_weight`. NaN gives NaN, and 0 or 1 still multiplies the other array by zero.
+
+    Returns
+    -------
+    (N, J) numpy.ndarray
+        The blend, read-only.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "raw and shaped arrays must have the same shape", then "per-sample shaping weights must match the sample count".
+    TypeError, ValueError
+        For arguments that are no arrays of real numbers of these dimensions; the message names the argument.
+
+    Notes
+    -----
+    Linear in the number of elements. Any number of threads may call it at once.
+
+    Examples
+    --------
+    >>> import velmora as vm
+    >>> vm.blend_arrays([[0.0], [0.0]], [[1.0], [4.0]], [0.5, 0.25])
+    array([[0.5],
+           [1. ]])
+    """
+
+def joint_path_coordinate(positions: velmora._typing.MatrixLike) -> velmora._typing.FloatArray:
+    """
+    Cumulative arc length along a joint path: entry i is the length of the path from sample 0 to sample i.
+
+    It starts at 0, never falls, and is not normalised. Nothing is checked: a position that is not finite makes the entries
+    from its sample on not finite.
+
+    Parameters
+    ----------
+    positions : (N, J) array_like of float
+        A row per sample.
+
+    Returns
+    -------
+    (N,) numpy.ndarray
+        Lengths in the unit of the positions, read-only.
+
+    Raises
+    ------
+    TypeError, ValueError
+        For anything but a two-dimensional array of real numbers; the message names the argument.
+
+    Notes
+    -----
+    Linear in the number of elements. Any number of threads may call it at once.
+
+    Examples
+    --------
+    >>> import velmora as vm
+    >>> vm.joint_path_coordinate([[0.0, 0.0], [3.0, 4.0], [3.0, 5.0]])
+    array([0., 5., 6.])
+    """
+
+class ShapedTrajectory:
+    """
+    A vibration-shaped trajectory of N samples and J joints: a plain record, whose shapes are checked where it is used.
+
+    Parameters
+    ----------
+    positions, velocities, accelerations : (N, J) array_like of float
+        A row per sample, a column per joint.
+    time : (N,) array_like of float
+        Sample times in seconds.
+
+    Raises
+    ------
+    TypeError, ValueError
+        For arguments of another kind or number of dimensions; the message names the argument.
+
+    Notes
+    -----
+    Its arrays are read-only, so that any number of threads may use it. It can be copied and pickled, and equals a record of
+    the same bits.
+
+    Examples
+    --------
+    >>> import velmora as vm
+    >>> vm.ShapedTrajectory([[1.0]], [[0.5]], [[0.0]], [2.0]).velocities
+    array([[0.5]])
+    """
+
+    def __init__(self, positions: velmora._typing.MatrixLike, velocities: velmora._typing.MatrixLike, accelerations: velmora._typing.MatrixLike, time: velmora._typing.VectorLike) -> None: ...
+
+    @property
+    def positions(self) -> velmora._typing.FloatArray:
+        """(N, J) joint positions."""
+
+    @property
+    def velocities(self) -> velmora._typing.FloatArray:
+        """(N, J) joint velocities."""
+
+    @property
+    def accelerations(self) -> velmora._typing.FloatArray:
+        """(N, J) joint accelerations."""
+
+    @property
+    def time(self) -> velmora._typing.FloatArray:
+        """(N,) sample times in seconds."""
+
+    def __eq__(self, other: object) -> bool: ...
+
+    def __copy__(self) -> object: ...
+
+    def __deepcopy__(self, memo: dict[int, object]) -> object: ...
+
+    def __reduce__(self) -> tuple[object, ...]: ...
+
+    def __repr__(self) -> str: ...
+
+    __hash__: ClassVar[None]  # type: ignore[assignment]
+
+def blend_tail_with_held_raw_endpoint(raw_position: velmora._typing.VectorLike, shaped_tail: ShapedTrajectory, weight: velmora._typing.Real) -> ShapedTrajectory:
+    """
+    Blend the part of a shaped trajectory beyond the end of the raw one with the raw endpoint, held at rest.
+
+    Positions are mixed between `raw_position` and the tail, velocities and accelerations between zero and the tail, all by
+    `blend_arrays` with the same weight. The times are copied.
+
+    Parameters
+    ----------
+    raw_position : (J,) array_like of float
+        Final joint position of the raw trajectory.
+    shaped_tail : ShapedTrajectory
+        N samples of J joints; N may be 0.
+    weight : float
+        Share of the shaped tail: 1 keeps it, 0 gives the held endpoint. It is not checked; validate it first with
+        `validate_vibration_shaping_weight`.
+
+    Returns
+    -------
+    ShapedTrajectory
+        N samples of J joints.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "raw_position length mismatch", then "shaped_tail fields must have matching sample and joint shapes".
+    TypeError, ValueError
+        For arguments that are no arrays of real numbers of these dimensions; the message names the argument.
+
+    Notes
+    -----
+    Linear in the number of elements. Any number of threads may call it at once.
+
+    Examples
+    --------
+    >>> import velmora as vm
+    >>> tail = vm.ShapedTrajectory([[2.0], [1.5]], [[-1.0], [0.0]], [[0.0], [0.0]], [1.0, 1.1])
+    >>> vm.blend_tail_with_held_raw_endpoint([1.0], tail, 0.5).positions
+    array([[1.5 ],
+           [1.25]])
+    """
