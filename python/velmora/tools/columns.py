@@ -9,6 +9,9 @@ from __future__ import annotations
 import re
 from typing import NamedTuple
 
+import numpy as np
+from numpy.typing import NDArray
+
 from velmora.tools.recording import QUANTITIES, Column, Recording
 from velmora.tools.text import printable
 
@@ -115,29 +118,48 @@ def written_name(joint: str, quantity: str) -> str:
     return name if meaning(name) == Meaning(quantity, joint) else f"{joint}_{WRITTEN_WORDS[quantity]}"
 
 
-def written_columns(recording: Recording, quantities: tuple[str, ...]) -> list[Column]:
-    """The columns to write, in order: those of the file that the recording came from, then what was added to it."""
+def written_columns(recording: Recording, quantities: tuple[str, ...], lists: bool = False) -> list[Column]:
+    """The columns to write, in order: those of the file that the recording came from, then what was added to it.
+
+    A column keeps its name where that name alone says what it holds; `lists` keeps columns of lists together.
+    """
     present = [quantity for quantity in QUANTITIES if quantity in quantities and getattr(recording, quantity) is not None]
     joints = set(recording.joints)
-    known = {"time": recording.stamps is not None}
-    columns: list[Column] = []
+    order: list[Column] = []
     for column in recording.layout.columns:
-        if column.quantity == "time" and known["time"]:
-            columns.append(column)
-            known["time"] = False
-        elif column.quantity in present and column.joint in joints:
-            columns.append(column)
-    if known["time"]:
-        assert recording.stamps is not None
-        columns.insert(0, Column(f"time_{recording.stamps.unit}", "time"))
-    have = {(column.quantity, column.joint) for column in columns}
-    taken = {column.name for column in columns}
-    for quantity in present:
-        for joint in recording.joints:
-            if (quantity, joint) not in have:
-                name = written_name(joint, quantity)
-                while name in taken:
-                    name = f"{name}_{WRITTEN_WORDS[quantity]}"
-                columns.append(Column(name, quantity, joint))
-                taken.add(name)
+        kept = column.joint in joints and column.quantity in present
+        if kept or column.quantity == "time" and recording.stamps is not None:
+            order.append(column if lists else column._replace(element=None))
+    if recording.stamps is not None and not any(column.quantity == "time" for column in order):
+        order.insert(0, Column("", "time"))
+    have = {(column.quantity, column.joint) for column in order}
+    in_file = {quantity for quantity, _ in have}
+    order += [Column("", quantity, joint) for quantity in present for place, joint in enumerate(recording.joints)
+              if (quantity, joint) not in have
+              and not (quantity in in_file and _all_missing(getattr(recording, quantity)[:, place]))]
+    taken: set[str] = set()
+    columns = []
+    for column in order:
+        if column.element is None:
+            column = column._replace(name=_free_name(column, recording, taken))
+            taken.add(column.name)
+        columns.append(column)
     return columns
+
+
+def _all_missing(values: NDArray[np.float64]) -> bool:
+    """Whether the file has no column for this quantity of a joint, though it has one for other joints."""
+    return bool(np.isnan(values[:1]).all() and np.isnan(values).all())
+
+
+def _free_name(column: Column, recording: Recording, taken: set[str]) -> str:
+    says = meaning(column.name)
+    if column.name not in taken and (says.quantity, says.joint) == (column.quantity, column.joint):
+        return column.name
+    if column.quantity == "time":
+        assert recording.stamps is not None
+        return f"time_{recording.stamps.unit}"
+    name = written_name(column.joint, column.quantity)
+    while name in taken:
+        name = f"{name}_{WRITTEN_WORDS[column.quantity]}"
+    return name

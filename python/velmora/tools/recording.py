@@ -71,7 +71,7 @@ class Stamps:
             return np.empty(0)
         if values.dtype == np.int64:
             if int(values.max()) - int(values.min()) < 2**63:
-                return (values - values[0]) / 1e9
+                return np.asarray((values - values[0]) / 1e9, dtype=np.float64)
             return (values.astype(np.float64) - float(values[0])) / 1e9
         return np.asarray(values - values[0] if values[0] != 0.0 else values, dtype=np.float64)
 

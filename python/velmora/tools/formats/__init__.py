@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import importlib
 import os
 import sys
 from contextlib import contextmanager
@@ -20,9 +21,13 @@ if TYPE_CHECKING:
 FORMATS = {
     "csv": (".csv", ".txt", ".dat"),
     "tsv": (".tsv", ".tab"),
+    "parquet": (".parquet", ".pq"),
+    "feather": (".feather", ".arrow"),
     "npz": (".npz",),
 }
 _TEXT = ("csv", "tsv")
+_TABLES = (*_TEXT, "parquet", "feather")
+_READERS = {"csv": "csv_reader", "tsv": "csv_reader"}
 _COMPRESSED = (".gz", ".zst")
 
 
@@ -77,13 +82,11 @@ def read(path: str, options: ReadOptions) -> list[Recording]:
         For files that cannot be read, "FILE:ROW: what is there; what was expected; which option helps".
     """
     format_ = _format(path, options.format)
-    if format_ in _TEXT:
-        from velmora.tools.formats import csv_reader
-
-        return csv_reader.read(path, options)
-    from velmora.tools.formats import npz
-
-    return npz.read(path, options)
+    if options.group_by is not None and format_ not in _TABLES:
+        raise UsageError(f"{path}: --group-by {options.group_by}: a table was expected; {format_} has no columns to group by")
+    reader = importlib.import_module(f"velmora.tools.formats.{_READERS.get(format_, format_)}")
+    recordings: list[Recording] = reader.read(path, options)
+    return recordings
 
 
 def write(path: str, recording: Recording, options: WriteOptions) -> list[str]:
@@ -100,9 +103,15 @@ def write(path: str, recording: Recording, options: WriteOptions) -> list[str]:
             from velmora.tools.formats import csv_writer
 
             return csv_writer.write(file, recording, options.columns, "\t" if format_ == "tsv" else ",")
-        from velmora.tools.formats import npz
+        if format_ == "npz":
+            from velmora.tools.formats import npz
 
-        return npz.write(file, recording, options.columns)
+            return npz.write(file, recording, options.columns)
+        from velmora.tools.formats import feather, parquet
+
+        if format_ == "parquet":
+            return parquet.write(file, recording, options.columns, options.compression)
+        return feather.write(file, recording, options.columns, options.compression)
 
 
 @contextmanager

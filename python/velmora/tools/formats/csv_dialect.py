@@ -48,6 +48,16 @@ class Dialect:
         """Number of columns."""
         return len(self.names) if self.names is not None else len(self.sample[0])
 
+    @property
+    def decimal_point(self) -> bytes:
+        """What a comma becomes when the table is brought into plain form."""
+        return b"." if self.decimal == "," else b","
+
+    @property
+    def plain_separator(self) -> str:
+        """The separator of the plain form: a comma for everything but plain tables with another one."""
+        return "," if self.separator in (" ", "") or self.decimal == "," else self.separator
+
     def text(self) -> str:
         """What is printed about it."""
         parts = [f"separator {_SEPARATOR_NAMES[self.separator]}",

@@ -3,14 +3,14 @@
 from __future__ import annotations
 
 import re
+from itertools import pairwise
 from typing import TYPE_CHECKING
 
 import numpy as np
 from numpy.typing import NDArray
-
 from velmora.tools.errors import DataError
-from velmora.tools.formats import addresses, arrow_columns, csv_dialect
-from velmora.tools.formats.csv_dialect import EMPTY_CELLS, Dialect
+from velmora.tools.formats import addresses, arrow_columns, csv_dialect, text_times
+from velmora.tools.formats.csv_dialect import COMMENT_MARKS, EMPTY_CELLS, Dialect
 from velmora.tools.formats.plan import Field, Plan, plan
 from velmora.tools.options import ReadOptions
 from velmora.tools.recording import Note, Recording
@@ -33,26 +33,28 @@ def read(path: str, options: ReadOptions) -> list[Recording]:
         tables at all.
     """
     source = "standard input" if path == "-" else path
-    return [parse(source, addresses.content(path), options)]
+    return parse(source, addresses.content(path), options)
 
 
-def parse(source: str, data: bytes, options: ReadOptions) -> Recording:
+def parse(source: str, data: bytes, options: ReadOptions) -> list[Recording]:
     """Read a table from its bytes."""
     data = _utf8(source, data)
     head = data[:_HEAD].replace(b"\r\n", b"\n").replace(b"\r", b"\n").decode("utf-8", "replace")
     dialect = csv_dialect.recognise(source, head, len(data) <= _HEAD)
     fields = [Field(name, _is_numeric(dialect, index)) for index, name in enumerate(_names(dialect))]
     chosen = plan(source, fields, options)
-    body = data[_line_start(data, dialect.first_line):].rstrip()
-    table, rows = _table(source, body, dialect, chosen)
+    start = _line_start(data, dialect.first_line)
+    table, rows = _table(source, data, start, dialect, chosen)
+    stamps, why = arrow_columns.stamps_at_rate(options.rate_hz, len(rows)), ""
     if options.rate_hz is None and chosen.time:
-        stamps, why = arrow_columns.stamps_from_text(source, dialect, chosen, table)
-    else:
-        stamps, why = arrow_columns.stamps_at_rate(options.rate_hz, len(rows)), ""
+        stamps, why = text_times.stamps(source, dialect, chosen, table)
     notes = [Note("dialect", dialect.text()), *chosen.notes]
     if why:
         notes = [Note(note.key, f"{note.text}, in {why}") if note.key == "time" else note for note in notes]
-    return arrow_columns.recording(source, "csv", chosen, stamps, table.to_batches(), rows, notes)
+    whole = arrow_columns.recording(source, "csv", chosen, stamps, table.to_batches(), rows, notes)
+    if chosen.group is None:
+        return [whole]
+    return arrow_columns.groups(whole, fields[chosen.group].name, table.column(str(chosen.group)))
 
 
 def _utf8(source: str, data: bytes) -> bytes:
@@ -75,7 +77,7 @@ def _names(dialect: Dialect) -> list[str]:
         first = [float(row[0].replace(",", ".") if dialect.decimal == "," else row[0]) for row in dialect.sample]
     except (ValueError, IndexError):
         first = []
-    if width > 1 and all(before < after for before, after in zip(first, first[1:])) and first:
+    if width > 1 and all(before < after for before, after in pairwise(first)) and first:
         return ["time", *(f"joint_{joint}" for joint in range(1, width))]
     return [f"joint_{joint}" for joint in range(1, width + 1)]
 
@@ -98,23 +100,30 @@ def _line_start(data: bytes, line: int) -> int:
     return position
 
 
-def _table(source: str, body: bytes, dialect: Dialect, chosen: Plan) -> tuple[pa.Table, NDArray[np.int64]]:
+def _table(source: str, data: bytes, start: int, dialect: Dialect, chosen: Plan) -> tuple[pa.Table, NDArray[np.int64]]:
     """The columns that the plan wants, and the line of each row."""
     import pyarrow as pa
 
     first = dialect.first_line + 1
-    if not body:
-        return _arrow(b"", dialect, chosen), np.empty(0, np.int64)
-    plain = _plain(body, dialect)
-    if not any(mark.encode() in body for mark in csv_dialect.COMMENT_MARKS):
+    stop = len(data)
+    while stop > start and data[stop - 1] in b" \t\r\n":
+        stop -= 1
+    if stop == start:
+        return _empty(dialect, chosen), np.empty(0, np.int64)
+    types = _types(dialect, chosen)
+    plain, start, stop = _plain(data, start, stop, dialect)
+    # A line of comments is no line of numbers; only where the first column is not read as such can it go unnoticed.
+    if types.get("0") == pa.float64() or not any(data.find(mark.encode(), start, stop) >= 0 for mark in COMMENT_MARKS):
         try:
-            table = _arrow(plain, dialect, chosen)
+            table = _arrow(pa.py_buffer(plain).slice(start, stop - start), dialect, types)
             return table, np.arange(first, first + len(table))
         except pa.ArrowException:
-            pass  # empty lines, blanks for empty cells, or a fault: line by line
-    lines, rows = _without_comments(plain, first)
+            pass  # comments, empty lines, blanks for empty cells, or a fault: line by line
+    lines, rows = _without_comments(plain[start:stop], first)
+    if not lines:
+        return _empty(dialect, chosen), rows
     try:
-        table = _arrow(b"\n".join(lines), dialect, chosen)
+        table = _arrow(pa.py_buffer(b"\n".join(lines)), dialect, types)
     except pa.ArrowException as error:
         raise _fault(source, lines, rows, dialect, chosen, error) from error
     if len(table) != len(rows):
@@ -122,46 +131,45 @@ def _table(source: str, body: bytes, dialect: Dialect, chosen: Plan) -> tuple[pa
     return table, rows
 
 
-def _plain(body: bytes, dialect: Dialect) -> bytes:
-    """The table with commas between cells and decimal points, line by line as before."""
-    if dialect.decimal == ",":
-        if dialect.separator == " ":
-            body = _single_blanks(body)
-        return body.translate(bytes.maketrans(dialect.separator.encode() + b",", b",."))
+def _plain(data: bytes, start: int, stop: int, dialect: Dialect) -> tuple[bytes, int, int]:
+    """The table with commas between cells and decimal points, line by line as before, and where it is in the bytes."""
+    if dialect.separator != " " and dialect.decimal == ".":
+        return data, start, stop
+    body = data[start:stop]
     if dialect.separator == " ":
-        return _single_blanks(body).replace(b" ", b",")
-    return body
+        body = body.replace(b"\t", b" ")
+        while b"  " in body:
+            body = body.replace(b"  ", b" ")
+        body = body.replace(b"\n ", b"\n").replace(b" \n", b"\n").replace(b" \r", b"\r").strip(b" ")
+    body = body.translate(bytes.maketrans(dialect.separator.encode() + b",", b"," + dialect.decimal_point))
+    return body, 0, len(body)
 
 
-def _single_blanks(body: bytes) -> bytes:
-    """One blank for each run of blanks and tabs, none around lines."""
-    text = np.frombuffer(body.replace(b"\t", b" "), np.uint8)
-    blank = text == ord(" ")
-    ends = (text == ord("\n")) | (text == ord("\r"))
-    keep = ~blank
-    # A blank stays where a character of a cell stands before it and something else than blanks follows in its line.
-    keep[1:] |= blank[1:] & ~blank[:-1] & ~ends[:-1]
-    kept = text[keep]
-    last = np.append(kept[1:], ord("\n"))
-    trailing = (kept == ord(" ")) & ((last == ord("\n")) | (last == ord("\r")))
-    return kept[~trailing].tobytes()
+def _types(dialect: Dialect, chosen: Plan) -> dict[str, pa.DataType]:
+    """How to read each column that the plan wants: times that doubles cannot hold as text, all others as doubles."""
+    import pyarrow as pa
+
+    time = pa.float64() if len(chosen.time) == 1 and text_times.fits_doubles(dialect, chosen.time[0]) else pa.string()
+    return {**{str(cell.field): pa.float64() for cells in chosen.cells.values() for cell in cells},
+            **{str(index): time for index in chosen.time},
+            **({} if chosen.group is None else {str(chosen.group): pa.string()})}
 
 
-def _arrow(plain: bytes, dialect: Dialect, chosen: Plan) -> pa.Table:
+def _empty(dialect: Dialect, chosen: Plan) -> pa.Table:
+    import pyarrow as pa
+
+    return pa.table({name: pa.array([], kind) for name, kind in _types(dialect, chosen).items()})
+
+
+def _arrow(plain: pa.Buffer, dialect: Dialect, types: dict[str, pa.DataType]) -> pa.Table:
     import pyarrow as pa
     from pyarrow import csv
 
     names = [str(index) for index in range(dialect.width)]
-    times = {str(index): pa.string() for index in chosen.time}
-    wanted = {str(cell.field): pa.float64() for cells in chosen.cells.values() for cell in cells}
-    types = {**wanted, **times}
-    if not plain:
-        return pa.table({name: pa.array([], kind) for name, kind in types.items()})
-    separator = "," if dialect.separator in (" ", "") or dialect.decimal == "," else dialect.separator
     return csv.read_csv(
         pa.BufferReader(plain),
         read_options=csv.ReadOptions(column_names=names, block_size=_BLOCK),
-        parse_options=csv.ParseOptions(delimiter=separator, ignore_empty_lines=False),
+        parse_options=csv.ParseOptions(delimiter=dialect.plain_separator, ignore_empty_lines=False),
         convert_options=csv.ConvertOptions(include_columns=list(types), column_types=types, strings_can_be_null=True,
                                            null_values=list(EMPTY_CELLS), check_utf8=False))
 
@@ -185,13 +193,12 @@ def _without_comments(plain: bytes, first: int) -> tuple[list[bytes], NDArray[np
 def _fault(source: str, lines: list[bytes], rows: NDArray[np.int64], dialect: Dialect, chosen: Plan,
            error: Exception) -> DataError:
     """The first line that cannot be read, in words."""
-    separator = "," if dialect.separator in (" ", "") or dialect.decimal == "," else dialect.separator
     names = _names(dialect)
     wanted = sorted({cell.field for cells in chosen.cells.values() for cell in cells})
     for line, row in zip(lines, rows):
         if len(line) > csv_dialect.MAX_LINE:
             return DataError(f"{source}:{row}: the line has {len(line):,} bytes; at most {csv_dialect.MAX_LINE:,} were expected")
-        cells = csv_dialect.split(line.decode("utf-8", "replace"), separator)
+        cells = csv_dialect.split(line.decode("utf-8", "replace"), dialect.plain_separator)
         if len(cells) != dialect.width:
             return DataError(f"{source}:{row}: there {'is' if len(cells) == 1 else 'are'} {count(len(cells), 'cell')}; "
                              f"{dialect.width} were expected, as in line {dialect.first_line + (dialect.names is None)}")

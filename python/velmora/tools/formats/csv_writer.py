@@ -4,16 +4,11 @@ from __future__ import annotations
 
 import io
 from concurrent.futures import ThreadPoolExecutor
-from typing import IO, TYPE_CHECKING
-
-import numpy as np
+from typing import IO
 
 from velmora.tools.columns import meaning, written_columns
-from velmora.tools.formats.arrow_columns import time_text
+from velmora.tools.formats import arrow_columns, text_times
 from velmora.tools.recording import Recording
-
-if TYPE_CHECKING:
-    import pyarrow as pa
 
 _ROWS_AT_ONCE = 65_536
 
@@ -27,7 +22,6 @@ def write(file: IO[bytes], recording: Recording, quantities: tuple[str, ...], se
     file.write(separator.join(_quoted(column.name, separator) for column in columns).encode() + b"\n")
     options = csv.WriteOptions(include_header=False, delimiter=separator, quoting_style="none")
     joints = {joint: index for index, joint in enumerate(recording.joints)}
-    values = {quantity: getattr(recording, quantity) for quantity in quantities}
 
     def text(start: int) -> memoryview:
         stop = start + _ROWS_AT_ONCE
@@ -35,10 +29,9 @@ def write(file: IO[bytes], recording: Recording, quantities: tuple[str, ...], se
         for column in columns:
             if column.quantity == "time":
                 assert recording.stamps is not None
-                arrays.append(time_text(recording.stamps, slice(start, stop), meaning(column.name).unit is not None))
+                arrays.append(text_times.written(recording.stamps, slice(start, stop), meaning(column.name).unit is not None))
                 continue
-            cells = np.ascontiguousarray(values[column.quantity][start:stop, joints[column.joint]])
-            arrays.append(_numbers(recording, column.quantity, joints[column.joint], slice(start, stop), cells))
+            arrays.append(arrow_columns.cells(recording, column.quantity, joints[column.joint], slice(start, stop)))
         buffer = io.BytesIO()
         csv.write_csv(pa.table(arrays, names=[str(index) for index in range(len(arrays))]), buffer, options)
         return buffer.getbuffer()
@@ -47,15 +40,6 @@ def write(file: IO[bytes], recording: Recording, quantities: tuple[str, ...], se
         for piece in pool.map(text, range(0, len(recording.rows), _ROWS_AT_ONCE)):
             file.write(piece)
     return []
-
-
-def _numbers(recording: Recording, quantity: str, joint: int, rows: slice, cells: np.ndarray[tuple[int], np.dtype[np.float64]]) -> pa.Array:
-    """Cells, empty where the file had none; a NaN in a given derivative is always one that was missing."""
-    import pyarrow as pa
-
-    if quantity == "positions":
-        return pa.array(cells, mask=None if recording.missing is None else np.ascontiguousarray(recording.missing[rows, joint]))
-    return pa.array(cells, mask=np.isnan(cells))
 
 
 def _quoted(name: str, separator: str) -> str:

@@ -9,7 +9,6 @@ from typing import IO
 import numpy as np
 from numpy.lib import format as npy
 from numpy.typing import NDArray
-
 from velmora.tools.columns import clean
 from velmora.tools.errors import DataError
 from velmora.tools.formats import addresses
@@ -138,7 +137,7 @@ def _stamps(source: str, name: str, arrays: dict[str, NDArray[np.generic]], samp
     if array.dtype.kind == "M":
         return Stamps(array.astype("datetime64[ns]").astype(np.int64), "ns"), "dates"
     said = arrays.get("unit")
-    written = str(said) if said is not None and said.shape == () else ""
+    written = str(said.ravel()[0]) if said is not None and said.size == 1 else ""
     if array.dtype.kind == "f":
         doubles = array.astype(np.float64)
         unit, why = ((options.time_unit, options.time_unit) if options.time_unit != "auto"

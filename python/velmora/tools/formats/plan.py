@@ -9,7 +9,14 @@ from dataclasses import dataclass
 from fnmatch import fnmatchcase
 from typing import NamedTuple
 
-from velmora.tools.columns import BOOKKEEPING, NANOSECOND_NAMES, SECOND_NAMES, Meaning, clean, meaning
+from velmora.tools.columns import (
+    BOOKKEEPING,
+    NANOSECOND_NAMES,
+    SECOND_NAMES,
+    Meaning,
+    clean,
+    meaning,
+)
 from velmora.tools.errors import DataError, UsageError
 from velmora.tools.options import ReadOptions
 from velmora.tools.recording import QUANTITIES, Column, Note
@@ -35,6 +42,7 @@ class Cell(NamedTuple):
     element: int | None
     joint: int
     factor: float
+    of_elements: int = 0  # length of the lists
 
 
 @dataclass(frozen=True)
@@ -47,6 +55,8 @@ class Plan:
         The field with the times; two fields: whole seconds and nanoseconds; none: no clock.
     time_unit
         Unit of the times where the options, the name or the type say it.
+    group
+        The field whose values make recordings of their own.
     """
 
     time: tuple[int, ...]
@@ -55,6 +65,7 @@ class Plan:
     cells: dict[str, list[Cell]]
     columns: tuple[Column, ...]
     notes: tuple[Note, ...]
+    group: int | None = None
 
 
 def check_width(source: str, columns: int) -> None:
@@ -81,14 +92,15 @@ def plan(source: str, fields: Sequence[Field], options: ReadOptions) -> Plan:
                                   f"{quoted(fields[time[0]].name)} is left aside"))
     elif time:
         notes.append(Note("time", why))
-    found = _joint_cells(fields, set(time), options)
+    group = _group(source, fields, options)
+    found = _joint_cells(fields, {*time, group}, options)
     joints = _chosen(source, found, options)
     cells: dict[str, list[Cell]] = {quantity: [] for quantity in QUANTITIES}
-    columns = []
+    columns: list[tuple[int, int | None, Column]] = []
     if time and options.rate_hz is None:
         columns.append((time[0], None, Column(fields[time[0]].name, "time")) if len(time) == 1 else
                        (time[0], None, Column("time_ns", "time")))
-    used = set(time)
+    used = {*time, group}
     degrees = []
     for entry in found:
         if entry.meaning.joint not in joints:
@@ -102,7 +114,8 @@ def plan(source: str, fields: Sequence[Field], options: ReadOptions) -> Plan:
             degrees.append(name)
             name = re.sub(r"deg(rees)?|\u00b0", "rad", name, flags=re.IGNORECASE)
         cells[entry.meaning.quantity].append(
-            Cell(entry.field, entry.element, joints[entry.meaning.joint], RADIANS_PER_DEGREE if in_degrees else 1.0))
+            Cell(entry.field, entry.element, joints[entry.meaning.joint], RADIANS_PER_DEGREE if in_degrees else 1.0,
+                 fields[entry.field].elements or 0))
         columns.append((entry.field, entry.element,
                         Column(name, entry.meaning.quantity, entry.meaning.joint, entry.element)))
     if options.degrees and not options.keep_units:
@@ -118,7 +131,7 @@ def plan(source: str, fields: Sequence[Field], options: ReadOptions) -> Plan:
     columns.sort(key=lambda item: (item[0], item[1] or 0))
     return Plan(time, options.time_unit if options.time_unit != "auto" else unit, tuple(joints),
                 {quantity: list_ for quantity, list_ in cells.items() if list_},
-                tuple(column for _, _, column in columns), tuple(notes))
+                tuple(column for _, _, column in columns), tuple(notes), group)
 
 
 def _clock(source: str, fields: Sequence[Field], options: ReadOptions) -> tuple[tuple[int, ...], str | None, str]:
@@ -150,18 +163,28 @@ def _clock(source: str, fields: Sequence[Field], options: ReadOptions) -> tuple[
     return (), None, ""
 
 
+def _group(source: str, fields: Sequence[Field], options: ReadOptions) -> int | None:
+    if options.group_by is None:
+        return None
+    names = [field.name for field in fields]
+    if options.group_by not in names:
+        raise UsageError(f"{source}: no column is called {quoted(options.group_by)}{nearest(options.group_by, names)}; "
+                         f"there are {listed(names)}; --group-by")
+    return names.index(options.group_by)
+
+
 class _Found(NamedTuple):
     field: int
     element: int | None
     meaning: Meaning
 
 
-def _joint_cells(fields: Sequence[Field], time: set[int], options: ReadOptions) -> list[_Found]:
+def _joint_cells(fields: Sequence[Field], taken_already: set[int | None], options: ReadOptions) -> list[_Found]:
     """Every column that may hold a quantity of a joint; a second one for the same place goes by its whole name."""
     found = []
     taken = set()
     for index, field in enumerate(fields):
-        if index in time or field.unit is not None:
+        if index in taken_already or field.unit is not None:
             continue
         wanted = any(fnmatchcase(field.name, pattern) for pattern in options.joints)
         says = meaning(field.name)
