@@ -2,6 +2,8 @@
 // processor.
 #pragma once
 
+#include "native/exact_arithmetic.hpp"
+
 // A kernel is a struct with one static function template `Run` of the processor, and is inlined with all that it calls
 // into the caller that was compiled for the processor at hand. Both variants execute the same operations on each
 // element, each rounded alike, so their results are the same to the bit.

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 
+#include "native/exact_arithmetic.hpp"
 #include "velmora/native/array_types.hpp"
 
 namespace velmora::native {

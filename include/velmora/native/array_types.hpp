@@ -1,15 +1,19 @@
-// The two array types of every signature, and the conditions under which their results are exact.
+// The two array types of every signature.
 #pragma once
 
 #include "velmora/native/eigen_abi.hpp"
 
 #include <Eigen/Core>
-#include <cfloat>
-
-static_assert(FLT_EVAL_METHOD == 0,
-              "velmora promises results to the last bit: double arithmetic must be evaluated in double precision");
 
 /// Foundations shared by every routine of the library.
+///
+/// @code{.cpp}
+/// velmora::native::Matrix positions(2, 3);  // 2 samples of 3 joints
+/// positions << 0.0, 0.1, 0.2,               //
+///     1.0, 1.1, 1.2;
+/// const velmora::native::Vector last = positions.row(1);
+/// assert(last[2] == positions(1, 2));
+/// @endcode
 namespace velmora::native {
 
 /// Dense row-major matrix of `double`: one row per time sample, one column per joint.

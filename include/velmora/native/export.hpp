@@ -1,5 +1,10 @@
-// Marks what the shared library exports; everything else is hidden.
+// What every header needs: C++17, and the mark of what a shared library exports; everything else is hidden.
 #pragma once
+
+#if __cplusplus < 201703L
+#error "velmora needs C++17: compile this file with -std=c++17 or a later standard."
+#include "velmora/end_of_compilation"  // A file that is missing ends it, so that nothing buries the sentence above.
+#endif
 
 #if defined(__GNUC__)
 #define VELMORA_EXPORT __attribute__((visibility("default")))

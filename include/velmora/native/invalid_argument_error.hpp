@@ -1,8 +1,6 @@
 // The one exception type that this library throws.
 #pragma once
 
-#include "velmora/native/eigen_abi.hpp"
-
 #include <optional>
 #include <string>
 #include <utility>
@@ -17,6 +15,15 @@ namespace velmora::native {
 /// Catch it as `InvalidArgumentError`, `Error`, `std::runtime_error` or `std::exception`. The code is always 0 and the
 /// detail always empty. The class is header-only and has default visibility, so it is one and the same type in every
 /// shared object of a program.
+///
+/// @code{.cpp}
+/// try {
+///   throw velmora::native::InvalidArgumentError("unit_progress must be finite", "unit_progress");
+/// } catch (const velmora::native::Error& error) {
+///   assert(error.what() == std::string("unit_progress must be finite"));
+///   assert(error.argument_name() == "unit_progress");
+/// }
+/// @endcode
 class VELMORA_EXPORT InvalidArgumentError : public Error {
  public:
   /// Takes over its arguments.

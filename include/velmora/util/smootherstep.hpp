@@ -1,8 +1,6 @@
 // The smooth ramp from 0 to 1.
 #pragma once
 
-#include "velmora/native/eigen_abi.hpp"
-
 #include "velmora/native/export.hpp"
 
 /// General numerical helpers.
@@ -22,6 +20,11 @@ namespace velmora::util {
 ///
 /// Complexity: O(1). Thread safety: pure.
 /// Source of the method: K. Perlin, "Improving noise", ACM Transactions on Graphics 21 (2002).
+///
+/// @code{.cpp}
+/// assert(velmora::util::Smootherstep(0.5) == 0.5);
+/// assert(velmora::util::Smootherstep(7.0) == 1.0);
+/// @endcode
 VELMORA_EXPORT double Smootherstep(double unit_progress);
 
 }  // namespace velmora::util

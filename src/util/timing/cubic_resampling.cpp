@@ -6,11 +6,13 @@
 
 #include "util/timing/cubic_spline.hpp"
 #include "util/timing/time_grid.hpp"
+#include "util/timing/trajectory_sizes.hpp"
 
 namespace velmora::util::timing {
 
 JointTrajectory ResampleTrajectoryCubic(const JointTrajectory& trajectory, double sample_time_s,
                                         ResamplingTimeGridMode grid_mode) {
+  CheckSizes(trajectory);
   const Vector& time = trajectory.time;
   const double end_time_s = time[time.size() - 1];
   Vector grid = BuildResamplingTimeGrid(time[0], end_time_s, sample_time_s, grid_mode);

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <utility>
 
+#include "native/exact_arithmetic.hpp"
+
 namespace velmora::util::timing {
 namespace {
 

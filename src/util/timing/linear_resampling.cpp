@@ -16,6 +16,7 @@
 #include "native/throw_invalid_argument.hpp"
 #include "util/timing/knot_search.hpp"
 #include "util/timing/time_grid.hpp"
+#include "util/timing/trajectory_sizes.hpp"
 
 namespace velmora::util::timing {
 namespace {
@@ -123,6 +124,7 @@ Matrix InterpolateRowsLinear(const Vector& query_times, const Vector& sample_tim
 JointTrajectory SampleTrajectoryAtTimes(const JointTrajectory& trajectory, const Vector& query_time_s,
                                         bool include_derivatives) {
   if (query_time_s.size() == 0) return trajectory.Copy();
+  CheckSizes(trajectory);
   const Vector& time = trajectory.time;
   if (AnyOutside(query_time_s, time[0], time[time.size() - 1])) {
     native::ThrowInvalidArgument("query_time_s must lie inside trajectory.time.");
@@ -131,6 +133,8 @@ JointTrajectory SampleTrajectoryAtTimes(const JointTrajectory& trajectory, const
   std::optional<Matrix> velocities;
   std::optional<Matrix> accelerations;
   if (include_derivatives) {
+    CheckShape(trajectory.velocities(), trajectory.positions, "velocities");
+    CheckShape(trajectory.accelerations(), trajectory.positions, "accelerations");
     velocities = InterpolateRowsLinear(query_time_s, time, trajectory.velocities());
     accelerations = InterpolateRowsLinear(query_time_s, time, trajectory.accelerations());
   }
@@ -140,6 +144,7 @@ JointTrajectory SampleTrajectoryAtTimes(const JointTrajectory& trajectory, const
 
 JointTrajectory ResampleTrajectoryLinear(const JointTrajectory& trajectory, double sample_time_s,
                                          ResamplingTimeGridMode grid_mode) {
+  CheckSizes(trajectory);
   const Vector& time = trajectory.time;
   const double end_time_s = time[time.size() - 1];
   Vector grid = BuildResamplingTimeGrid(time[0], end_time_s, sample_time_s, grid_mode);

@@ -10,6 +10,7 @@
 #include "native/shapes.hpp"
 #include "native/throw_invalid_argument.hpp"
 #include "util/timing/three_point_derivative.hpp"
+#include "util/timing/trajectory_sizes.hpp"
 
 namespace velmora::util::timing {
 namespace {
@@ -26,12 +27,22 @@ struct StrictlyIncreasingKernel {
   }
 };
 
-void CheckTime(const Vector& time, Eigen::Index samples) {
-  if (time.size() != samples) {
+void CheckSampleCount(const Matrix& positions) {
+  if (positions.rows() < 1) {
+    ThrowInvalidArgument(
+        "JointTrajectory requires at least 1 sample to support velocity and acceleration evaluation, got 0.");
+  }
+}
+
+void CheckTimeCount(const Vector& time, const Matrix& positions) {
+  if (time.size() != positions.rows()) {
     ThrowInvalidArgument("JointTrajectory.positions must align with JointTrajectory.time.");
   }
+}
+
+void CheckTimeValues(const Vector& time) {
   if (!native::AllFinite(time)) ThrowInvalidArgument("JointTrajectory.time must contain only finite values.");
-  if (!native::RunKernel<StrictlyIncreasingKernel>(time.data(), samples)) {
+  if (!native::RunKernel<StrictlyIncreasingKernel>(time.data(), time.size())) {
     ThrowInvalidArgument("JointTrajectory.time must be strictly increasing.");
   }
 }
@@ -45,15 +56,24 @@ Vector UniformTime(Eigen::Index samples, double dt) {
 
 void CheckDerivative(const std::optional<Matrix>& derivative, const Matrix& positions, const char* name) {
   if (!derivative) return;
-  if (!native::HaveSameShape(*derivative, positions)) {
-    ThrowInvalidArgument(std::string("JointTrajectory.") + name + " must match JointTrajectory.positions shape.");
-  }
+  CheckShape(*derivative, positions, name);
   if (!native::AllFinite(*derivative)) {
     ThrowInvalidArgument(std::string("JointTrajectory.") + name + " must contain only finite values.");
   }
 }
 
 }  // namespace
+
+void CheckSizes(const JointTrajectory& trajectory) {
+  CheckSampleCount(trajectory.positions);
+  CheckTimeCount(trajectory.time, trajectory.positions);
+}
+
+void CheckShape(const Matrix& derivative, const Matrix& positions, const char* name) {
+  if (!native::HaveSameShape(derivative, positions)) {
+    ThrowInvalidArgument(std::string("JointTrajectory.") + name + " must match JointTrajectory.positions shape.");
+  }
+}
 
 JointTrajectory::JointTrajectory(Matrix given_positions, std::optional<Matrix> velocities,
                                  std::optional<Matrix> accelerations, std::optional<Vector> given_time,
@@ -62,21 +82,18 @@ JointTrajectory::JointTrajectory(Matrix given_positions, std::optional<Matrix> v
       cached_velocities(std::move(velocities)),
       cached_accelerations(std::move(accelerations)),
       cached_jerks(std::move(jerks)) {
-  const Eigen::Index samples = positions.rows();
-  if (samples < 1) {
-    ThrowInvalidArgument(
-        "JointTrajectory requires at least 1 sample to support velocity and acceleration evaluation, got 0.");
-  }
+  CheckSampleCount(positions);
   if (!native::AllFinite(positions)) {
     ThrowInvalidArgument("JointTrajectory.positions must contain only finite values.");
   }
   if (given_time) {
     time = *std::move(given_time);
-    CheckTime(time, samples);
+    CheckTimeCount(time, positions);
+    CheckTimeValues(time);
   } else {
     if (!dt) ThrowInvalidArgument("Either `time` or `dt` must be provided.");
     if (!native::IsFinite(*dt) || *dt <= 0.0) ThrowInvalidArgument("JointTrajectory.dt must be finite and positive.");
-    time = UniformTime(samples, *dt);
+    time = UniformTime(positions.rows(), *dt);
   }
   CheckDerivative(cached_velocities, positions, "velocities");
   CheckDerivative(cached_accelerations, positions, "accelerations");
@@ -84,17 +101,28 @@ JointTrajectory::JointTrajectory(Matrix given_positions, std::optional<Matrix> v
 }
 
 const Matrix& JointTrajectory::velocities() const {
-  if (!cached_velocities) cached_velocities = ThreePointSampleDerivative(positions, time);
+  if (!cached_velocities) {
+    CheckSizes(*this);
+    cached_velocities = ThreePointSampleDerivative(positions, time);
+  }
   return *cached_velocities;
 }
 
 const Matrix& JointTrajectory::accelerations() const {
-  if (!cached_accelerations) cached_accelerations = ThreePointSampleDerivative(velocities(), time);
+  if (!cached_accelerations) {
+    CheckSizes(*this);
+    CheckShape(velocities(), positions, "velocities");
+    cached_accelerations = ThreePointSampleDerivative(velocities(), time);
+  }
   return *cached_accelerations;
 }
 
 const Matrix& JointTrajectory::jerks() const {
-  if (!cached_jerks) cached_jerks = ThreePointSampleDerivative(accelerations(), time);
+  if (!cached_jerks) {
+    CheckSizes(*this);
+    CheckShape(accelerations(), positions, "accelerations");
+    cached_jerks = ThreePointSampleDerivative(accelerations(), time);
+  }
   return *cached_jerks;
 }
 

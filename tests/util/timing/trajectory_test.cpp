@@ -204,5 +204,34 @@ TEST(JointTrajectoryCopy, PassesTheConstructorAgain) {
   ExpectInvalidArgument([&] { spoiled.Copy(); }, "JointTrajectory.positions must contain only finite values.");
 }
 
+TEST(TrajectoryAtTimes, IsTheConstructorWithPositionsAndTimes) {
+  const Matrix positions = Rows({{0.0, 1.0}, {0.5, -1.0}});
+  const JointTrajectory trajectory = TrajectoryAtTimes(positions, Values({0.25, 1.0}));
+  EXPECT_TRUE(SameBits(trajectory.positions, positions));
+  EXPECT_TRUE(SameBits(trajectory.time, Values({0.25, 1.0})));
+  EXPECT_TRUE(SameBits(trajectory.velocities(), AtTimes(positions, Values({0.25, 1.0})).velocities()));
+  ExpectInvalidArgument([&] { TrajectoryAtTimes(positions, Values({0.25})); },
+                        "JointTrajectory.positions must align with JointTrajectory.time.");
+}
+
+TEST(TrajectoryAtTimes, TakesOverWhatIsMovedIn) {
+  Matrix positions = Rows({{0.0, 1.0}, {0.5, -1.0}});
+  Vector time = Values({0.25, 1.0});
+  const double* moved_positions = positions.data();
+  const double* moved_time = time.data();
+  const JointTrajectory trajectory = TrajectoryAtTimes(std::move(positions), std::move(time));
+  EXPECT_EQ(trajectory.positions.data(), moved_positions);
+  EXPECT_EQ(trajectory.time.data(), moved_time);
+}
+
+TEST(TrajectoryAtSpacing, IsTheConstructorWithPositionsAndSpacing) {
+  const Matrix positions = Rows({{0.0}, {0.5}, {3.0}});
+  const JointTrajectory trajectory = TrajectoryAtSpacing(positions, 0.1);
+  EXPECT_TRUE(SameBits(trajectory.positions, positions));
+  EXPECT_TRUE(SameBits(trajectory.time, Values({0.0, 0.1, 2 * 0.1})));
+  ExpectInvalidArgument([&] { TrajectoryAtSpacing(positions, 0.0); },
+                        "JointTrajectory.dt must be finite and positive.");
+}
+
 }  // namespace
 }  // namespace velmora::util::timing

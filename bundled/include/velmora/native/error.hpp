@@ -1,8 +1,6 @@
 // The base class of the errors of this library family.
 #pragma once
 
-#include "velmora/native/eigen_abi.hpp"
-
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -23,6 +21,13 @@ enum class ErrorCode : int {
 /// object catches it by type.
 ///
 /// Thread safety: no shared state; an exception object belongs to the thread that handles it.
+///
+/// @code{.cpp}
+/// using velmora::native::ErrorCode;
+/// const velmora::native::Error error(ErrorCode::invalid_argument, "rate must be positive", "rate", std::nullopt);
+/// assert(error.what() == std::string("rate must be positive"));
+/// assert(error.argument_name() == "rate");
+/// @endcode
 class VELMORA_EXPORT Error : public std::runtime_error {
  public:
   /// Takes over its arguments.

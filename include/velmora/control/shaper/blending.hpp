@@ -1,8 +1,6 @@
 // Blending of raw and shaped sample arrays, and the arc length of a joint path.
 #pragma once
 
-#include "velmora/native/eigen_abi.hpp"
-
 #include <variant>
 
 #include "velmora/native/array_types.hpp"
@@ -26,8 +24,18 @@ using native::Vector;
 /// @throws native::InvalidArgumentError "raw and shaped arrays must have the same shape"
 /// @throws native::InvalidArgumentError "per-sample shaping weights must match the sample count"
 /// @throws std::bad_variant_access for a valueless `weight`
+/// @throws std::bad_alloc where memory runs out
 ///
 /// Complexity: O(N J), one allocation. Thread safety: pure.
+///
+/// @code{.cpp}
+/// const Matrix raw = Matrix::Zero(2, 3);
+/// const Matrix shaped = Matrix::Ones(2, 3);
+/// assert(BlendArrays(raw, shaped, 0.25)(1, 2) == 0.25);
+/// const Vector fade_in = Vector::LinSpaced(2, 0.0, 1.0);
+/// assert(BlendArrays(raw, shaped, fade_in)(1, 2) == 1.0);
+/// assert(JointPathCoordinate(shaped)[1] == 0.0);  // the joints do not move
+/// @endcode
 VELMORA_EXPORT Matrix BlendArrays(const Matrix& raw, const Matrix& shaped, const std::variant<double, Vector>& weight);
 
 /// Cumulative arc length along a joint path: entry i is the length of the path from sample 0 to sample i.
@@ -36,6 +44,7 @@ VELMORA_EXPORT Matrix BlendArrays(const Matrix& raw, const Matrix& shaped, const
 /// entries from its sample on not finite.
 /// @param positions N x J
 /// @return length N, in the unit of the positions
+/// @throws std::bad_alloc where memory runs out
 ///
 /// Complexity: O(N J), one allocation. Thread safety: pure.
 VELMORA_EXPORT Vector JointPathCoordinate(const Matrix& positions);

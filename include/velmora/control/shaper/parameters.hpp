@@ -1,8 +1,6 @@
 // Validation of the parameters that steer a vibration-shaping blend.
 #pragma once
 
-#include "velmora/native/eigen_abi.hpp"
-
 #include "velmora/native/export.hpp"
 
 /// Blending of a raw trajectory with its vibration-shaped copy.
@@ -13,6 +11,12 @@ namespace velmora::control::shaper {
 /// @throws native::InvalidArgumentError "vibration_shaping_weight must be in [0.0, 1.0]" (also for NaN and infinities)
 ///
 /// Complexity: O(1). Thread safety: pure.
+///
+/// @code{.cpp}
+/// ValidateVibrationShapingWeight(0.5);
+/// ValidateVibrationWeightTransitionS(0.0);
+/// ValidateVibrationWeightRatePerS(2.0);
+/// @endcode
 VELMORA_EXPORT void ValidateVibrationShapingWeight(double vibration_shaping_weight);
 
 /// Accepts the duration of a change of weight, zero included.

@@ -1,8 +1,6 @@
 // The blend of a shaped tail with the raw endpoint held at rest.
 #pragma once
 
-#include "velmora/native/eigen_abi.hpp"
-
 #include "velmora/native/array_types.hpp"
 #include "velmora/native/export.hpp"
 #include "velmora/native/shaped_trajectory.hpp"
@@ -23,8 +21,19 @@ using native::Vector;
 /// @return N samples of J joints
 /// @throws native::InvalidArgumentError "raw_position length mismatch"
 /// @throws native::InvalidArgumentError "shaped_tail fields must have matching sample and joint shapes"
+/// @throws std::bad_alloc where memory runs out
 ///
 /// Complexity: O(N J), two N x J scratch arrays. Thread safety: pure.
+///
+/// @code{.cpp}
+/// ShapedTrajectory tail;  // one joint that still swings around 1 rad
+/// tail.positions = velmora::native::Matrix::Constant(2, 1, 1.5);
+/// tail.velocities = velmora::native::Matrix::Constant(2, 1, -4.0);
+/// tail.accelerations = velmora::native::Matrix::Zero(2, 1);
+/// tail.time = Vector::LinSpaced(2, 0.35, 0.45);
+/// const ShapedTrajectory blend = BlendTailWithHeldRawEndpoint(Vector::Ones(1), tail, 0.5);
+/// assert(blend.positions(0, 0) == 1.25 && blend.velocities(0, 0) == -2.0);
+/// @endcode
 VELMORA_EXPORT ShapedTrajectory BlendTailWithHeldRawEndpoint(const Vector& raw_position,
                                                              const ShapedTrajectory& shaped_tail, double weight);
 

@@ -1,8 +1,6 @@
 // Admissible joint states: per-joint intervals for position, velocity, acceleration and jerk.
 #pragma once
 
-#include "velmora/native/eigen_abi.hpp"
-
 #include <optional>
 
 #include "velmora/native/array_types.hpp"
@@ -14,15 +12,25 @@ using native::Vector;
 
 /// Per-joint closed interval [lower, upper] of one quantity for J >= 0 joints.
 ///
+/// The fields are public: a caller that writes to them takes over their invariants.
+///
 /// Thread safety: a value type without shared state.
+///
+/// @code{.cpp}
+/// const Vector quarter_turn = Vector::Constant(7, 1.57);  // rad
+/// const JointStateBox position(-quarter_turn, quarter_turn);
+/// const JointStateBox velocity(Vector::Constant(7, -2.0), Vector::Constant(7, 2.0));  // rad/s
+/// const JointStateLimits limits(position, velocity, std::nullopt, std::nullopt);
+/// assert(!limits.jerk && limits.velocity->upper[6] == 2.0);
+/// @endcode
 class JointStateBox {
  public:
-  Vector lower;  ///< lower limits, length J, finite
-  Vector upper;  ///< upper limits, length J, finite, `upper[j] >= lower[j]`
+  Vector lower;  ///< lower limits, length J, finite, in the unit of the quantity
+  Vector upper;  ///< upper limits, length J, finite, in the same unit, `upper[j] >= lower[j]`
 
   /// Takes over the limits and checks them in the order below. Equal limits pin a joint; an empty box is valid.
-  /// @param lower lower limits, length J
-  /// @param upper upper limits, length J
+  /// @param lower lower limits, length J, in the unit of the quantity
+  /// @param upper upper limits, length J, in the same unit
   /// @throws native::InvalidArgumentError "Lower and upper limits must have matching shapes."
   /// @throws native::InvalidArgumentError "Joint-state limits must contain only finite values."
   /// @throws native::InvalidArgumentError "Lower limits cannot exceed upper limits."
@@ -36,10 +44,10 @@ class JointStateBox {
 /// Thread safety: a value type without shared state.
 class JointStateLimits {
  public:
-  std::optional<JointStateBox> position;      ///< positions
-  std::optional<JointStateBox> velocity;      ///< first derivative
-  std::optional<JointStateBox> acceleration;  ///< second derivative
-  std::optional<JointStateBox> jerk;          ///< third derivative
+  std::optional<JointStateBox> position;      ///< positions, such as rad
+  std::optional<JointStateBox> velocity;      ///< first derivative, in that unit per second
+  std::optional<JointStateBox> acceleration;  ///< second derivative, per second squared
+  std::optional<JointStateBox> jerk;          ///< third derivative, per second cubed
 
   /// Takes over the boxes. Any of them may be absent.
   /// @param position limits of the positions, for J joints, or none

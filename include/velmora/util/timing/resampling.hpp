@@ -1,8 +1,6 @@
 // Sampling a trajectory at given times and resampling it onto a regular time grid.
 #pragma once
 
-#include "velmora/native/eigen_abi.hpp"
-
 #include <string_view>
 
 #include "velmora/native/array_types.hpp"
@@ -66,6 +64,17 @@ VELMORA_EXPORT ResamplingTimeGridMode ParseResamplingTimeGridMode(std::string_vi
 /// With `include_derivatives` the velocities and accelerations of the trajectory (supplied, or computed by its
 /// accessors) are interpolated in the same way and supplied to the result. Jerks are never carried over: those of the
 /// result are computed from its own accelerations.
+///
+/// @code{.cpp}
+/// Matrix positions(2, 1);
+/// positions << 0.0, 1.0;
+/// const JointTrajectory move = TrajectoryAtSpacing(positions, 2.0);
+/// const JointTrajectory middle = SampleTrajectoryAtTimes(move, Vector::Constant(1, 1.0), false);
+/// assert(middle.positions(0, 0) == 0.5 && middle.time[0] == 1.0);
+/// const JointTrajectory regular = ResampleTrajectory(move, 0.25, ResamplingMethod::linear,
+///                                                    ResamplingTimeGridMode::exact_dt_append_endpoint, true);
+/// assert(regular.time.size() == 9 && regular.positions(4, 0) == 0.5);
+/// @endcode
 /// @param trajectory N samples, J joints
 /// @param query_time_s times in seconds, strictly increasing, inside the sampled span (both ends included)
 /// @param include_derivatives whether velocities and accelerations are sampled too
@@ -75,9 +84,11 @@ VELMORA_EXPORT ResamplingTimeGridMode ParseResamplingTimeGridMode(std::string_vi
 ///   query times, and the other messages of the `JointTrajectory` constructor: a NaN among the queries fails with
 ///   "JointTrajectory.positions must contain only finite values.", or, where the trajectory has one sample or no
 ///   joints, with "JointTrajectory.time must contain only finite values."
+/// @throws std::bad_alloc where memory runs out
 ///
 /// Complexity: O(Q J) for Q queries, and O(log N) more for a query not in or right after the step of the one before.
-/// Thread safety: pure, but with `include_derivatives` it may fill the caches of `trajectory` (see `JointTrajectory`).
+/// Thread safety: pure, but with `include_derivatives` it may fill the caches of `trajectory`, and without queries it
+/// reads them (see `JointTrajectory`): neither beside a first accessor call on the same object.
 VELMORA_EXPORT JointTrajectory SampleTrajectoryAtTimes(const JointTrajectory& trajectory, const Vector& query_time_s,
                                                        bool include_derivatives);
 
