@@ -1,4 +1,5 @@
 // The check that contenders compute the same thing.
+// SPDX-License-Identifier: Apache-2.0
 #include "agreement.hpp"
 
 #include <fmt/format.h>

@@ -1,4 +1,5 @@
 // Blending and the path coordinate beside plain Eigen, a loop over `std::fma`, and the cost of touching the memory.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/control/shaper/blending.hpp"
 
 #include <variant>

@@ -1,4 +1,5 @@
 // Registration of what is timed: a job, done by one of its contenders, on recordings of several shapes.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <benchmark/benchmark.h>

@@ -1,4 +1,5 @@
 // Cubic resampling, with velocities and accelerations, onto four grid entries per sample beside other splines.
+// SPDX-License-Identifier: Apache-2.0
 #include <sys/resource.h>
 
 #include "agreement.hpp"

@@ -1,4 +1,5 @@
 // Derivatives of sampled signals beside plain Eigen loops and a copy of the same bytes.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/util/timing/differentiation.hpp"
 
 #include "agreement.hpp"

@@ -1,4 +1,5 @@
 // Linear resampling onto four grid entries per sample beside a plain Eigen loop.
+// SPDX-License-Identifier: Apache-2.0
 #include "agreement.hpp"
 #include "contender.hpp"
 #include "peers/eigen_expressions.hpp"

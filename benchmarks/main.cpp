@@ -1,4 +1,5 @@
 // Entry of the benchmark program: checks that the contenders agree, or times them.
+// SPDX-License-Identifier: Apache-2.0
 #include <benchmark/benchmark.h>
 
 #include <cstdio>

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Times numpy and scipy on the jobs of the benchmark program, or checks that their results agree with the library's.
 """
 numpy_peers.py --check < RESULTS       RESULTS as `velmora_benchmarks --check` prints them

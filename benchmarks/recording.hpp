@@ -1,4 +1,5 @@
 // The input of the benchmarks: a synthetic recording with uneven sample times.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <variant>

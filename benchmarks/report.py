@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Turns the kept JSON of a benchmark run into the Markdown table of ratios.
 import collections
 import statistics

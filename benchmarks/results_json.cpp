@@ -1,4 +1,5 @@
 // The library's results on a small recording as JSON, for peers in other languages to compare theirs with.
+// SPDX-License-Identifier: Apache-2.0
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 

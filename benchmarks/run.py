@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Runs the benchmark program and its peers in other processes, keeps their JSON, and prints the table of ratios.
 import argparse
 import json

@@ -1,4 +1,5 @@
 # Records how Eigen allocates and aligns matrices under the flags of this build, in a header that is installed.
+# SPDX-License-Identifier: Apache-2.0
 
 # Flags of the directory count as well: a project that adds this one may have set some.
 get_directory_property(directory_options COMPILE_OPTIONS)

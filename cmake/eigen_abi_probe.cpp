@@ -1,4 +1,5 @@
 // Holds what Eigen makes of the compiler and its flags as text that CMake reads out of the binary, without running it.
+// SPDX-License-Identifier: Apache-2.0
 #define VELMORA_NO_EIGEN_ABI_CHECK
 #include "velmora/native/eigen_abi.hpp"
 

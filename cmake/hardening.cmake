@@ -1,4 +1,5 @@
 # Flags that make the shared library harder to abuse; none of them reaches a consumer.
+# SPDX-License-Identifier: Apache-2.0
 
 # Fortified calls need optimisation, and the sanitizers bring their own checks of the same.
 set(VELMORA_FORTIFIED FALSE)

@@ -1,5 +1,6 @@
 # What `cmake --install` gives: headers, libraries, and a relocatable package of each library for CMake and for
 # pkg-config. What a running program needs is one component, what it takes to build a program is another.
+# SPDX-License-Identifier: Apache-2.0
 include(CMakePackageConfigHelpers)
 
 # Called by velmora_add_library.

@@ -1,4 +1,5 @@
 # What makes a library of this project: the same for each, so that each is one call.
+# SPDX-License-Identifier: Apache-2.0
 
 # velmora_add_library(<name>
 #   ALIAS <name>             the target for callers is velmora::<name>

@@ -1,4 +1,5 @@
 # Debian packages, by cpack: of each library what running programs need, and what it takes to build such programs.
+# SPDX-License-Identifier: Apache-2.0
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME ${PROJECT_NAME})
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})

@@ -1,4 +1,5 @@
 # Looks for what an option of ours needs, and tells how to go on where it is missing.
+# SPDX-License-Identifier: Apache-2.0
 
 # velmora_missing(<what> <option> [<group of scripts/setup>])
 function(velmora_missing what option)

@@ -1,5 +1,6 @@
 # Where Error, ErrorCode and ShapedTrajectory come from: the companion library that defines them for the whole family
 # where it is installed, and otherwise the minimal headers under bundled/, which are installed with the library.
+# SPDX-License-Identifier: Apache-2.0
 set(VELMORA_WITH_SHAPER_COMMON AUTO CACHE STRING "Use the companion library velmora_shaper_common: AUTO, ON or OFF")
 set_property(CACHE VELMORA_WITH_SHAPER_COMMON PROPERTY STRINGS AUTO ON OFF)
 string(TOUPPER "${VELMORA_WITH_SHAPER_COMMON}" with_shaper_common)

@@ -1,4 +1,5 @@
 # Compile options of this project's own targets; none of them reaches a consumer.
+# SPDX-License-Identifier: Apache-2.0
 
 # Results are promised to the last bit, so no multiply and add may be fused but by std::fma, and no flag of a caller may
 # loosen the arithmetic. These options come after those of the flags, the toolchain file and the directory, and the last

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Settings of the documentation site; built by scripts/docs from the top of the source tree.
 import os
 from importlib.metadata import version as installed_version

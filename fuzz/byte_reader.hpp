@@ -1,4 +1,5 @@
 // Reads arguments out of the bytes that a fuzzer offers.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,5 @@
 // Fuzzer: on any grid the elimination of the spline's system gives the bits of the dense solve, or neither is finite.
+// SPDX-License-Identifier: Apache-2.0
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Writes the seed corpora of the fuzzers: the edge cases of every routine as bytes, and of recordings as text.
 #   fuzz/make_seeds.py DIRECTORY
 import itertools

@@ -1,5 +1,6 @@
 // Fuzzer: any text is a valid recording or an error of the reader, and a recording survives being written and read
 // again.
+// SPDX-License-Identifier: Apache-2.0
 #include "recording.hpp"
 
 #include <cstdint>

@@ -1,4 +1,5 @@
 // Fuzzer: any sequence of calls of all exported routines gives what the reference gives, bit by bit.
+// SPDX-License-Identifier: Apache-2.0
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>

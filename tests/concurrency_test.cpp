@@ -1,5 +1,6 @@
 // Many threads use the library at once; under ThreadSanitizer this shows that sharing is safe after the caches are
 // full.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
 #include <mutex>

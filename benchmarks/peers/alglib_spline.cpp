@@ -1,4 +1,5 @@
 // Cubic splines of ALGLIB.
+// SPDX-License-Identifier: Apache-2.0
 #include <libalglib/interpolation.h>
 
 #include "peers/spline_samples.hpp"

@@ -1,4 +1,5 @@
 // The piecewise cubics of Boost.Math for uneven abscissas; its cubic splines take regular ones only.
+// SPDX-License-Identifier: Apache-2.0
 #include <boost/math/interpolators/makima.hpp>
 #include <utility>
 #include <vector>

@@ -1,4 +1,5 @@
 // The not-a-knot spline by the book: a dense system, the coefficients stored, three evaluations of every grid entry.
+// SPDX-License-Identifier: Apache-2.0
 #include <Eigen/LU>
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,5 @@
 // The jobs as plain Eigen expressions and loops, compiled for any x86-64, and what touching the memory costs.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "velmora/native/array_types.hpp"

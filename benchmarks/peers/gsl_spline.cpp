@@ -1,4 +1,5 @@
 // Cubic splines of the GNU Scientific Library.
+// SPDX-License-Identifier: Apache-2.0
 #include <gsl/gsl_spline.h>
 
 #include <memory>

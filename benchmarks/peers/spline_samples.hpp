@@ -1,4 +1,5 @@
 // Splines of other libraries, each sampled with its derivatives on a regular grid over the span of its knots.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "velmora/native/array_types.hpp"

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # One move of 1 s on the four grids with a requested spacing of 0.3 s, and its end enlarged.
 import matplotlib.pyplot as plt
 import velmora as vm

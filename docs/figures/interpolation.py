@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # The same five samples resampled every 0.01 s, by lines and by a spline.
 import matplotlib.pyplot as plt
 import velmora as vm

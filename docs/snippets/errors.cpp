@@ -1,4 +1,5 @@
 // The code of the guide's page on errors and their order.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 #include <velmora/control/shaper/blending.hpp>
 #include <velmora/native/invalid_argument_error.hpp>

@@ -1,4 +1,5 @@
 // The code of the guide's page on numeric promises that is compiled and linked with -ffast-math.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 #include <velmora/control/shaper/blending.hpp>
 #include <velmora/control/shaper/parameters.hpp>

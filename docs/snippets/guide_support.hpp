@@ -1,4 +1,5 @@
 // What the pieces of the guide share: the text of an error, and a trajectory with sample times and nothing else.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <velmora/native/invalid_argument_error.hpp>

@@ -1,4 +1,5 @@
 // The code of the guide's page on thread safety.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 #include <velmora/util/timing/resampling.hpp>
 

@@ -1,4 +1,5 @@
 // The code of the guide's page on the trajectory and its derivatives.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 #include <velmora/util/timing/differentiation.hpp>
 #include <velmora/util/timing/limits.hpp>

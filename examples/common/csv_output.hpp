@@ -1,4 +1,5 @@
 // Writes trajectories as CSV text, whole or not at all.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <functional>

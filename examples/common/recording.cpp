@@ -1,4 +1,5 @@
 // Reads a recorded joint trajectory from CSV text.
+// SPDX-License-Identifier: Apache-2.0
 #include "recording.hpp"
 
 #include <csv.h>

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 # Writes the bundled recording: a pick-and-place of a 7-joint arm as a real logger would have seen it.
 #   ./examples/data/generate_pick_and_place.py > examples/data/pick_and_place_250hz.csv
 import math

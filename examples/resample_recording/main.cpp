@@ -1,4 +1,5 @@
 // resample_recording: puts a recorded joint trajectory onto a regular time grid.
+// SPDX-License-Identifier: Apache-2.0
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>

@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: Apache-2.0
 # Draws a recording and what it was resampled to: positions, velocities, accelerations and jerks, one column per result.
 #   plot.py recording.csv resampled.csv [resampled.csv ...] --output picture.png
 import argparse

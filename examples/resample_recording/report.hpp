@@ -1,4 +1,5 @@
 // The report on a recording and on what it was resampled to.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <string>

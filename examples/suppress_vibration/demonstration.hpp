@@ -1,4 +1,5 @@
 // The commands that are compared, and what they do to a machine that is not quite the one modelled.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <string>

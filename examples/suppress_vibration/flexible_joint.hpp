@@ -1,4 +1,5 @@
 // A machine with one flexible mode per joint, solved exactly: how it swings under a command and after it.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <optional>

@@ -1,4 +1,5 @@
 // Input shaping: a command that excites no vibration, as a weighted sum of delayed copies of itself.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <string>

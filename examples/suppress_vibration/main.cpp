@@ -5,6 +5,7 @@
 //   input_shaper.cpp    its shaped copy: delayed copies, sampled at their exact times, in a weighted sum
 //   weighted_blend.cpp  validated parameters, a ramped weight, the blend of the move and of its tail
 //   demonstration.cpp   the commands side by side, on the machine that flexible_joint.cpp solves exactly
+// SPDX-License-Identifier: Apache-2.0
 #include <fmt/core.h>
 
 #include <CLI/CLI.hpp>

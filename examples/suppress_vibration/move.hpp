@@ -1,4 +1,5 @@
 // The rest-to-rest move that the demonstration commands.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <string>

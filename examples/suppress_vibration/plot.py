@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: Apache-2.0
 """Draws what suppress_vibration wrote: the commands, the swinging that they cause, and how robust they are.
 
 The picture in docs/ is made from the built-in move, after ./scripts/test or ./scripts/demo has built the program:

@@ -1,4 +1,5 @@
 // One vibration mode of a machine, as a shaper models it and as a flexible joint has it.
+// SPDX-License-Identifier: Apache-2.0
 #include "vibration_mode.hpp"
 
 #include <cmath>

@@ -1,4 +1,5 @@
 // From the raw command to its shaped copy: the ramped weight, the blend of the move and the blend of the tail.
+// SPDX-License-Identifier: Apache-2.0
 #include "weighted_blend.hpp"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // From the raw command to its shaped copy: the ramped weight, the blend of the move and the blend of the tail.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "velmora/native/array_types.hpp"

@@ -1,4 +1,5 @@
 // Between Python's objects and the library's types: the one place for every kind of argument and result.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <nanobind/nanobind.h>

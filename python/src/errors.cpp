@@ -1,4 +1,5 @@
 // The library's exception becomes `velmora.InvalidArgumentError`; std::bad_alloc becomes MemoryError by nanobind.
+// SPDX-License-Identifier: Apache-2.0
 #include <nanobind/nanobind.h>
 #include <nanobind/stl/optional.h>
 #include <nanobind/stl/string.h>

@@ -1,4 +1,5 @@
 // The classes JointStateBox and JointStateLimits.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/util/timing/limits.hpp"
 
 #include <nanobind/nanobind.h>

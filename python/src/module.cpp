@@ -1,4 +1,5 @@
 // The extension module: every binding file registers its part here, classes before the functions that take them.
+// SPDX-License-Identifier: Apache-2.0
 #include <nanobind/nanobind.h>
 
 #include "register.hpp"

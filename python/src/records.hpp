@@ -1,4 +1,5 @@
 // What the small immutable records have in common: copies, pickles and the text that shows them.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <nanobind/nanobind.h>

@@ -4,6 +4,7 @@
 // it. The linker sends the calls of malloc and free within this extension, and no others, through the functions below
 // (`--wrap`). A kept block is an ordinary block of the process's allocator, whichever that is, so that it does not
 // matter who frees it.
+// SPDX-License-Identifier: Apache-2.0
 #include <malloc.h>
 #include <nanobind/nanobind.h>
 

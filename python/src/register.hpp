@@ -1,4 +1,5 @@
 // What each binding file adds to the module `velmora._core`: one function per file, called once by module.cpp.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <nanobind/nanobind.h>

@@ -1,4 +1,5 @@
 // Sampling at given times, resampling onto a regular grid, and the names of their options.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/util/timing/resampling.hpp"
 
 #include <nanobind/nanobind.h>

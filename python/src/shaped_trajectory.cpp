@@ -1,4 +1,5 @@
 // The class ShapedTrajectory.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/native/shaped_trajectory.hpp"
 
 #include <nanobind/nanobind.h>

@@ -1,4 +1,5 @@
 // A trajectory that Python threads may share: first calls of its accessors are guarded.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <array>

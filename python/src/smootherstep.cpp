@@ -1,4 +1,5 @@
 // The smooth ramp, of a number or of every element of an array.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/util/smootherstep.hpp"
 
 #include <nanobind/nanobind.h>

@@ -1,4 +1,5 @@
 // The class JointTrajectory.
+// SPDX-License-Identifier: Apache-2.0
 #include <nanobind/nanobind.h>
 #include <nanobind/stl/unique_ptr.h>
 

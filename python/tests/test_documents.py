@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The console blocks of the documents, run as a reader would run them, with the output they show."""
 
 import doctest

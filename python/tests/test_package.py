@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What every user meets first: names, version, enumerations."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Time-sampled joint-space trajectories and vibration-shaping blends on numpy arrays."""
 
 from velmora._core import (

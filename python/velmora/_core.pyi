@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The compiled part of velmora; import its names from `velmora`."""
 
 from typing import ClassVar, SupportsIndex, overload

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The two enumerations of resampling; their values are those of the C++ interface."""
 
 from __future__ import annotations

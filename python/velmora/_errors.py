@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The exception of the library."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """`JointTrajectory.resample`: the library's resampling, and two ways to ask for it that C++ lacks."""
 
 from __future__ import annotations

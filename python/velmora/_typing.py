@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Types of the public signatures; nothing here exists at run time for a program that does not ask for it."""
 
 from __future__ import annotations

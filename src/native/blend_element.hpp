@@ -1,4 +1,5 @@
 // The one rule by which two values are mixed.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "native/row_lanes.hpp"

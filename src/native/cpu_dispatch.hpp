@@ -1,5 +1,6 @@
 // Runs a kernel compiled for AVX2 and FMA where the processor has them, else the same kernel compiled for any
 // processor.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "native/exact_arithmetic.hpp"

@@ -1,4 +1,5 @@
 // The library's half of the link-time tag; here the record must be met exactly, not merely be compatible.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/native/eigen_abi.hpp"
 
 namespace velmora::native {

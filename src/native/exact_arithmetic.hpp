@@ -1,4 +1,5 @@
 // Stops sources of the library from being compiled under flags that loosen floating-point arithmetic.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <cfloat>

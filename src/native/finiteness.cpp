@@ -1,4 +1,5 @@
 // The finiteness rule of arrays.
+// SPDX-License-Identifier: Apache-2.0
 #include "native/finiteness.hpp"
 
 #include "native/cpu_dispatch.hpp"

@@ -1,4 +1,5 @@
 // The two finiteness rules: one for scalars, one for arrays.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <cmath>

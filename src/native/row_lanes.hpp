@@ -1,4 +1,5 @@
 // Vectors of four doubles, and the loops over the joints of a row in such vectors.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // Equality of matrix shapes.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "velmora/native/array_types.hpp"

@@ -1,4 +1,5 @@
 // The throw site that all checks share.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <string>

@@ -1,4 +1,5 @@
 // The smooth ramp from 0 to 1.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/util/smootherstep.hpp"
 
 #include <cmath>

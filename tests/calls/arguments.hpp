@@ -1,4 +1,5 @@
 // The arguments of a call, condensed.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <cstdint>

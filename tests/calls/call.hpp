@@ -1,4 +1,5 @@
 // One call of an exported routine with all of its arguments, as data that library and reference can both be given.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <array>

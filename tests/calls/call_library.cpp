@@ -1,4 +1,5 @@
 // Makes a call in the library.
+// SPDX-License-Identifier: Apache-2.0
 #include "calls/call_library.hpp"
 
 #include <new>

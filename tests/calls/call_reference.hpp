@@ -1,4 +1,5 @@
 // Makes a call in the reference.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "calls/call.hpp"

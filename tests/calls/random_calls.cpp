@@ -1,4 +1,5 @@
 // Random calls of every exported routine, by family; the same on every machine and with every compiler.
+// SPDX-License-Identifier: Apache-2.0
 #include "calls/random_calls.hpp"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // What a call gave: arrays or a failure, comparable and condensable bit by bit.
+// SPDX-License-Identifier: Apache-2.0
 #include "calls/result.hpp"
 
 #include <algorithm>

@@ -1,5 +1,6 @@
 # shellcheck shell=bash
 # The steps of scripts/check-consumers, each of which prints a line; "work" is the folder with the installed copies.
+# SPDX-License-Identifier: Apache-2.0
 : "${work:?}"
 failures=0
 count=0

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs a build tree, moves the copy as binary packages are moved, and looks for paths that were baked in.
 #   install_and_move.sh CMAKE BUILD_DIR MOVED_TO
+# SPDX-License-Identifier: Apache-2.0
 set -euo pipefail
 cmake=$1 build_dir=$2 moved_to=$3
 installed_at=$moved_to.first

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Compiles a file under an older standard than the headers need: the sentence must come first and all but alone.
 #   refuses_older_standard.sh COMPILER FLAG... FILE
+# SPDX-License-Identifier: Apache-2.0
 set -euo pipefail
 if output=$("$@" -fsyntax-only 2>&1); then
   echo "compiled under an older standard"

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Preprocesses every source of the library that computes or checks numbers under a flag that must not be there.
 #   sources_refuse.sh SOURCE_FOLDER COMPILER FLAG...
+# SPDX-License-Identifier: Apache-2.0
 set -euo pipefail
 source_folder=$1
 shift

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Checks that the pages show no code that nothing runs, and quote of the C++ library no long number or message but those
 # that a snippet asserts.
 import pathlib

@@ -1,4 +1,5 @@
 // The CSV writer of the examples: exact numbers, and whole files or none.
+// SPDX-License-Identifier: Apache-2.0
 #include "csv_output.hpp"
 
 #include <gtest/gtest.h>

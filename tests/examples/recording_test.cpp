@@ -1,4 +1,5 @@
 // The CSV reader of the examples: what it accepts, and the message for everything else.
+// SPDX-License-Identifier: Apache-2.0
 #include "recording.hpp"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
 // resample_recording from end to end: its output is the library's result, and its failures leave no file.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 

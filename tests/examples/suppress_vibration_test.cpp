@@ -1,4 +1,5 @@
 // suppress_vibration: its shapers, its machine against closed forms, the figures that it reports, and the program.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 

@@ -1,4 +1,5 @@
 // A folder of its own for every test, and whole files in and out of it.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
 # Compares the dynamic symbols of LIBRARY, as NM prints them, with the lists beside this file: run with cmake -P.
+# SPDX-License-Identifier: Apache-2.0
 cmake_minimum_required(VERSION 3.22)
 
 function(read_symbols result)

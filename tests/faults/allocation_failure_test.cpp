@@ -1,4 +1,5 @@
 // Every allocation of every routine fails once: std::bad_alloc comes out, arguments stay as they are, nothing leaks.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
 #include <new>

@@ -3,6 +3,7 @@
 // Eigen allocates by malloc, the standard library by operator new. The linker redirects the program's own calls of
 // malloc and its relatives to the functions below (--wrap), and operator new is replaced as the language allows.
 // Nothing of this reaches the C library or a sanitizer's runtime, so it also works under AddressSanitizer.
+// SPDX-License-Identifier: Apache-2.0
 #include "faults/failing_allocation.hpp"
 
 #include <cstdlib>

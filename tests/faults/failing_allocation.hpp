@@ -1,4 +1,5 @@
 // Lets an allocation of this program fail on demand, and counts what is allocated.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,5 @@
 // What holds where the caller has changed how the processor rounds, and what the library does to that state.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
 #include <cfenv>

@@ -1,5 +1,6 @@
 // Sizes whose products overflow, grids that no memory holds, and a process with little memory: a clear error, or the
 // right result.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/wait.h>

@@ -1,5 +1,6 @@
 // Matrices of more than 2^31 elements: indices are 64-bit throughout. Needs 17 GiB of address space and 5 GiB of
 // memory, so it is run by scripts/check-huge-arrays and not with the other tests.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
 #include <optional>

@@ -1,4 +1,5 @@
 # Runs `program` and compares what it prints with the file `expected`, line by line.
+# SPDX-License-Identifier: Apache-2.0
 execute_process(COMMAND ${program} OUTPUT_VARIABLE actual RESULT_VARIABLE status)
 if(NOT status EQUAL 0)
   message(FATAL_ERROR "${program} failed: ${status}")

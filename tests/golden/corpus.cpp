@@ -1,4 +1,5 @@
 // The golden corpus: thousands of calls made from seeds, condensed to one digest per routine and family.
+// SPDX-License-Identifier: Apache-2.0
 #include "golden/corpus.hpp"
 
 #include <iomanip>

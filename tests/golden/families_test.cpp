@@ -1,5 +1,6 @@
 // The corpus reaches what its families promise: both outcomes of every routine, and systems beyond the range of
 // doubles.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
 #include <string>

@@ -1,5 +1,6 @@
 // Prints the digests of the golden corpus as the library gives them.
 //   velmora_corpus [unsigned-zeros]     all zeros count as one, for an emulated processor that loses their sign
+// SPDX-License-Identifier: Apache-2.0
 #include <iostream>
 #include <string_view>
 

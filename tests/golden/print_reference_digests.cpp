@@ -1,4 +1,5 @@
 // Prints the digests of the golden corpus as the reference gives them.
+// SPDX-License-Identifier: Apache-2.0
 #include <iostream>
 
 #include "calls/call_reference.hpp"

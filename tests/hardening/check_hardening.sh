@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Reads from a built shared library, and from the commands that compiled it, that it is hardened.
 #   check_hardening.sh READELF LIBRARY COMPILE_COMMANDS
+# SPDX-License-Identifier: Apache-2.0
 set -euo pipefail
 readelf=$1 library=$2 commands=$3
 failed=0

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Writes a program that runs the example of every public header, each after the include of that header alone.
 
 write_examples.py FOLDER ROOT HEADER...    one source file per header, ROOT/HEADER, and a main function into FOLDER

@@ -1,4 +1,5 @@
 // The values, types and memory layout of what is bundled where the companion library is not installed.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
 #include <type_traits>

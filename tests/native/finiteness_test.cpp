@@ -1,4 +1,5 @@
 // The two finiteness rules.
+// SPDX-License-Identifier: Apache-2.0
 #include "native/finiteness.hpp"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
 // The exception type, as a caller of the shared library meets it.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/native/invalid_argument_error.hpp"
 
 #include <gtest/gtest.h>

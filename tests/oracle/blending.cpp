@@ -1,4 +1,5 @@
 // Reference for blending, the path coordinate and the tail blend.
+// SPDX-License-Identifier: Apache-2.0
 #include "oracle/blending.hpp"
 
 #include <Eigen/Core>

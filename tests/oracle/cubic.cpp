@@ -1,4 +1,5 @@
 // Reference for the not-a-knot cubic spline and for resampling by it.
+// SPDX-License-Identifier: Apache-2.0
 #include "oracle/cubic.hpp"
 
 #include <Eigen/Dense>

@@ -1,4 +1,5 @@
 // Reference for both differentiation schemes.
+// SPDX-License-Identifier: Apache-2.0
 #include "oracle/differentiation.hpp"
 
 #include <cmath>

@@ -1,4 +1,5 @@
 // Reference for both differentiation schemes.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <vector>

@@ -1,4 +1,5 @@
 // How the reference reports what a routine must report by an exception.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <optional>

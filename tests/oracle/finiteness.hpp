@@ -1,4 +1,5 @@
 // The two finiteness rules.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <vector>

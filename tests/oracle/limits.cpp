@@ -1,4 +1,5 @@
 // Reference for the checks of joint-state limits.
+// SPDX-License-Identifier: Apache-2.0
 #include "oracle/limits.hpp"
 
 #include "oracle/failure.hpp"

@@ -1,4 +1,5 @@
 // Reference for linear interpolation, sampling and resampling.
+// SPDX-License-Identifier: Apache-2.0
 #include "oracle/linear.hpp"
 
 #include <cmath>

@@ -1,4 +1,5 @@
 // Reference for the texts of the resampling options.
+// SPDX-License-Identifier: Apache-2.0
 #include "oracle/options.hpp"
 
 #include "oracle/failure.hpp"

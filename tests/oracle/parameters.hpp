@@ -1,4 +1,5 @@
 // Reference for the shaping parameters and the smooth ramp.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 namespace velmora::oracle {

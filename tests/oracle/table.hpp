@@ -1,4 +1,5 @@
 // Rows of numbers without any matrix library, so that the reference shares no arithmetic with what it judges.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <cstddef>

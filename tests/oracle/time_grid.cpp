@@ -1,4 +1,5 @@
 // Reference for the regular time grids.
+// SPDX-License-Identifier: Apache-2.0
 #include "oracle/time_grid.hpp"
 
 #include <cmath>

@@ -1,4 +1,5 @@
 // Reference for the trajectory record: checks, sample times, lazily computed derivatives and copies.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <optional>

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Compares what package.xml says of the package with what CMakeLists.txt says of the project."""
 import sys
 from xml.etree import ElementTree

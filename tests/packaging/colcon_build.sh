@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds the library in a robot workspace of its own with colcon, and uses the copy that the workspace installs.
 #   colcon_build.sh SOURCE_DIR WORKSPACE CONSUMER COMPILER
+# SPDX-License-Identifier: Apache-2.0
 set -euo pipefail
 source_dir=$1 workspace=$2 consumer=$3 compiler=$4
 name=velmora_shaper_trajectory

@@ -1,4 +1,5 @@
 // A plug-in that links the library: makes it throw, and catches by type what crossed the edge.
+// SPDX-License-Identifier: Apache-2.0
 #include <limits>
 #include <stdexcept>
 

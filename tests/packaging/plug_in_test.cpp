@@ -1,4 +1,5 @@
 // Errors are caught by type in a shared object that is loaded at run time and keeps its symbols to itself.
+// SPDX-License-Identifier: Apache-2.0
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 

@@ -1,4 +1,5 @@
 // What holds for any blend, and for derivatives of parabolas.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // What holds for any trajectory that is resampled or sampled.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // What holds for every time grid: where it ends, and that it increases.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // Randomized comparison of the routines behind the interface with the reference.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
 #include <algorithm>

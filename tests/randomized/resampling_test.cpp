@@ -1,4 +1,5 @@
 // Randomized comparison of sampling and resampling with the reference.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/util/timing/resampling.hpp"
 
 #include <gtest/gtest.h>

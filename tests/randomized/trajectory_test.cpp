@@ -1,4 +1,5 @@
 // Randomized comparison of the trajectory record, differences and limits with the reference.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
 #include <array>

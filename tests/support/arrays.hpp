@@ -1,4 +1,5 @@
 // Short ways to write arrays in tests and to convert them for the reference.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <initializer_list>

@@ -1,4 +1,5 @@
 // Comparison of arrays bit by bit.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
 // Comparison of the library's records with those of the reference.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <gtest/gtest.h>

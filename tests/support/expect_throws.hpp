@@ -1,4 +1,5 @@
 // Expectation that a call throws exactly one type with exactly one text.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <gtest/gtest.h>

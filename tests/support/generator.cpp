@@ -1,4 +1,5 @@
 // Random inputs that are the same on every machine and with every standard library.
+// SPDX-License-Identifier: Apache-2.0
 #include "support/generator.hpp"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // Outcomes of calls, values or errors, so that library and reference can be compared whole.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
 // Runs randomized cases, and reports the smallest one that fails.
+// SPDX-License-Identifier: Apache-2.0
 #include "support/random_cases.hpp"
 
 #include <algorithm>

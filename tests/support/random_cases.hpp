@@ -1,4 +1,5 @@
 // Runs randomized cases, and reports the smallest one that fails.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
 // Random trajectories and spacings for resampling.
+// SPDX-License-Identifier: Apache-2.0
 #include "support/resampling_cases.hpp"
 
 #include <array>

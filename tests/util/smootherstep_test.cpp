@@ -1,4 +1,5 @@
 // The smooth ramp.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/util/smootherstep.hpp"
 
 #include <gtest/gtest.h>

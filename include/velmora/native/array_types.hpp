@@ -1,4 +1,5 @@
 // The two array types of every signature.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "velmora/native/eigen_abi.hpp"

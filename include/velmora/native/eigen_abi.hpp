@@ -1,4 +1,5 @@
 // Stops the compilation of a caller whose Eigen would not fit the library's matrices.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "velmora/native/export.hpp"

@@ -1,4 +1,5 @@
 // What every header needs: C++17, and the mark of what a shared library exports; everything else is hidden.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #if __cplusplus < 201703L

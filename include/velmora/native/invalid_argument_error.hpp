@@ -1,4 +1,5 @@
 // The one exception type that this library throws.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <optional>

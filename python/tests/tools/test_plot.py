@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The pictures of `velmora plot`."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A user's program that touches every name: type checkers must be silent, and it must run."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A program full of wrong types: a type checker must complain about every line that is marked."""
 
 import numpy as np

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The rule by which names of columns say what they hold: times, or positions to efforts of a joint.
 
 A name is read from its end: a unit (``_deg``, ``[rad/s]``), a quantity (``_velocity``, ``.position``), and what is left

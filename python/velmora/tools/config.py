@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Options from a project's `velmora.toml`, and the account of where every value came from."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The errors of the command: what they mean for the exit code, and the shape of their messages."""
 
 from __future__ import annotations

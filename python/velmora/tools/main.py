@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The command `velmora`: finds a subcommand, runs it, and turns errors into messages and exit codes."""
 
 from __future__ import annotations

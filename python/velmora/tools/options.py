@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What a caller may say about reading and writing a file; immutable, so that they travel to other processes."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Outputs that appear whole or not at all: written beside the target, then renamed."""
 
 from __future__ import annotations

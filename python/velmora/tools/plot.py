@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Draws a recording with matplotlib, without a display: positions to jerks, before and after, gaps and limits."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What a file says about the joints of a robot: names, time stamps, values, and where each of them came from."""
 
 from __future__ import annotations

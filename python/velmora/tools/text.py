@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """How names, numbers and tables look in messages and reports."""
 
 from __future__ import annotations

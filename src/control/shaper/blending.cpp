@@ -1,4 +1,5 @@
 // Blending of raw and shaped sample arrays, and the arc length of a joint path.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/control/shaper/blending.hpp"
 
 #include <algorithm>

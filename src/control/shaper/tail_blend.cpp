@@ -1,4 +1,5 @@
 // The blend of a shaped tail with the raw endpoint held at rest.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/control/shaper/tail_blend.hpp"
 
 #include "native/throw_invalid_argument.hpp"

@@ -1,4 +1,5 @@
 // Resampling by a cubic spline.
+// SPDX-License-Identifier: Apache-2.0
 #include "util/timing/cubic_resampling.hpp"
 
 #include <optional>

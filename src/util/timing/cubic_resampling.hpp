@@ -1,4 +1,5 @@
 // Resampling by a cubic spline.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "velmora/util/timing/resampling.hpp"

@@ -1,4 +1,5 @@
 // Not-a-knot cubic splines through the rows of a matrix.
+// SPDX-License-Identifier: Apache-2.0
 #include "util/timing/cubic_spline.hpp"
 
 #include <array>

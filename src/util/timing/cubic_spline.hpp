@@ -1,4 +1,5 @@
 // Not-a-knot cubic splines through the rows of a matrix.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <cstdint>

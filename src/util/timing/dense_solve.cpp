@@ -1,4 +1,5 @@
 // The dense solve that defines, to the last bit, what a solve of the spline's system gives.
+// SPDX-License-Identifier: Apache-2.0
 #include "util/timing/dense_solve.hpp"
 
 #include <cmath>

@@ -1,4 +1,5 @@
 // Forward differences that keep one row per sample.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/util/timing/differentiation.hpp"
 
 #include "native/cpu_dispatch.hpp"

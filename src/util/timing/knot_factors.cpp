@@ -1,4 +1,5 @@
 // LU factors of the spline's system, without its zeros.
+// SPDX-License-Identifier: Apache-2.0
 #include "util/timing/knot_factors.hpp"
 
 #include <array>

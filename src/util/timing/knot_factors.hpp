@@ -1,4 +1,5 @@
 // LU factors of the spline's system, without its zeros.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "velmora/native/array_types.hpp"

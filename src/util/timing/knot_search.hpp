@@ -1,4 +1,5 @@
 // The step of sorted times that holds a given time.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "native/cpu_dispatch.hpp"

@@ -1,4 +1,5 @@
 // The linear system behind the not-a-knot cubic spline.
+// SPDX-License-Identifier: Apache-2.0
 #include "util/timing/knot_second_derivatives.hpp"
 
 #include <array>

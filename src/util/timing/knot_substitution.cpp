@@ -1,4 +1,5 @@
 // Forward and back substitution with the factors of the spline's system.
+// SPDX-License-Identifier: Apache-2.0
 #include "util/timing/knot_substitution.hpp"
 
 #include <array>

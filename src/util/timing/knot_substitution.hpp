@@ -1,4 +1,5 @@
 // Forward and back substitution with the factors of the spline's system.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "util/timing/knot_factors.hpp"

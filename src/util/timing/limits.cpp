@@ -1,4 +1,5 @@
 // Consistency of joint-state limits.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/util/timing/limits.hpp"
 
 #include <utility>

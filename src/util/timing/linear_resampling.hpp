@@ -1,4 +1,5 @@
 // Piecewise-linear evaluation of sampled rows, and resampling built on it.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "velmora/native/array_types.hpp"

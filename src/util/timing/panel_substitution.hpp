@@ -1,4 +1,5 @@
 // Forward and back substitution with LU factors, in a documented order of operations.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // The choice between the resampling methods.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/util/timing/resampling.hpp"
 
 #include <exception>

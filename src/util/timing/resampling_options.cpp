@@ -1,4 +1,5 @@
 // The texts of the resampling options.
+// SPDX-License-Identifier: Apache-2.0
 #include <string>
 
 #include "native/throw_invalid_argument.hpp"

@@ -1,4 +1,5 @@
 // Three-point differentiation on uneven sample times.
+// SPDX-License-Identifier: Apache-2.0
 #include "util/timing/three_point_derivative.hpp"
 
 #include <algorithm>

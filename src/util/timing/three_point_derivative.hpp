@@ -1,4 +1,5 @@
 // The derivative scheme behind the trajectory's velocities, accelerations and jerks.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "velmora/native/array_types.hpp"

@@ -1,4 +1,5 @@
 // Regular time grids between two times.
+// SPDX-License-Identifier: Apache-2.0
 #include "util/timing/time_grid.hpp"
 
 #include <algorithm>

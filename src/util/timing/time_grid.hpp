@@ -1,4 +1,5 @@
 // Regular time grids between two times.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <optional>

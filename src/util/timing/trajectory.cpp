@@ -1,4 +1,5 @@
 // The trajectory record: its invariants and its lazily computed derivatives.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/util/timing/trajectory.hpp"
 
 #include <cstdint>

@@ -1,4 +1,5 @@
 // The constructor's checks of sizes once more, for trajectories whose public fields were moved from or written to.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "velmora/native/array_types.hpp"

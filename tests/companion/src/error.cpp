@@ -1,4 +1,5 @@
 // The members of the stand-in's error, which the bundled one has inline.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/native/error.hpp"
 
 #include <chrono>

@@ -1,6 +1,7 @@
 // A caller of every exported function. Matrices are allocated on one side of the library's edge and freed, resized or
 // computed with on the other, in many sizes: where the two sides disagree about Eigen's allocator, this does not
 // survive.
+// SPDX-License-Identifier: Apache-2.0
 #include <cstdio>
 #include <cstdlib>
 #include <limits>

@@ -3,6 +3,7 @@
 # what its programs see with what they see without the flag.
 #   build_and_run.sh LIBRARY_SOURCE FOLDER COMPILER FLAG WAY KIND...
 # WAY: "flags" (CMAKE_CXX_FLAGS), "options" (add_compile_options), "toolchain" (a toolchain file); KIND: shared, static
+# SPDX-License-Identifier: Apache-2.0
 set -euo pipefail
 library=$1 folder=$2 compiler=$3 flag=$4 way=$5
 shift 5

@@ -1,5 +1,6 @@
 // What a caller sees whose flags loosen arithmetic: each line is an error's message, or the bits of a result. All of
 // them are those of the plain library, so the program itself computes nothing.
+// SPDX-License-Identifier: Apache-2.0
 #include <cstdint>
 #include <cstdio>
 #include <cstring>

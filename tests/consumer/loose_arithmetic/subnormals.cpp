@@ -1,4 +1,5 @@
 // A plain program that uses the library: subnormal numbers exist in it before and after, and in the library.
+// SPDX-License-Identifier: Apache-2.0
 #include <cmath>
 #include <cstdio>
 #include <limits>

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Compiles, links and runs the consumer with nothing but what pkg-config says of an installed copy.
 #   build_and_run.sh PREFIX FOLDER COMPILER [FLAG...]
+# SPDX-License-Identifier: Apache-2.0
 set -euo pipefail
 prefix=$1 folder=$2 compiler=$3
 shift 3

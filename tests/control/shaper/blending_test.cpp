@@ -1,4 +1,5 @@
 // Array blending and the joint path coordinate.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/control/shaper/blending.hpp"
 
 #include <gtest/gtest.h>

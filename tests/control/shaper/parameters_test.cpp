@@ -1,4 +1,5 @@
 // The validators of the shaping parameters.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/control/shaper/parameters.hpp"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
 // The blend of a shaped tail with the held raw endpoint.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/control/shaper/tail_blend.hpp"
 
 #include <gtest/gtest.h>

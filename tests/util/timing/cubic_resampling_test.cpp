@@ -1,4 +1,5 @@
 // The cubic path behind the exported routine.
+// SPDX-License-Identifier: Apache-2.0
 #include "util/timing/cubic_resampling.hpp"
 
 #include <gtest/gtest.h>

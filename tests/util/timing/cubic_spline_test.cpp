@@ -1,4 +1,5 @@
 // Not-a-knot cubic splines.
+// SPDX-License-Identifier: Apache-2.0
 #include "util/timing/cubic_spline.hpp"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
 // The exported forward differences.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/util/timing/differentiation.hpp"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,6 @@
 // The elimination of the spline's system, bit for bit against the dense solve that defines it, entry by entry and as a
 // whole, and against another dense solve.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
 #include <cmath>

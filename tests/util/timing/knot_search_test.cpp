@@ -1,4 +1,5 @@
 // The search for the interval that holds a time.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
 #include <algorithm>

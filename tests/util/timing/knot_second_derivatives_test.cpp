@@ -1,4 +1,5 @@
 // The linear system behind the spline, against a dense solve and against one in a wider type.
+// SPDX-License-Identifier: Apache-2.0
 #include "util/timing/knot_second_derivatives.hpp"
 
 #include <gtest/gtest.h>

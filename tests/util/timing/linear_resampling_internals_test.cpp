@@ -1,4 +1,5 @@
 // Linear interpolation of rows, and the linear path behind the exported routines.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
 #include <cmath>

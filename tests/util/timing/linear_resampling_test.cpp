@@ -1,4 +1,5 @@
 // Sampling at given times and resampling by the linear method, through the exported routines.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
 #include <optional>

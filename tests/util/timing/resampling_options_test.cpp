@@ -1,4 +1,5 @@
 // The texts of the resampling options.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
 #include <string>

@@ -1,4 +1,5 @@
 // The choice between the resampling methods, and cubic resampling through the exported routine.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/util/timing/resampling.hpp"
 
 #include <gtest/gtest.h>

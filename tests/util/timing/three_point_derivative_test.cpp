@@ -1,4 +1,5 @@
 // The derivative scheme of the trajectory.
+// SPDX-License-Identifier: Apache-2.0
 #include "util/timing/three_point_derivative.hpp"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
 // The regular time grids.
+// SPDX-License-Identifier: Apache-2.0
 #include "util/timing/time_grid.hpp"
 
 #include <gtest/gtest.h>

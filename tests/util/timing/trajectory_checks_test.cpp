@@ -1,4 +1,5 @@
 // The checks of the trajectory's constructor and their order.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
 #include <optional>

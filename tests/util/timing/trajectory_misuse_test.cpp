@@ -1,4 +1,5 @@
 // Trajectories whose public fields were moved from or written to: the constructor's sentences instead of a crash.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
 #include <exception>

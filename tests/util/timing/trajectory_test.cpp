@@ -1,4 +1,5 @@
 // The trajectory record: its fields, derivatives and copies.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/util/timing/trajectory.hpp"
 
 #include <gtest/gtest.h>

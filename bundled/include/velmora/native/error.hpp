@@ -1,4 +1,5 @@
 // The base class of the errors of this library family.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <optional>

@@ -1,4 +1,5 @@
 // The record in which the output of a vibration shaper travels.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "velmora/native/array_types.hpp"

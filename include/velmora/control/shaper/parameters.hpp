@@ -1,4 +1,5 @@
 // Validation of the parameters that steer a vibration-shaping blend.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "velmora/native/export.hpp"

@@ -1,4 +1,5 @@
 // The blend of a shaped tail with the raw endpoint held at rest.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "velmora/native/array_types.hpp"

@@ -1,4 +1,5 @@
 // Forward differences that keep one row per sample.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "velmora/native/array_types.hpp"

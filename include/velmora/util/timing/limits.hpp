@@ -1,4 +1,5 @@
 // Admissible joint states: per-joint intervals for position, velocity, acceleration and jerk.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <optional>

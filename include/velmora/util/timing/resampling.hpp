@@ -1,4 +1,5 @@
 // Sampling a trajectory at given times and resampling it onto a regular time grid.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <string_view>

@@ -1,4 +1,5 @@
 // The trajectory record: positions and sample times, with derivatives computed on request.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <optional>

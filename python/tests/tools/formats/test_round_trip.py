@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What is written is read again: the same bits, each column in its role, and the same bytes when it is written again."""
 
 from pathlib import Path

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A browser, and reports opened in it."""
 
 from __future__ import annotations

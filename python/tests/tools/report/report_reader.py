@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Reads the curves out of a report again, value by value: a plain reader to compare with."""
 
 from __future__ import annotations

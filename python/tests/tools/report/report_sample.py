@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Data for reports: a robot's motion with exact derivatives, uneven samples, gaps, spikes, limits that are violated."""
 
 from __future__ import annotations

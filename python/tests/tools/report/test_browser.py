@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The report in a real browser: it draws, asks for nothing, follows pointer, keys and fingers, and has no barriers."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Buckets against plain loops."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What is written is read again by a plain reader."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Peaks and what is kept sample by sample."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Pieces of HTML."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The file as a whole: its size, its bytes, what is in it, and that nothing gets out of its place."""
 
 from __future__ import annotations

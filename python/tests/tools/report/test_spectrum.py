@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The spectrum of the jerk, by signals whose spectrum is known."""
 
 from __future__ import annotations

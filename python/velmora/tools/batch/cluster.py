@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Runs tasks on an existing Dask cluster, whose workers must have the same version and reach the same files."""
 
 from __future__ import annotations

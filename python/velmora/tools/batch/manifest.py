@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The record of what is done, by which an interrupted run goes on."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Many files at once: processes here or a cluster, resuming, progress, and the table of what became of each."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Which files are meant, and what their outputs are called."""
 
 from __future__ import annotations

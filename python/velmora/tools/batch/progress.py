@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A bar over all files on standard error, on a terminal only."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The table of what became of each of many files."""
 
 from __future__ import annotations

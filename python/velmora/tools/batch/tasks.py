@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """One file's worth of work: what goes to a worker, and what comes back."""
 
 from __future__ import annotations

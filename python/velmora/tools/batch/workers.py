@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Runs tasks in processes of this machine, of which any may die at any time.
 
 The processes are started anew, not forked, so that it does not matter which threads the caller has or whether its main

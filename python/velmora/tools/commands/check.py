@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """velmora check: recordings beside the limits of a robot; a gate for scripts."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What commands share: options for many files, running them, and showing what became of them."""
 
 from __future__ import annotations

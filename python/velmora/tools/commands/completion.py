@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """velmora completion: the completion of commands and options for a shell."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """velmora convert: a recording in another format, the same numbers to the last bit."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What plots and reports are made of: a recording, what it was resampled to, and its limits."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """velmora info: what a recording holds and what is wrong with it."""
 
 from __future__ import annotations

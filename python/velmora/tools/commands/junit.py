@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The results of checks as JUnit XML, which build servers show."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """velmora plot: a picture of a recording."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The options that say how files are read and what may be mended, the same for every command."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """velmora report: one HTML file that opens in a browser."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """velmora resample: recordings onto a regular time grid."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The options of resampling, the same for the commands that resample."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Readers and writers of recordings: which format a name means, and the way to its module."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Bytes of a file, wherever it is and however it is compressed, with a bound on what may come out of it."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Recordings from Arrow's columns: matrices filled batch by batch, stamps exact whatever the column's type."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What Arrow's types say about columns, and the columns that are written, shared by Parquet and Feather."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Recognises how a text writes its table: separator, decimal mark, header, comments."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Reads CSV, TSV and tables of blanks: whatever the dialect, the bytes are brought into the form that Arrow reads exactly."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Writes CSV and TSV: a header, shortest numbers that read back to the same bits, lines ended by a line feed."""
 
 from __future__ import annotations

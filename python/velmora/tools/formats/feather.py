@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Reads and writes Feather (Arrow's file format)."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Reads and writes NPZ: arrays `time`, `positions` and so on, by name; never a pickle."""
 
 from __future__ import annotations

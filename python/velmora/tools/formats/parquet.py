@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Reads and writes Parquet in row groups, so that a file takes little more memory than its numbers."""
 
 from __future__ import annotations

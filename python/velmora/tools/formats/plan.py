@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Decides what each column of a table is for: the clock, a quantity of a joint, or nothing."""
 
 from __future__ import annotations

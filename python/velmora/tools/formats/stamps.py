@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Turns the numbers of a clock into stamps: whole nanoseconds where they are, otherwise seconds.
 
 The unit comes from the options, the column's name or its type; otherwise the numbers must tell it: epoch times by their

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Stamps in text: read and written to the last digit, as decimal numbers where doubles are too coarse."""
 
 from __future__ import annotations

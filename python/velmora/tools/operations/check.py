@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Holds a recording against limits: worst values, ratios, and the spans in which a limit is violated."""
 
 from __future__ import annotations

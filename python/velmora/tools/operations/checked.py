@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Makes a recording, which may hold anything, fit for the library: finite, with increasing times."""
 
 from __future__ import annotations

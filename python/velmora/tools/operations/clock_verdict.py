@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The verdict on a recording's clock: even or not, gaps, stamps that repeat or fall, two clocks mixed."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What a recording holds, as an object for JSON: the content of `velmora info` and the head of every report."""
 
 from __future__ import annotations

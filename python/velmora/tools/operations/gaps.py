@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Gaps: steps between samples that are too long to be the clock's own unevenness."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Limits of joints as they stand in a file, each with the line that it comes from."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Limits from a table: a row per joint, a column per bound."""
 
 from __future__ import annotations

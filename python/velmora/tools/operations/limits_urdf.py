@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Limits from the URDF of a robot: positions and velocities; there are no accelerations in it."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Limits from the `joint_limits.yaml` of a motion planner."""
 
 from __future__ import annotations

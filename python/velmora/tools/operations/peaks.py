@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The largest velocity, acceleration and jerk of every joint, and when they occur."""
 
 from __future__ import annotations

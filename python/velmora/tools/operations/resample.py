@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Puts a recording onto a regular time grid whose size is known before it is made."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A guard against wrong units: a gate that compares degrees with radians lets everything or nothing pass."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The report that people look at: one HTML file that needs nothing else."""
 
 from velmora.tools.report.data import (

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The visible part of a report: what it says, in the order in which it is read."""
 
 from __future__ import annotations

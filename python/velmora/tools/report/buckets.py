@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Runs of samples that a report draws as one: as narrow as its size allows, single samples around what matters.
 
 Every bucket keeps its smallest and its largest value, so no peak is lost at any width. Buckets are uniform except

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What a report shows: plain records over numpy arrays, filled in by the commands."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Numbers as compact text: quantised, differenced, split into planes of bytes, deflated, in base64.
 
 `assets/decode.js` reads what is written here, array by array in the same order.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Where a trajectory is worth looking at: its peaks, its violations, its gaps."""
 
 from __future__ import annotations

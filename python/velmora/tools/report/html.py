@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Pieces of HTML. Whatever comes from a file or a command line passes through `escaped`."""
 
 from __future__ import annotations

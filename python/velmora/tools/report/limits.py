@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What lies outside of limits, by the rule of `velmora check`."""
 
 from __future__ import annotations

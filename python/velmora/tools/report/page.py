@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Puts a report together: one HTML file with its style, its program, the plotting library and the data in it."""
 
 from __future__ import annotations

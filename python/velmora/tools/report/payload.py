@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The curves of a report as one compact text, as detailed as the room for it allows.
 
 `assets/decode.js` reads it in the same order.

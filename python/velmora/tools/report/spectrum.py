@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Amplitude spectral density of the jerk: where in frequency a trajectory excites the arm.
 
 Averaged periodograms of overlapping segments under a Hann window (P. D. Welch, IEEE Trans. Audio Electroacoust. 15 (2),

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The tables of a report: what is exact stands in them, in full precision of the data where curves are rounded."""
 
 from __future__ import annotations

@@ -1,4 +1,5 @@
 // One chart: uPlot draws axes, grid, curves and the pointer; bands of limits, violations and gaps are drawn beside them.
+// SPDX-License-Identifier: Apache-2.0
 
 const CHART_HEIGHT = 210;
 

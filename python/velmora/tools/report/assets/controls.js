@@ -1,4 +1,5 @@
 // Keys, fingers and wheel on a chart.
+// SPDX-License-Identifier: Apache-2.0
 
 function listenTo(page, chart) {
   const over = chart.plot.over;

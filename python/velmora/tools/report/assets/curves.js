@@ -1,4 +1,5 @@
 // Curves from buckets: the path on the canvas, the range of the values in view, the value at a time.
+// SPDX-License-Identifier: Apache-2.0
 
 // First index whose entry is greater than `value`.
 function upperBound(sorted, value) {

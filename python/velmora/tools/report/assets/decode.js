@@ -1,4 +1,5 @@
 // Reads the numbers of the page, array by array in the order in which encode.py and payload.py wrote them.
+// SPDX-License-Identifier: Apache-2.0
 
 const BLOCK = 512;
 const MISSING = 65535;

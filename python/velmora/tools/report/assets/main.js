@@ -1,4 +1,5 @@
 // Builds the page from its data.
+// SPDX-License-Identifier: Apache-2.0
 
 const SHORT = { positions: "pos", velocities: "vel", accelerations: "acc", jerks: "jerk" };
 

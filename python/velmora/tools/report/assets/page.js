@@ -1,4 +1,5 @@
 // State of the page: which joints and tracks are shown, which span of time is in view; every change goes through here.
+// SPDX-License-Identifier: Apache-2.0
 
 const NARROWEST = 8; // steps between samples that still fill the view
 

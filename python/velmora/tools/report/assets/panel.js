@@ -1,4 +1,5 @@
 // The table of joints: switches, and the values under the pointer.
+// SPDX-License-Identifier: Apache-2.0
 
 function cell(row, text, tag = "td", className = "") {
   const element = document.createElement(tag);

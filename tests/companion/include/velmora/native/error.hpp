@@ -1,4 +1,5 @@
 // The stand-in's error: compiled into its library, with more categories and more content than the bundled one.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,5 @@
 // The stand-in's record: more members than the bundled one, in another order, and a constructor with defaults.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <Eigen/Core>
