@@ -12,29 +12,86 @@ from typing import NamedTuple
 
 import numpy as np
 from numpy.typing import NDArray
-
 from velmora.tools.recording import QUANTITIES, Column, Recording
 from velmora.tools.text import printable
 
-TIME_NAMES = ("time", "times", "t", "timestamp", "timestamps", "stamp", "stamps", "elapsed", "elapsedtime",
-              "timefromstart", "timesincestart", "rostime", "clock")
-TIME_UNITS = {"s": "s", "sec": "s", "secs": "s", "second": "s", "seconds": "s",
-              "ms": "ms", "msec": "ms", "millis": "ms", "milliseconds": "ms",
-              "us": "us", "usec": "us", "micros": "us", "microseconds": "us", "\u00b5s": "us", "\u03bcs": "us",
-              "ns": "ns", "nsec": "ns", "nanos": "ns", "nanoseconds": "ns"}
+TIME_NAMES = (
+    "time",
+    "times",
+    "t",
+    "timestamp",
+    "timestamps",
+    "stamp",
+    "stamps",
+    "elapsed",
+    "elapsedtime",
+    "timefromstart",
+    "timesincestart",
+    "rostime",
+    "clock",
+)
+TIME_UNITS = {
+    "s": "s",
+    "sec": "s",
+    "secs": "s",
+    "second": "s",
+    "seconds": "s",
+    "ms": "ms",
+    "msec": "ms",
+    "millis": "ms",
+    "milliseconds": "ms",
+    "us": "us",
+    "usec": "us",
+    "micros": "us",
+    "microseconds": "us",
+    "\u00b5s": "us",
+    "\u03bcs": "us",
+    "ns": "ns",
+    "nsec": "ns",
+    "nanos": "ns",
+    "nanoseconds": "ns",
+}
 SECOND_NAMES = ("sec", "secs", "seconds")
 NANOSECOND_NAMES = ("nsec", "nsecs", "nanosec", "nanosecs", "nanoseconds")
 # Columns that count or label rows; they hold no joint unless --joints asks for them.
-BOOKKEEPING = ("", "index", "unnamed: 0", "frame_index", "episode_index", "task_index", "episode", "episode_id",
-               "seq", "sequence", "frame", "frame_id", "row", "step", "sample", "done", "reward")
+BOOKKEEPING = (
+    "",
+    "index",
+    "unnamed: 0",
+    "frame_index",
+    "episode_index",
+    "task_index",
+    "episode",
+    "episode_id",
+    "seq",
+    "sequence",
+    "frame",
+    "frame_id",
+    "row",
+    "step",
+    "sample",
+    "done",
+    "reward",
+)
 # The word that the tool writes after a joint's name, for each quantity.
-WRITTEN_WORDS = dict(zip(QUANTITIES, ("position", "velocity", "acceleration", "jerk", "effort")))
+WRITTEN_WORDS = dict(zip(QUANTITIES, ("position", "velocity", "acceleration", "jerk", "effort"), strict=True))
 _WORDS = {
-    "position": "positions", "positions": "positions", "pos": "positions",
-    "velocity": "velocities", "velocities": "velocities", "vel": "velocities",
-    "acceleration": "accelerations", "accelerations": "accelerations", "accel": "accelerations", "acc": "accelerations",
-    "jerk": "jerks", "jerks": "jerks",
-    "effort": "efforts", "efforts": "efforts", "torque": "efforts", "torques": "efforts",
+    "position": "positions",
+    "positions": "positions",
+    "pos": "positions",
+    "velocity": "velocities",
+    "velocities": "velocities",
+    "vel": "velocities",
+    "acceleration": "accelerations",
+    "accelerations": "accelerations",
+    "accel": "accelerations",
+    "acc": "accelerations",
+    "jerk": "jerks",
+    "jerks": "jerks",
+    "effort": "efforts",
+    "efforts": "efforts",
+    "torque": "efforts",
+    "torques": "efforts",
 }
 _ANY_WORD = "|".join(sorted(_WORDS, key=len, reverse=True))
 _ANGLE = r"(?:rad|radians|deg|degrees|\u00b0)"
@@ -124,20 +181,26 @@ def written_columns(recording: Recording, quantities: tuple[str, ...], lists: bo
 
     A column keeps its name where that name alone says what it holds; `lists` keeps columns of lists together.
     """
-    present = [quantity for quantity in QUANTITIES if quantity in quantities and getattr(recording, quantity) is not None]
+    present = [
+        quantity for quantity in QUANTITIES if quantity in quantities and getattr(recording, quantity) is not None
+    ]
     joints = set(recording.joints)
     order: list[Column] = []
     for column in recording.layout.columns:
         kept = column.joint in joints and column.quantity in present
-        if kept or column.quantity == "time" and recording.stamps is not None:
+        if kept or (column.quantity == "time" and recording.stamps is not None):
             order.append(column if lists else column._replace(element=None))
     if recording.stamps is not None and not any(column.quantity == "time" for column in order):
         order.insert(0, Column("", "time"))
     have = {(column.quantity, column.joint) for column in order}
     in_file = {quantity for quantity, _ in have}
-    order += [Column("", quantity, joint) for quantity in present for place, joint in enumerate(recording.joints)
-              if (quantity, joint) not in have
-              and not (quantity in in_file and _all_missing(getattr(recording, quantity)[:, place]))]
+    order += [
+        Column("", quantity, joint)
+        for quantity in present
+        for place, joint in enumerate(recording.joints)
+        if (quantity, joint) not in have
+        and not (quantity in in_file and _all_missing(getattr(recording, quantity)[:, place]))
+    ]
     taken: set[str] = set()
     columns = []
     for column in order:

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What is written is read again: the same bits, each column in its role, and the same bytes when it is written again."""
+"""What is written is read again: the same bits, each column in its role, the same bytes when written again."""
 
 from pathlib import Path
 
@@ -7,7 +7,6 @@ import numpy as np
 import pytest
 from hypothesis import given, settings
 from hypothesis import strategies as st
-
 from velmora.tools.columns import Meaning, clean, meaning, written_name
 from velmora.tools.formats import read, write
 from velmora.tools.options import ReadOptions, WriteOptions
@@ -18,8 +17,14 @@ SUFFIXES = (*TABLES, ".npz")
 EPOCH_NS = 1_700_000_000_123_456_789
 
 
-def make(stamps: Stamps | None, joints: tuple[str, ...] = ("shoulder", "elbow"), samples: int = 5, *,
-         derivatives: bool = True, seed: int = 1) -> Recording:
+def make(
+    stamps: Stamps | None,
+    joints: tuple[str, ...] = ("shoulder", "elbow"),
+    samples: int = 5,
+    *,
+    derivatives: bool = True,
+    seed: int = 1,
+) -> Recording:
     random = np.random.default_rng(seed)
     shape = (samples, len(joints))
 
@@ -27,8 +32,17 @@ def make(stamps: Stamps | None, joints: tuple[str, ...] = ("shoulder", "elbow"),
         return random.normal(size=shape) * 10.0 ** random.integers(-300, 300, shape)
 
     given_ = {quantity: values() if derivatives else None for quantity in QUANTITIES[1:]}
-    return Recording("made", joints, stamps, values(), **given_, rows=np.arange(1, samples + 1), missing=None, notes=(),
-                     layout=Layout(""))
+    return Recording(
+        "made",
+        joints,
+        stamps,
+        values(),
+        **given_,
+        rows=np.arange(1, samples + 1),
+        missing=None,
+        notes=(),
+        layout=Layout(""),
+    )
 
 
 def assert_same(first: Recording, second: Recording) -> None:
@@ -46,14 +60,18 @@ def assert_same(first: Recording, second: Recording) -> None:
 
 
 @pytest.mark.parametrize("suffix", SUFFIXES)
-@pytest.mark.parametrize("stamps", [
-    Stamps(np.array([0, 1_000_000, 2_000_000, 3_000_001, 9_000_000_000]), "s"),
-    Stamps(EPOCH_NS + np.arange(5) * 1_000_003, "s"),
-    Stamps(EPOCH_NS + np.arange(5) * 1_000_003, "ns"),
-    Stamps(np.arange(-2, 3) * 4_000_000, "ms"),
-    Stamps((1_700_000_000_000_000 + np.arange(5) * 1_001) * 1_000, "us"),
-    Stamps(np.arange(5) / 3.0, "s"),
-], ids=["whole", "epoch", "epoch_ns", "ms", "epoch_us", "thirds"])
+@pytest.mark.parametrize(
+    "stamps",
+    [
+        Stamps(np.array([0, 1_000_000, 2_000_000, 3_000_001, 9_000_000_000]), "s"),
+        Stamps(EPOCH_NS + np.arange(5) * 1_000_003, "s"),
+        Stamps(EPOCH_NS + np.arange(5) * 1_000_003, "ns"),
+        Stamps(np.arange(-2, 3) * 4_000_000, "ms"),
+        Stamps((1_700_000_000_000_000 + np.arange(5) * 1_001) * 1_000, "us"),
+        Stamps(np.arange(5) / 3.0, "s"),
+    ],
+    ids=["whole", "epoch", "epoch_ns", "ms", "epoch_us", "thirds"],
+)
 def test_every_bit_survives(tmp_path: Path, suffix: str, stamps: Stamps) -> None:
     recording = make(stamps)
     path = tmp_path / f"first{suffix}"
@@ -132,7 +150,9 @@ def test_every_name_can_be_written(name: str, quantity: str) -> None:
 
 @settings(deadline=None, max_examples=60)
 @given(names=st.lists(st.text(min_size=1, max_size=12), min_size=1, max_size=5), suffix=st.sampled_from(TABLES))
-def test_any_joints_come_back_in_their_roles(tmp_path_factory: pytest.TempPathFactory, names: list[str], suffix: str) -> None:
+def test_any_joints_come_back_in_their_roles(
+    tmp_path_factory: pytest.TempPathFactory, names: list[str], suffix: str
+) -> None:
     joints = tuple(dict.fromkeys(filter(None, map(clean, names))))
     if not joints:
         return
@@ -142,10 +162,20 @@ def test_any_joints_come_back_in_their_roles(tmp_path_factory: pytest.TempPathFa
     assert_same(recording, read(path, ReadOptions())[0])
 
 
-@pytest.mark.parametrize("joints", [
-    ("time", "t", "index", ""), ("wheel_velocity", "wheel"), ("a", "a_velocity"), ("q_deg", "q"), ("seq", "row"),
-    ("#1", "%2", "//3"), ("a,b", 'say "x"', "c;d", "e\tf"), ("/arm/j1/position", "j1"), ("position_1", "sec", "nanosec"),
-])
+@pytest.mark.parametrize(
+    "joints",
+    [
+        ("time", "t", "index", ""),
+        ("wheel_velocity", "wheel"),
+        ("a", "a_velocity"),
+        ("q_deg", "q"),
+        ("seq", "row"),
+        ("#1", "%2", "//3"),
+        ("a,b", 'say "x"', "c;d", "e\tf"),
+        ("/arm/j1/position", "j1"),
+        ("position_1", "sec", "nanosec"),
+    ],
+)
 @pytest.mark.parametrize("suffix", TABLES)
 def test_treacherous_names(tmp_path: Path, joints: tuple[str, ...], suffix: str) -> None:
     joints = tuple(clean(joint) for joint in joints if clean(joint))

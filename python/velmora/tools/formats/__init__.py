@@ -10,6 +10,7 @@ from contextlib import contextmanager
 from typing import IO, TYPE_CHECKING, cast
 
 from velmora.tools.errors import DataError, UsageError
+from velmora.tools.formats.addresses import local_path
 from velmora.tools.text import nearest, quoted
 
 if TYPE_CHECKING:
@@ -25,10 +26,15 @@ FORMATS = {
     "parquet": (".parquet", ".pq"),
     "feather": (".feather", ".arrow"),
     "npz": (".npz",),
+    "mcap": (".mcap", ".mcap.zstd"),
+    "sqlite3": (".db3", ".db3.zstd"),
+    "bag": (".bag",),
+    "rosbag2": (),
 }
+_READ_ONLY = ("sqlite3", "bag")
 _TEXT = ("csv", "tsv")
 _TABLES = (*_TEXT, "parquet", "feather")
-_READERS = {"csv": "csv_reader", "tsv": "csv_reader"}
+_READERS = {"csv": "csv_reader", "tsv": "csv_reader", "mcap": "bag", "sqlite3": "bag", "rosbag2": "bag"}
 _COMPRESSED = (".gz", ".zst")
 
 
@@ -39,8 +45,14 @@ def suffixes() -> tuple[str, ...]:
 
 
 def is_recording(path: str) -> bool:
-    """Whether the name is that of a recording."""
-    return _format_by_name(path) is not None
+    """Whether the name is that of a recording; a folder is one if it holds a bag."""
+    return _format_by_name(path) is not None or _is_bag_folder(path)
+
+
+def _is_bag_folder(path: str) -> bool:
+    return os.path.isdir(path) and any(
+        name == "metadata.yaml" or name.endswith((".mcap", ".db3")) for name in os.listdir(path)
+    )
 
 
 def _format_by_name(path: str) -> str | None:
@@ -55,15 +67,19 @@ def _format_by_name(path: str) -> str | None:
 def _format(path: str, said: str | None) -> str:
     if said is not None:
         if said not in FORMATS:
-            raise UsageError(f"{path}: no format is called {quoted(said)}{nearest(said, FORMATS)}; there are "
-                             f"{', '.join(FORMATS)}; --format")
+            raise UsageError(
+                f"{path}: no format is called {quoted(said)}{nearest(said, FORMATS)}; there are "
+                f"{', '.join(FORMATS)}; --format"
+            )
         return said
     if path == "-":
         return "csv"
-    found = _format_by_name(path)
+    found = "rosbag2" if _is_bag_folder(local_path(path)) else _format_by_name(path)
     if found is None:
-        raise UsageError(f"{path}: the name does not end as that of a known format; {', '.join(suffixes())} were expected; "
-                         "--format names it")
+        raise UsageError(
+            f"{path}: the name does not end as that of a known format; {', '.join(suffixes())} were expected; "
+            "--format names it"
+        )
     return found
 
 
@@ -84,7 +100,9 @@ def read(path: str, options: ReadOptions) -> list[Recording]:
     """
     format_ = _format(path, options.format)
     if options.group_by is not None and format_ not in _TABLES:
-        raise UsageError(f"{path}: --group-by {options.group_by}: a table was expected; {format_} has no columns to group by")
+        raise UsageError(
+            f"{path}: --group-by {options.group_by}: a table was expected; {format_} has no columns to group by"
+        )
     reader = importlib.import_module(f"velmora.tools.formats.{_READERS.get(format_, format_)}")
     recordings: list[Recording] = reader.read(path, options)
     return recordings
@@ -98,7 +116,18 @@ def write(path: str, recording: Recording, options: WriteOptions) -> list[str]:
     list of str
         What the format could not hold; empty where every bit can be read again.
     """
-    format_ = _format(path, options.format)
+    if options.format is None and path != "-" and "." not in os.path.basename(path.rstrip("/")):
+        format_ = "rosbag2"  # a folder, as ROS's tools name their bags
+    else:
+        format_ = _format(path, options.format)
+    if format_ in _READ_ONLY:
+        raise UsageError(f"{path}: bags of this kind can only be read; .mcap or a name without an ending was expected")
+    if format_ in ("mcap", "rosbag2"):
+        from velmora.tools.formats import bag_writer
+
+        if path == "-" or "://" in path or path.lower().endswith(".zstd"):
+            raise UsageError(f"{path}: a bag cannot be written there; a file .mcap or a folder was expected")
+        return bag_writer.write(path, recording, options, single=format_ == "mcap")
     with _created(path) as file:
         if format_ in _TEXT:
             from velmora.tools.formats import csv_writer

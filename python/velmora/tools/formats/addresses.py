@@ -71,7 +71,9 @@ def content(path: str, compression: str | None = None) -> bytes:
     with opened(path) as file:
         data = file.read(most_bytes() + 1)
     if len(data) > most_bytes():
-        raise DataError(f"{path}: is larger than half of this machine's memory; at most {most_bytes():,} bytes were expected")
+        raise DataError(
+            f"{path}: is larger than half of this machine's memory; at most {most_bytes():,} bytes were expected"
+        )
     if compression is None:
         if data[:2] == b"\x1f\x8b":
             compression = "gzip"
@@ -91,10 +93,13 @@ def _expanded(path: str, data: bytes, compression: str) -> bytes:
             while piece := stream.read(4 * 2**20):
                 size += len(piece)
                 if size > most:
-                    raise DataError(f"{path}: {len(data):,} bytes expand to more than {most:,}; a compressed recording "
-                                    f"was expected to grow at most {_MOST_EXPANSION} times; expand it by hand first")
+                    raise DataError(
+                        f"{path}: {len(data):,} bytes expand to more than {most:,}; a compressed recording "
+                        f"was expected to grow at most {_MOST_EXPANSION} times; expand it by hand first"
+                    )
                 pieces.append(piece)
     except (OSError, pa.ArrowException) as error:
-        raise DataError(f"{path}: is damaged or cut short after {size:,} expanded bytes; {compression} data were "
-                        "expected") from error
+        raise DataError(
+            f"{path}: is damaged or cut short after {size:,} expanded bytes; {compression} data were expected"
+        ) from error
     return b"".join(pieces)

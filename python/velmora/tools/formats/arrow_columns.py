@@ -18,16 +18,18 @@ if TYPE_CHECKING:
     import pyarrow as pa
 
 
-
 class Matrices:
     """The quantities of a recording while its batches come in."""
 
     def __init__(self, chosen: Plan, samples: int) -> None:
         """Make room for so many samples."""
         self.chosen = chosen
-        self.values = {quantity: np.empty((samples, len(chosen.joints))) if len(cells) == len(chosen.joints)
-                       else np.full((samples, len(chosen.joints)), np.nan)
-                       for quantity, cells in chosen.cells.items()}
+        self.values = {
+            quantity: np.empty((samples, len(chosen.joints)))
+            if len(cells) == len(chosen.joints)
+            else np.full((samples, len(chosen.joints)), np.nan)
+            for quantity, cells in chosen.cells.items()
+        }
         self.missing: NDArray[np.bool_] | None = None
 
     def add(self, batch: pa.RecordBatch, start: int, names: Sequence[str] | None = None) -> None:
@@ -85,8 +87,15 @@ def _list_matrix(column: pa.Array, elements: int) -> NDArray[np.float64]:
     return matrix
 
 
-def recording(source: str, format_: str, chosen: Plan, stamps: Stamps | None, batches: Iterable[pa.RecordBatch],
-              rows: NDArray[np.int64], notes: Sequence[Note]) -> Recording:
+def recording(
+    source: str,
+    format_: str,
+    chosen: Plan,
+    stamps: Stamps | None,
+    batches: Iterable[pa.RecordBatch],
+    rows: NDArray[np.int64],
+    notes: Sequence[Note],
+) -> Recording:
     """Put the batches of a table together."""
     matrices = Matrices(chosen, len(rows))
     start = 0
@@ -96,14 +105,30 @@ def recording(source: str, format_: str, chosen: Plan, stamps: Stamps | None, ba
     return assembled(source, format_, chosen, stamps, matrices, rows, notes)
 
 
-def assembled(source: str, format_: str, chosen: Plan, stamps: Stamps | None, matrices: Matrices,
-              rows: NDArray[np.int64], notes: Sequence[Note]) -> Recording:
+def assembled(
+    source: str,
+    format_: str,
+    chosen: Plan,
+    stamps: Stamps | None,
+    matrices: Matrices,
+    rows: NDArray[np.int64],
+    notes: Sequence[Note],
+) -> Recording:
     """The recording of filled matrices."""
     values = {quantity: matrices.values.get(quantity) for quantity in QUANTITIES}
     positions = values.pop("positions")
     assert positions is not None
-    return Recording(source, chosen.joints, stamps, positions, **values, rows=rows, missing=matrices.missing,
-                     notes=tuple(notes), layout=Layout(format_, chosen.columns))
+    return Recording(
+        source,
+        chosen.joints,
+        stamps,
+        positions,
+        **values,
+        rows=rows,
+        missing=matrices.missing,
+        notes=tuple(notes),
+        layout=Layout(format_, chosen.columns),
+    )
 
 
 def groups(whole: Recording, name: str, keys: pa.ChunkedArray) -> list[Recording]:
@@ -127,11 +152,18 @@ def _part(whole: Recording, rows: slice | NDArray[np.intp], source: str) -> Reco
     def part(values: NDArray[np.float64] | None) -> NDArray[np.float64] | None:
         return None if values is None else values[rows]
 
-    return replace(whole, source=source, stamps=None if whole.stamps is None else Stamps(whole.stamps.values[rows],
-                                                                                         whole.stamps.unit),
-                   positions=whole.positions[rows], velocities=part(whole.velocities),
-                   accelerations=part(whole.accelerations), jerks=part(whole.jerks), efforts=part(whole.efforts),
-                   rows=whole.rows[rows], missing=None if whole.missing is None else whole.missing[rows])
+    return replace(
+        whole,
+        source=source,
+        stamps=None if whole.stamps is None else Stamps(whole.stamps.values[rows], whole.stamps.unit),
+        positions=whole.positions[rows],
+        velocities=part(whole.velocities),
+        accelerations=part(whole.accelerations),
+        jerks=part(whole.jerks),
+        efforts=part(whole.efforts),
+        rows=whole.rows[rows],
+        missing=None if whole.missing is None else whole.missing[rows],
+    )
 
 
 def stamps_at_rate(rate_hz: float | None, samples: int) -> Stamps | None:

@@ -25,8 +25,14 @@ _NAME_KEY, _UNIT_KEY = b"velmora.name", b"velmora.unit"
 _ROWS_AT_ONCE = 1 << 20
 
 
-def read(source: str, format_: str, schema: pa.Schema, samples: int, batches: Callable[[list[str]], Iterable[pa.RecordBatch]],
-         options: ReadOptions) -> list[Recording]:
+def read(
+    source: str,
+    format_: str,
+    schema: pa.Schema,
+    samples: int,
+    batches: Callable[[list[str]], Iterable[pa.RecordBatch]],
+    options: ReadOptions,
+) -> list[Recording]:
     """Read a table batch by batch; nothing but the result is held as a whole.
 
     Parameters
@@ -42,8 +48,10 @@ def read(source: str, format_: str, schema: pa.Schema, samples: int, batches: Ca
     chosen = plan(source, fields, options)
     width = sum(len(chosen.joints) for _ in chosen.cells) + 2
     if samples * width * 8 > addresses.most_bytes():
-        raise DataError(f"{source}: {samples:,} rows of {width} columns take {size_text(samples * width * 8.0)}; at most "
-                        "half of this machine's memory was expected; --joints chooses columns")
+        raise DataError(
+            f"{source}: {samples:,} rows of {width} columns take {size_text(samples * width * 8.0)}; at most "
+            "half of this machine's memory was expected; --joints chooses columns"
+        )
     matrices = arrow_columns.Matrices(chosen, samples)
     clocks = () if options.rate_hz is not None else chosen.time
     times: list[NDArray[np.generic] | None] = [None] * len(clocks)
@@ -65,7 +73,9 @@ def read(source: str, format_: str, schema: pa.Schema, samples: int, batches: Ca
             keys.append(batch.column(names[chosen.group]))
         start = stop
     if start != samples:
-        raise DataError(f"{source}: there are {start:,} rows; the file promises {samples:,}; it is damaged or cut short")
+        raise DataError(
+            f"{source}: there are {start:,} rows; the file promises {samples:,}; it is damaged or cut short"
+        )
     notes = list(chosen.notes)
     stamps = arrow_columns.stamps_at_rate(options.rate_hz, samples)
     if clocks:
@@ -126,17 +136,21 @@ def _times(source: str, column: pa.Array) -> NDArray[np.generic]:
         try:
             return np.asarray(column.cast(pa.int64()).to_numpy(zero_copy_only=False))
         except pa.ArrowInvalid as error:
-            raise DataError(f"{source}: a time does not fit into 64 bits; --time-column names another column") from error
+            raise DataError(
+                f"{source}: a time does not fit into 64 bits; --time-column names another column"
+            ) from error
     return arrow_columns.numbers(column)[0]
 
 
-def _kept(whole: NDArray[np.generic] | None, part: NDArray[np.generic], start: int, samples: int) -> NDArray[np.generic]:
+def _kept(
+    whole: NDArray[np.generic] | None, part: NDArray[np.generic], start: int, samples: int
+) -> NDArray[np.generic]:
     """Put a part into the whole, which becomes doubles as soon as one part has such."""
     if whole is None:
         whole = np.empty(samples, part.dtype)
     elif whole.dtype != part.dtype:
         whole = whole.astype(np.float64)
-    whole[start:start + len(part)] = part
+    whole[start : start + len(part)] = part
     return whole
 
 
@@ -149,8 +163,11 @@ def _stamps(source: str, chosen: Plan, schema: pa.Schema, times: list[NDArray[np
     if unit is None:
         numbers = values.astype(np.float64, copy=False)
         unit, why = clock.infer_unit(source, field.name, numbers, whole=values.dtype == np.int64)
-    stamps = (clock.from_integers(source, values.astype(np.int64, copy=False), unit) if values.dtype == np.int64
-              else clock.from_doubles(values.astype(np.float64, copy=False), unit))
+    stamps = (
+        clock.from_integers(source, values.astype(np.int64, copy=False), unit)
+        if values.dtype == np.int64
+        else clock.from_doubles(values.astype(np.float64, copy=False), unit)
+    )
     written = (field.metadata or {}).get(_UNIT_KEY, b"").decode("ascii", "replace")
     return (Stamps(stamps.values, written) if written in UNIT_NS else stamps), why
 
@@ -210,7 +227,7 @@ def _stored(stamps: Stamps, columns: list[Column]) -> tuple[pa.Field, NDArray[np
 
 def _renamed(name: str, unit: str) -> str:
     said = meaning(name).unit
-    bare = name[:-len(said) - 1] if said and name.endswith(f"_{said}") else name
+    bare = name[: -len(said) - 1] if said and name.endswith(f"_{said}") else name
     return f"{bare}_{unit}"
 
 

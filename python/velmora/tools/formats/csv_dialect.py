@@ -61,11 +61,15 @@ class Dialect:
 
     def text(self) -> str:
         """What is printed about it."""
-        parts = [f"separator {_SEPARATOR_NAMES[self.separator]}",
-                 "decimal comma" if self.decimal == "," else "decimal point",
-                 "with header" if self.names is not None else "without header"]
+        parts = [
+            f"separator {_SEPARATOR_NAMES[self.separator]}",
+            "decimal comma" if self.decimal == "," else "decimal point",
+            "with header" if self.names is not None else "without header",
+        ]
         if self.comments:
-            parts.append(f"{self.comments} lines of comments first" if self.comments > 1 else "a line of comments first")
+            parts.append(
+                f"{self.comments} lines of comments first" if self.comments > 1 else "a line of comments first"
+            )
         return ", ".join(parts)
 
     def is_number(self, cell: str) -> bool:
@@ -83,7 +87,9 @@ def split(line: str, separator: str) -> list[str]:
     if separator == "":
         cells = [line]
     elif separator == " ":
-        cells = next(csv.reader([re.sub(r"\s+", " ", line.strip())], delimiter=" "), []) if '"' in line else line.split()
+        cells = (
+            next(csv.reader([re.sub(r"\s+", " ", line.strip())], delimiter=" "), []) if '"' in line else line.split()
+        )
     elif '"' in line:
         cells = next(csv.reader([line], delimiter=separator, skipinitialspace=True), [])
     else:
@@ -132,7 +138,7 @@ def recognise(source: str, head: str, whole: bool) -> Dialect:
     check_width(source, texts[0].count(separator) + 1 if separator else 1)
     rows = [split(line, separator) for line in texts]
     # The rows below a header and its units show what numbers look like.
-    decimal = "," if separator not in (",", "") and _has_decimal_commas(rows[min(2, len(rows) - 1):]) else "."
+    decimal = "," if separator not in (",", "") and _has_decimal_commas(rows[min(2, len(rows) - 1) :]) else "."
     return _with_header(Dialect(separator, decimal, None, data[0][0], (), len(comments)), data, rows, comments)
 
 
@@ -152,11 +158,14 @@ def _separator(lines: Sequence[str]) -> str:
 def _has_decimal_commas(rows: Sequence[Sequence[str]]) -> bool:
     with_comma = re.compile(r"[+-]?\d*,\d+(?:[eE][+-]?\d+)?")
     cells = [cell for row in rows for cell in row]
-    return any(with_comma.fullmatch(cell) for cell in cells) and not any("." in cell for cell in cells if NUMBER.fullmatch(cell))
+    return any(with_comma.fullmatch(cell) for cell in cells) and not any(
+        "." in cell for cell in cells if NUMBER.fullmatch(cell)
+    )
 
 
-def _with_header(dialect: Dialect, data: Sequence[tuple[int, str]], rows: Sequence[list[str]],
-                 comments: Sequence[str]) -> Dialect:
+def _with_header(
+    dialect: Dialect, data: Sequence[tuple[int, str]], rows: Sequence[list[str]], comments: Sequence[str]
+) -> Dialect:
     """Tell the header from the data: it has fewer numbers than the line below it."""
 
     def numbers(row: Sequence[str]) -> int:
@@ -164,11 +173,13 @@ def _with_header(dialect: Dialect, data: Sequence[tuple[int, str]], rows: Sequen
 
     start, names = 0, None
     texts = sum(not dialect.is_number(cell) for cell in rows[0])
-    if texts and (numbers(rows[0]) == 0 or len(rows) > 1 and numbers(rows[0]) < numbers(rows[1])):
+    if texts and (numbers(rows[0]) == 0 or (len(rows) > 1 and numbers(rows[0]) < numbers(rows[1]))):
         start, names = 1, list(rows[0])
         if len(rows) > 2 and numbers(rows[1]) == 0 < numbers(rows[2]) and len(rows[1]) == len(names) and any(rows[1]):
             start = 2
-            names = [f"{name} [{unit.strip('[]()')}]" if unit else name for name, unit in zip(names, rows[1])]
+            names = [
+                f"{name} [{unit.strip('[]()')}]" if unit else name for name, unit in zip(names, rows[1], strict=True)
+            ]
     elif comments:
         said = split(comments[-1].lstrip("#%/ \t"), dialect.separator)
         if len(said) == len(rows[0]) and numbers(said) == 0:
@@ -176,5 +187,11 @@ def _with_header(dialect: Dialect, data: Sequence[tuple[int, str]], rows: Sequen
     if names is not None and start < len(rows) and len(rows[start]) == len(names) + 1 and rows[start][-1] == "":
         names.append("")  # every line of data ends with a separator, the header does not
     first_line = data[start][0] if start < len(data) else data[-1][0] + 1
-    return Dialect(dialect.separator, dialect.decimal, None if names is None else tuple(names), first_line,
-                   tuple(map(tuple, rows[start:])), dialect.comments)
+    return Dialect(
+        dialect.separator,
+        dialect.decimal,
+        None if names is None else tuple(names),
+        first_line,
+        tuple(map(tuple, rows[start:])),
+        dialect.comments,
+    )

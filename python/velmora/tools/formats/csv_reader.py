@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Reads CSV, TSV and tables of blanks: whatever the dialect, the bytes are brought into the form that Arrow reads exactly."""
+"""Reads CSV, TSV and tables of blanks: whatever the dialect, it is brought into the form that Arrow reads exactly."""
 
 from __future__ import annotations
 
@@ -65,7 +65,9 @@ def _utf8(source: str, data: bytes) -> bytes:
     if data.startswith((b"\xff\xfe", b"\xfe\xff")):
         return data.decode("utf-16", "replace").encode()
     if b"\0" in data[:_HEAD]:
-        raise DataError(f"{source}:1: there are zero bytes; a table in text was expected; --format names another format")
+        raise DataError(
+            f"{source}:1: there are zero bytes; a table in text was expected; --format names another format"
+        )
     return data
 
 
@@ -85,8 +87,11 @@ def _names(dialect: Dialect) -> list[str]:
 
 def _is_numeric(dialect: Dialect, column: int) -> bool:
     cells = [row[column] for row in dialect.sample if column < len(row) and row[column] not in EMPTY_CELLS]
-    return not cells or any(dialect.is_number(cell) for cell in cells) or (
-        dialect.names is not None and any(re.match(r"\d{4}-\d\d-\d\d[ T]", cell) for cell in cells))
+    return (
+        not cells
+        or any(dialect.is_number(cell) for cell in cells)
+        or (dialect.names is not None and any(re.match(r"\d{4}-\d\d-\d\d[ T]", cell) for cell in cells))
+    )
 
 
 def _line_start(data: bytes, line: int) -> int:
@@ -151,9 +156,11 @@ def _types(dialect: Dialect, chosen: Plan) -> dict[str, pa.DataType]:
     import pyarrow as pa
 
     time = pa.float64() if len(chosen.time) == 1 and text_times.fits_doubles(dialect, chosen.time[0]) else pa.string()
-    return {**{str(cell.field): pa.float64() for cells in chosen.cells.values() for cell in cells},
-            **{str(index): time for index in chosen.time},
-            **({} if chosen.group is None else {str(chosen.group): pa.string()})}
+    return {
+        **{str(cell.field): pa.float64() for cells in chosen.cells.values() for cell in cells},
+        **{str(index): time for index in chosen.time},
+        **({} if chosen.group is None else {str(chosen.group): pa.string()}),
+    }
 
 
 def _empty(dialect: Dialect, chosen: Plan) -> pa.Table:
@@ -171,8 +178,14 @@ def _arrow(plain: pa.Buffer, dialect: Dialect, types: dict[str, pa.DataType]) ->
         pa.BufferReader(plain),
         read_options=csv.ReadOptions(column_names=names, block_size=_BLOCK),
         parse_options=csv.ParseOptions(delimiter=dialect.plain_separator, ignore_empty_lines=False),
-        convert_options=csv.ConvertOptions(include_columns=list(types), column_types=types, strings_can_be_null=True,
-                                           null_values=list(EMPTY_CELLS), check_utf8=False))
+        convert_options=csv.ConvertOptions(
+            include_columns=list(types),
+            column_types=types,
+            strings_can_be_null=True,
+            null_values=list(EMPTY_CELLS),
+            check_utf8=False,
+        ),
+    )
 
 
 def _without_comments(plain: bytes, first: int) -> tuple[list[bytes], NDArray[np.int64]]:
@@ -191,20 +204,27 @@ def _without_comments(plain: bytes, first: int) -> tuple[list[bytes], NDArray[np
     return lines, np.array(rows, np.int64)
 
 
-def _fault(source: str, lines: list[bytes], rows: NDArray[np.int64], dialect: Dialect, chosen: Plan,
-           error: Exception) -> DataError:
+def _fault(
+    source: str, lines: list[bytes], rows: NDArray[np.int64], dialect: Dialect, chosen: Plan, error: Exception
+) -> DataError:
     """The first line that cannot be read, in words."""
     names = _names(dialect)
     wanted = sorted({cell.field for cells in chosen.cells.values() for cell in cells})
-    for line, row in zip(lines, rows):
+    for line, row in zip(lines, rows, strict=True):
         if len(line) > csv_dialect.MAX_LINE:
-            return DataError(f"{source}:{row}: the line has {len(line):,} bytes; at most {csv_dialect.MAX_LINE:,} were expected")
+            return DataError(
+                f"{source}:{row}: the line has {len(line):,} bytes; at most {csv_dialect.MAX_LINE:,} were expected"
+            )
         cells = csv_dialect.split(line.decode("utf-8", "replace"), dialect.plain_separator)
         if len(cells) != dialect.width:
-            return DataError(f"{source}:{row}: there {'is' if len(cells) == 1 else 'are'} {count(len(cells), 'cell')}; "
-                             f"{dialect.width} were expected, as in line {dialect.first_line + (dialect.names is None)}")
+            return DataError(
+                f"{source}:{row}: there {'is' if len(cells) == 1 else 'are'} {count(len(cells), 'cell')}; "
+                f"{dialect.width} were expected, as in line {dialect.first_line + (dialect.names is None)}"
+            )
         for index in wanted:
             if cells[index] not in EMPTY_CELLS and not csv_dialect.NUMBER.fullmatch(cells[index]):
-                return DataError(f"{source}:{row}: {quoted(cells[index])} in column {quoted(names[index])}; a number was "
-                                 "expected; --joints chooses columns")
+                return DataError(
+                    f"{source}:{row}: {quoted(cells[index])} in column {quoted(names[index])}; a number was "
+                    "expected; --joints chooses columns"
+                )
     return DataError(f"{source}: the table cannot be read: {str(error).splitlines()[0]}")

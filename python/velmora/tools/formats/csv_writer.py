@@ -30,7 +30,9 @@ def write(file: IO[bytes], recording: Recording, quantities: tuple[str, ...], se
         for column in columns:
             if column.quantity == "time":
                 assert recording.stamps is not None
-                arrays.append(text_times.written(recording.stamps, slice(start, stop), meaning(column.name).unit is not None))
+                arrays.append(
+                    text_times.written(recording.stamps, slice(start, stop), meaning(column.name).unit is not None)
+                )
                 continue
             arrays.append(arrow_columns.cells(recording, column.quantity, joints[column.joint], slice(start, stop)))
         buffer = io.BytesIO()

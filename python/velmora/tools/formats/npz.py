@@ -33,8 +33,10 @@ def read(path: str, options: ReadOptions) -> list[Recording]:
     data = addresses.content(path)
     arrays = _arrays(source, data, options.time_column or "time")
     if "positions" not in arrays:
-        raise DataError(f"{source}: there is no array 'positions'; arrays time and positions were expected; there are "
-                        f"{listed(list(arrays))}")
+        raise DataError(
+            f"{source}: there is no array 'positions'; arrays time and positions were expected; there are "
+            f"{listed(list(arrays))}"
+        )
     positions = _matrix(source, "positions", arrays["positions"], None)
     names = _names(source, arrays.get("joints"), positions.shape[1])
     joints = tuple(matching(source, names, options.joints)) if options.joints else tuple(names)
@@ -58,8 +60,19 @@ def read(path: str, options: ReadOptions) -> list[Recording]:
         raise DataError(f"{source}: no array is called {quoted(time)}{nearest(time, arrays)}; --time-column")
     chosen = values.pop("positions")
     assert chosen is not None
-    return [Recording(source, joints, stamps, chosen, **values, rows=np.arange(1, len(positions) + 1), missing=None,
-                      notes=tuple(notes), layout=Layout("npz"))]
+    return [
+        Recording(
+            source,
+            joints,
+            stamps,
+            chosen,
+            **values,
+            rows=np.arange(1, len(positions) + 1),
+            missing=None,
+            notes=tuple(notes),
+            layout=Layout("npz"),
+        )
+    ]
 
 
 def _arrays(source: str, data: bytes, time: str) -> dict[str, NDArray[np.generic]]:
@@ -72,9 +85,12 @@ def _arrays(source: str, data: bytes, time: str) -> dict[str, NDArray[np.generic
                 if name not in (*_ARRAYS, time):
                     continue
                 if info.file_size > max(64 * 2**20, _MOST_EXPANSION * info.compress_size) or (
-                        info.file_size > addresses.most_bytes()):
-                    raise DataError(f"{source}: array {quoted(name)} expands from {info.compress_size:,} to "
-                                    f"{info.file_size:,} bytes; at most {_MOST_EXPANSION} times as much was expected")
+                    info.file_size > addresses.most_bytes()
+                ):
+                    raise DataError(
+                        f"{source}: array {quoted(name)} expands from {info.compress_size:,} to "
+                        f"{info.file_size:,} bytes; at most {_MOST_EXPANSION} times as much was expected"
+                    )
                 with archive.open(info) as file:
                     arrays[name] = _array(source, name, file, info.file_size)
     except (zipfile.BadZipFile, EOFError, ValueError, NotImplementedError, OSError, RuntimeError) as error:
@@ -94,7 +110,9 @@ def _array(source: str, name: str, file: IO[bytes], size: int) -> NDArray[np.gen
         raise DataError(f"{source}: array {quoted(name)} has version {version}; 1.0 or 2.0 was expected")
     shape, by_columns, kind = header(file)
     if kind.kind not in "fiuUM" or kind.itemsize == 0:
-        raise DataError(f"{source}: array {quoted(name)} holds {kind}; numbers were expected; objects are never unpacked")
+        raise DataError(
+            f"{source}: array {quoted(name)} holds {kind}; numbers were expected; objects are never unpacked"
+        )
     number = 1
     for length in shape:
         number *= length
@@ -114,8 +132,10 @@ def _matrix(source: str, name: str, array: NDArray[np.generic], shape: tuple[int
         expected = "a matrix with a row per sample" if shape is None else f"shape {shape}, as of positions,"
         raise DataError(f"{source}: array {quoted(name)} has shape {array.shape}; {expected} was expected")
     if matrix.shape[1] > MAX_COLUMNS:
-        raise DataError(f"{source}: array {quoted(name)} has {matrix.shape[1]:,} columns; at most {MAX_COLUMNS:,} were "
-                        "expected; a row is a sample")
+        raise DataError(
+            f"{source}: array {quoted(name)} has {matrix.shape[1]:,} columns; at most {MAX_COLUMNS:,} were "
+            "expected; a row is a sample"
+        )
     return np.ascontiguousarray(matrix, dtype=np.float64)
 
 
@@ -128,12 +148,15 @@ def _names(source: str, names: NDArray[np.generic] | None, joints: int) -> list[
     return cleaned
 
 
-def _stamps(source: str, name: str, arrays: dict[str, NDArray[np.generic]], samples: int,
-            options: ReadOptions) -> tuple[Stamps, str]:
+def _stamps(
+    source: str, name: str, arrays: dict[str, NDArray[np.generic]], samples: int, options: ReadOptions
+) -> tuple[Stamps, str]:
     array = arrays[name]
     if array.shape not in ((samples,), (samples, 1), (1, samples)) or array.dtype.kind not in "fiuM":
-        raise DataError(f"{source}: array {quoted(name)} has shape {array.shape} of {array.dtype}; {samples} times were "
-                        "expected, as many as rows of positions")
+        raise DataError(
+            f"{source}: array {quoted(name)} has shape {array.shape} of {array.dtype}; {samples} times were "
+            "expected, as many as rows of positions"
+        )
     array = array.ravel()
     if array.dtype.kind == "M":
         return Stamps(array.astype("datetime64[ns]").astype(np.int64), "ns"), "dates"
@@ -141,14 +164,19 @@ def _stamps(source: str, name: str, arrays: dict[str, NDArray[np.generic]], samp
     written = str(said.ravel()[0]) if said is not None and said.size == 1 else ""
     if array.dtype.kind == "f":
         doubles = array.astype(np.float64)
-        unit, why = ((options.time_unit, options.time_unit) if options.time_unit != "auto"
-                     else clock.infer_unit(source, name, doubles, whole=False))
+        unit, why = (
+            (options.time_unit, options.time_unit)
+            if options.time_unit != "auto"
+            else clock.infer_unit(source, name, doubles, whole=False)
+        )
         return clock.from_doubles(doubles, unit), why
     integers = array.astype(np.int64)
     if options.time_unit != "auto":
         return clock.from_integers(source, integers, options.time_unit), options.time_unit
     stamps = clock.from_integers(source, integers, "ns")
-    return (Stamps(stamps.values, written) if written in ("s", "ms", "us", "ns") else stamps), "ns, as they are integers"
+    return (
+        Stamps(stamps.values, written) if written in ("s", "ms", "us", "ns") else stamps
+    ), "ns, as they are integers"
 
 
 def write(file: IO[bytes], recording: Recording, quantities: tuple[str, ...]) -> list[str]:
@@ -177,7 +205,11 @@ def write(file: IO[bytes], recording: Recording, quantities: tuple[str, ...]) ->
 def stored_times(stamps: Stamps) -> NDArray[np.int64] | NDArray[np.float64]:
     """Stamps for formats of binary numbers: doubles of seconds where they hold every nanosecond, otherwise integers."""
     values = stamps.values
-    if values.dtype == np.int64 and stamps.unit == "s" and len(values) > 0 and (
-            max(abs(int(values.min())), abs(int(values.max()))) < clock.WHOLE_BELOW_NS):
+    if (
+        values.dtype == np.int64
+        and stamps.unit == "s"
+        and len(values) > 0
+        and (max(abs(int(values.min())), abs(int(values.max()))) < clock.WHOLE_BELOW_NS)
+    ):
         return values / 1e9
     return values

@@ -72,9 +72,15 @@ def write(file: IO[bytes], recording: Recording, quantities: tuple[str, ...], co
         if writer is None:
             # Numbers of a joint share their first bytes: split by byte they compress better and faster.
             doubles = [field.name for field in table.schema if str(field.type) == "double"]
-            writer = parquet.ParquetWriter(file, table.schema, compression=compression or "zstd", compression_level=1
-                                           if compression in (None, "zstd") else None, use_dictionary=False,
-                                           use_byte_stream_split=doubles, write_statistics=False)
+            writer = parquet.ParquetWriter(
+                file,
+                table.schema,
+                compression=compression or "zstd",
+                compression_level=1 if compression in (None, "zstd") else None,
+                use_dictionary=False,
+                use_byte_stream_split=doubles,
+                write_statistics=False,
+            )
         writer.write_table(table)
     assert writer is not None
     writer.close()

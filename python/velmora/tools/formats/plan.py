@@ -81,7 +81,8 @@ def plan(source: str, fields: Sequence[Field], options: ReadOptions) -> Plan:
     Raises
     ------
     UsageError
-        "SOURCE: no column is called 'NAME'; ..." for --time-column, "SOURCE: no joint is called 'NAME'; ..." for --joints.
+        "SOURCE: no column is called 'NAME'; ..." for --time-column and --group-by, "SOURCE: no joint is called 'NAME'; ..."
+        for --joints.
     DataError
         "SOURCE: no column holds positions of a joint; ..."
     """
@@ -89,8 +90,12 @@ def plan(source: str, fields: Sequence[Field], options: ReadOptions) -> Plan:
     notes: list[Note] = []
     time, unit, why = _clock(source, fields, options)
     if time and options.rate_hz is not None and options.time_column is None:
-        notes.append(Note("time", f"{options.rate_hz!r} samples per second (--rate); column "
-                                  f"{quoted(fields[time[0]].name)} is left aside"))
+        notes.append(
+            Note(
+                "time",
+                f"{options.rate_hz!r} samples per second (--rate); column {quoted(fields[time[0]].name)} is left aside",
+            )
+        )
     elif time:
         notes.append(Note("time", why))
     group = _group(source, fields, options)
@@ -99,8 +104,11 @@ def plan(source: str, fields: Sequence[Field], options: ReadOptions) -> Plan:
     cells: dict[str, list[Cell]] = {quantity: [] for quantity in QUANTITIES}
     columns: list[tuple[int, int | None, Column]] = []
     if time and options.rate_hz is None:
-        columns.append((time[0], None, Column(fields[time[0]].name, "time")) if len(time) == 1 else
-                       (time[0], None, Column("time_ns", "time")))
+        columns.append(
+            (time[0], None, Column(fields[time[0]].name, "time"))
+            if len(time) == 1
+            else (time[0], None, Column("time_ns", "time"))
+        )
     used = {*time, group}
     degrees = []
     for entry in found:
@@ -108,17 +116,27 @@ def plan(source: str, fields: Sequence[Field], options: ReadOptions) -> Plan:
             used.add(entry.field)
             continue
         used.add(entry.field)
-        in_degrees = not options.keep_units and entry.meaning.quantity != "efforts" and (
-            options.degrees or entry.meaning.unit == "deg")
+        in_degrees = (
+            not options.keep_units
+            and entry.meaning.quantity != "efforts"
+            and (options.degrees or entry.meaning.unit == "deg")
+        )
         name = fields[entry.field].name
         if in_degrees and entry.meaning.unit == "deg":
             degrees.append(name)
             name = re.sub(r"deg(rees)?|\u00b0", "rad", name, flags=re.IGNORECASE)
         cells[entry.meaning.quantity].append(
-            Cell(entry.field, entry.element, joints[entry.meaning.joint], RADIANS_PER_DEGREE if in_degrees else 1.0,
-                 fields[entry.field].elements or 0))
-        columns.append((entry.field, entry.element,
-                        Column(name, entry.meaning.quantity, entry.meaning.joint, entry.element)))
+            Cell(
+                entry.field,
+                entry.element,
+                joints[entry.meaning.joint],
+                RADIANS_PER_DEGREE if in_degrees else 1.0,
+                fields[entry.field].elements or 0,
+            )
+        )
+        columns.append(
+            (entry.field, entry.element, Column(name, entry.meaning.quantity, entry.meaning.joint, entry.element))
+        )
     if options.degrees and not options.keep_units:
         notes.append(Note("units", "degrees became radians (--degrees)"))
     elif degrees:
@@ -127,24 +145,37 @@ def plan(source: str, fields: Sequence[Field], options: ReadOptions) -> Plan:
     if left:
         notes.append(Note("columns", f"left out: {listed(left)}"))
     if not cells["positions"]:
-        raise DataError(f"{source}: no column holds positions of a joint; a column per joint was expected; "
-                        f"there are {listed([field.name for field in fields])}; --joints names them")
+        raise DataError(
+            f"{source}: no column holds positions of a joint; a column per joint was expected; "
+            f"there are {listed([field.name for field in fields])}; --joints names them"
+        )
     columns.sort(key=lambda item: (item[0], item[1] or 0))
-    return Plan(time, options.time_unit if options.time_unit != "auto" else unit, tuple(joints),
-                {quantity: list_ for quantity, list_ in cells.items() if list_},
-                tuple(column for _, _, column in columns), tuple(notes), group)
+    return Plan(
+        time,
+        options.time_unit if options.time_unit != "auto" else unit,
+        tuple(joints),
+        {quantity: list_ for quantity, list_ in cells.items() if list_},
+        tuple(column for _, _, column in columns),
+        tuple(notes),
+        group,
+    )
 
 
 def _clock(source: str, fields: Sequence[Field], options: ReadOptions) -> tuple[tuple[int, ...], str | None, str]:
     names = [field.name for field in fields]
     if options.time_column is not None:
         if options.time_column not in names:
-            raise UsageError(f"{source}: no column is called {quoted(options.time_column)}"
-                             f"{nearest(options.time_column, names)}; there are {listed(names)}; --time-column")
+            raise UsageError(
+                f"{source}: no column is called {quoted(options.time_column)}"
+                f"{nearest(options.time_column, names)}; there are {listed(names)}; --time-column"
+            )
         index = names.index(options.time_column)
         unit = fields[index].unit or meaning(names[index]).unit
-        return (index,), unit if unit in ("s", "ms", "us", "ns") else None, (
-            f"column {quoted(names[index])} (--time-column)")
+        return (
+            (index,),
+            unit if unit in ("s", "ms", "us", "ns") else None,
+            (f"column {quoted(names[index])} (--time-column)"),
+        )
     for index, field in enumerate(fields):
         found = meaning(field.name)
         if found.quantity == "time" and field.numeric and field.elements is None:
@@ -156,7 +187,11 @@ def _clock(source: str, fields: Sequence[Field], options: ReadOptions) -> tuple[
             for other in NANOSECOND_NAMES:
                 if prefix + other in lower:
                     second = lower.index(prefix + other)
-                    return (index, second), "s", f"columns {quoted(names[index])} and {quoted(names[second])} by their names"
+                    return (
+                        (index, second),
+                        "s",
+                        f"columns {quoted(names[index])} and {quoted(names[second])} by their names",
+                    )
             return (index,), "s", f"column {quoted(names[index])} by its name"
     for index, field in enumerate(fields):
         if field.unit is not None:
@@ -169,8 +204,10 @@ def _group(source: str, fields: Sequence[Field], options: ReadOptions) -> int | 
         return None
     names = [field.name for field in fields]
     if options.group_by not in names:
-        raise UsageError(f"{source}: no column is called {quoted(options.group_by)}{nearest(options.group_by, names)}; "
-                         f"there are {listed(names)}; --group-by")
+        raise UsageError(
+            f"{source}: no column is called {quoted(options.group_by)}{nearest(options.group_by, names)}; "
+            f"there are {listed(names)}; --group-by"
+        )
     return names.index(options.group_by)
 
 
@@ -229,7 +266,9 @@ def matching(source: str, names: Sequence[str], patterns: Sequence[str]) -> list
     for pattern in patterns:
         matches = [name for name in names if name == pattern] or [name for name in names if fnmatchcase(name, pattern)]
         if not matches:
-            raise UsageError(f"{source}: no joint is called {quoted(pattern)}{nearest(pattern, names)}; "
-                             f"there are {listed(names)}; --joints")
+            raise UsageError(
+                f"{source}: no joint is called {quoted(pattern)}{nearest(pattern, names)}; "
+                f"there are {listed(names)}; --joints"
+            )
         chosen.update(dict.fromkeys(matches))
     return list(chosen)

@@ -37,12 +37,16 @@ def from_integers(source: str, values: NDArray[np.int64], unit: str) -> Stamps:
     """Stamps from integers in the given unit, shape (N,)."""
     scale = UNIT_NS[unit]
     if values.size and max(abs(int(values.min())), abs(int(values.max()))) > (2**63 - 1) // scale:
-        raise DataError(f"{source}: the times reach {max(abs(int(values.min())), abs(int(values.max())))} {unit}; "
-                        "times that fit into 64 bits of nanoseconds (292 years) were expected; --time-unit gives the unit")
+        raise DataError(
+            f"{source}: the times reach {max(abs(int(values.min())), abs(int(values.max())))} {unit}; "
+            "times that fit into 64 bits of nanoseconds (292 years) were expected; --time-unit gives the unit"
+        )
     return Stamps(np.ascontiguousarray(values) if scale == 1 else values * np.int64(scale), unit)
 
 
-def infer_unit(source: str, column: str, values: NDArray[np.float64] | NDArray[np.int64], whole: bool) -> tuple[str, str]:
+def infer_unit(
+    source: str, column: str, values: NDArray[np.float64] | NDArray[np.int64], whole: bool
+) -> tuple[str, str]:
     """The unit that the numbers tell, and why.
 
     Parameters
@@ -68,11 +72,13 @@ def infer_unit(source: str, column: str, values: NDArray[np.float64] | NDArray[n
     if not whole or len(steps) == 0:
         return "s", "s, as the numbers have a decimal point" if not whole else "s, as there are no steps to tell by"
     step = float(np.median(steps))
-    for unit, least in (_LEAST_STEPS):
+    for unit, least in _LEAST_STEPS:
         if step >= least:
             return unit, f"{unit}, as they are whole numbers in steps of {step:.6g}"
-    raise DataError(f"{source}: column '{column}' has whole numbers in steps of {step:.6g}, seconds or milliseconds; a unit "
-                    "was expected in its name (time_ms); --time-unit s or ms says it")
+    raise DataError(
+        f"{source}: column '{column}' has whole numbers in steps of {step:.6g}, seconds or milliseconds; a unit "
+        "was expected in its name (time_ms); --time-unit s or ms says it"
+    )
 
 
 def at_rate(samples: int, rate_hz: float) -> Stamps:

@@ -70,7 +70,9 @@ def _unit(source: str, dialect: Dialect, chosen: Plan, name: str, doubles: NDArr
     if chosen.time_unit is not None:
         return chosen.time_unit, chosen.time_unit
     column = chosen.time[0]
-    whole = all(cell.lstrip("+-").isdigit() for cell in (row[column] for row in dialect.sample if column < len(row)) if cell)
+    whole = all(
+        cell.lstrip("+-").isdigit() for cell in (row[column] for row in dialect.sample if column < len(row)) if cell
+    )
     return clock.infer_unit(source, name, doubles, whole)
 
 
@@ -92,7 +94,9 @@ def _exact_nanoseconds(text: pa.ChunkedArray, unit: str) -> NDArray[np.int64] | 
         return None
     if isinstance(decimals, pa.ChunkedArray):
         decimals = decimals.chunk(0)
-    words = np.frombuffer(decimals.buffers()[1], np.int64).reshape(-1, 2)[decimals.offset:decimals.offset + len(decimals)]
+    words = np.frombuffer(decimals.buffers()[1], np.int64).reshape(-1, 2)[
+        decimals.offset : decimals.offset + len(decimals)
+    ]
     low, high = words[:, 0], words[:, 1]
     return np.ascontiguousarray(low) if np.array_equal(high, low >> 63) else None
 
@@ -113,8 +117,10 @@ def _dates(text: pa.ChunkedArray) -> Stamps | None:
 
 def _no_time(source: str, name: str, text: pa.ChunkedArray) -> DataError:
     bad = next((cell for cell in text.to_pylist() if cell is not None and not NUMBER.fullmatch(cell)), "")
-    return DataError(f"{source}: column {quoted(name)}: {quoted(bad)} is no time; a number was expected; --time-column "
-                     "names another column")
+    return DataError(
+        f"{source}: column {quoted(name)}: {quoted(bad)} is no time; a number was expected; --time-column "
+        "names another column"
+    )
 
 
 def written(stamps: Stamps, rows: slice, unit_is_known: bool) -> pa.Array:

@@ -1,0 +1,363 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Robot bags: every container and type, joints in any order, broken files, and the fast path against the plain one."""
+
+import contextlib
+import random
+import shutil
+import struct
+from collections.abc import Callable
+from pathlib import Path
+from typing import Any
+
+import numpy as np
+import pytest
+from rosbags.rosbag1 import Writer as Writer1
+from rosbags.rosbag2 import CompressionFormat, CompressionMode, Reader, StoragePlugin, Writer
+from rosbags.typesys import Stores, get_types_from_msg, get_typestore
+from velmora.tools.errors import DataError, UsageError
+from velmora.tools.formats import is_recording, read, write
+from velmora.tools.options import ReadOptions, WriteOptions
+from velmora.tools.recording import Layout, Recording, Stamps
+
+STORE = get_typestore(Stores.ROS2_HUMBLE)
+STATE = "sensor_msgs/msg/JointState"
+CONTROLLER = "control_msgs/msg/JointTrajectoryControllerState"
+STORE.register(
+    get_types_from_msg(
+        "std_msgs/Header header\nstring[] joint_names\n"
+        + "".join(
+            f"trajectory_msgs/JointTrajectoryPoint {name}\n" for name in ("reference", "feedback", "error", "output")
+        ),
+        CONTROLLER,
+    )
+)
+EPOCH = 1_700_000_000 * 10**9
+Messages = list[tuple[int, int, list[str], list[float], list[float], list[float]]]
+
+
+def time_of(ns: int, store: Any = STORE, kind: str = "Time") -> Any:
+    return store.types[f"builtin_interfaces/msg/{kind}"](ns // 10**9, ns % 10**9)
+
+
+def header(ns: int, store: Any = STORE) -> Any:
+    stamp = time_of(ns, store)
+    return store.types["std_msgs/msg/Header"](*((7,) if store is not STORE else ()), stamp, "base")
+
+
+def state(ns: int, names: list[str], *values: list[float], store: Any = STORE) -> Any:
+    return store.types[STATE](header(ns, store), names, *(np.array(part, float) for part in values))
+
+
+def point(values: list[float], ns: int = 0) -> Any:
+    empty = np.empty(0)
+    return STORE.types["trajectory_msgs/msg/JointTrajectoryPoint"](
+        np.array(values, float), np.array(values, float) * 2, empty, empty, time_of(ns, kind="Duration")
+    )
+
+
+def bag(
+    path: Path,
+    messages: list[tuple[str, str, int, Any]],
+    *,
+    plugin: StoragePlugin = StoragePlugin.MCAP,
+    compression: CompressionMode = CompressionMode.NONE,
+) -> Path:
+    writer = Writer(path, version=9, storage_plugin=plugin)
+    writer.set_compression(compression, CompressionFormat.ZSTD)
+    with writer:
+        connections: dict[str, Any] = {}
+        for topic, kind, log, message in messages:
+            if topic not in connections:
+                connections[topic] = writer.add_connection(topic, kind, typestore=STORE)
+            writer.write(connections[topic], log, STORE.serialize_cdr(message, kind))
+    return path
+
+
+def states(count: int) -> list[tuple[str, str, int, Any]]:
+    return [
+        (
+            "/joint_states",
+            STATE,
+            EPOCH + k * 10**6 + 5,
+            state(EPOCH + k * 10**6, ["a", "b"], [k * 0.5, -k], [1.0, 2.0], []),
+        )
+        for k in range(count)
+    ]
+
+
+def assert_states(recording: Recording, count: int) -> None:
+    assert recording.joints == ("a", "b")
+    np.testing.assert_array_equal(recording.positions, np.arange(count)[:, None] * [0.5, -1.0])
+    np.testing.assert_array_equal(recording.velocities, np.tile([1.0, 2.0], (count, 1)))
+    assert recording.efforts is None and recording.missing is None
+    assert recording.stamps is not None
+    np.testing.assert_array_equal(recording.stamps.values, EPOCH + np.arange(count) * 10**6)
+    assert recording.rows.tolist() == list(range(1, count + 1))
+
+
+@pytest.mark.parametrize(
+    ("plugin", "compression"),
+    [
+        (StoragePlugin.MCAP, CompressionMode.NONE),
+        (StoragePlugin.MCAP, CompressionMode.STORAGE),
+        (StoragePlugin.SQLITE3, CompressionMode.NONE),
+        (StoragePlugin.SQLITE3, CompressionMode.MESSAGE),
+        (StoragePlugin.SQLITE3, CompressionMode.FILE),
+        (StoragePlugin.MCAP, CompressionMode.FILE),
+    ],
+)
+def test_every_container(tmp_path: Path, plugin: StoragePlugin, compression: CompressionMode) -> None:
+    path = bag(tmp_path / "log", states(2000), plugin=plugin, compression=compression)
+    assert is_recording(str(path))
+    (recording,) = read(str(path), ReadOptions())
+    assert recording.source == f"{path}[/joint_states]"
+    assert_states(recording, 2000)
+    if compression != CompressionMode.MESSAGE:  # that is said in metadata.yaml only
+        (file,) = (entry for entry in path.iterdir() if entry.suffix != ".yaml")
+        assert_states(read(str(file), ReadOptions())[0], 2000)
+
+
+@pytest.mark.parametrize("compression", [None, Writer1.CompressionFormat.BZ2, Writer1.CompressionFormat.LZ4])
+def test_ros_1(tmp_path: Path, compression: Any) -> None:
+    store = get_typestore(Stores.ROS1_NOETIC)
+    writer = Writer1(tmp_path / "log.bag")
+    if compression is not None:
+        writer.set_compression(compression)
+    with writer:
+        connection = writer.add_connection("/joint_states", STATE, typestore=store)
+        for k in range(500):
+            message = state(EPOCH + k * 10**6, ["a", "b"], [k * 0.5, -k], [1.0, 2.0], [], store=store)
+            writer.write(connection, EPOCH + k * 10**6 + 5, store.serialize_ros1(message, STATE))
+    assert_states(read(str(tmp_path / "log.bag"), ReadOptions())[0], 500)
+    whole = (tmp_path / "log.bag").read_bytes()
+    (tmp_path / "cut.bag").write_bytes(whole[:-200])
+    with pytest.raises(DataError, match=r"cut short .*--salvage reads the 500 messages that are there$"):
+        read(str(tmp_path / "cut.bag"), ReadOptions())
+    assert_states(read(str(tmp_path / "cut.bag"), ReadOptions(salvage=True))[0], 500)
+
+
+def test_joints_in_any_order_and_missing_ones(tmp_path: Path) -> None:
+    path = bag(
+        tmp_path / "log",
+        [
+            ("/js", STATE, 1, state(1, ["a", "b"], [1, 2], [], [])),
+            ("/js", STATE, 2, state(2, ["b", "a"], [4, 3], [], [])),
+            ("/js", STATE, 3, state(3, ["b"], [6], [], [9])),
+            ("/js", STATE, 4, state(4, ["a", "c"], [float("nan"), 8], [], [])),
+            ("/js", STATE, 5, state(5, ["a", "b", "c"], [], [1, 2, 3], [])),
+        ],
+    )
+    (recording,) = read(str(path), ReadOptions())
+    nan = np.nan
+    assert recording.joints == ("a", "b", "c")
+    np.testing.assert_array_equal(
+        recording.positions, [[1, 2, nan], [3, 4, nan], [nan, 6, nan], [nan, nan, 8], [nan] * 3]
+    )
+    assert recording.missing is not None
+    assert recording.missing.astype(int).tolist() == [[0, 0, 1], [0, 0, 1], [1, 0, 1], [0, 1, 0], [1, 1, 1]]
+    np.testing.assert_array_equal(recording.velocities, [[nan] * 3] * 4 + [[1, 2, 3]])
+    np.testing.assert_array_equal(recording.efforts, [[nan] * 3] * 2 + [[nan, 9, nan]] + [[nan] * 3] * 2)
+    assert read(str(path), ReadOptions(joints=("c", "a")))[0].joints == ("c", "a")
+    with pytest.raises(
+        UsageError, match=r"no joint is called 'aa'; did you mean 'a'\?; there are 'a', 'b', 'c'; --joints$"
+    ):
+        read(str(path), ReadOptions(joints=("aa",)))
+
+
+def test_layouts_that_change_all_the_time(tmp_path: Path) -> None:
+    chance = random.Random(3)
+    expected, messages = [], []
+    names = [f"j{k}" for k in range(6)]
+    for k in range(3000):
+        some = chance.sample(names, chance.randint(1, 6))
+        values = {name: chance.random() for name in some}
+        expected.append([values.get(name, np.nan) for name in names])
+        messages.append(("/js", STATE, k, state(k, some, list(values.values()), [], [])))
+    (recording,) = read(str(bag(tmp_path / "log", messages)), ReadOptions(joints=tuple(names)))
+    np.testing.assert_array_equal(recording.positions, expected)
+
+
+def test_topics_and_log_time(tmp_path: Path) -> None:
+    path = bag(
+        tmp_path / "log",
+        [
+            ("/left", STATE, 10, state(1, ["a"], [1], [], [])),
+            ("/right", STATE, 11, state(2, ["a"], [2], [], [])),
+            ("/text", "std_msgs/msg/String", 12, STORE.types["std_msgs/msg/String"]("hello")),
+            ("/left", STATE, 20, state(0, ["a"], [3], [], [])),
+        ],
+    )
+    assert [one.source.removeprefix(str(path)) for one in read(str(path), ReadOptions())] == ["[/left]", "[/right]"]
+    (left,) = read(str(path), ReadOptions(topic="/left", time_from="log"))
+    assert left.stamps is not None
+    assert left.stamps.values.tolist() == [10, 20]
+    with pytest.raises(
+        UsageError, match=r"no topic is called '/lefd'; did you mean '/left'\?; those with joints are '/left', "
+    ):
+        read(str(path), ReadOptions(topic="/lefd"))
+    with pytest.raises(
+        UsageError, match=r"topic '/text' holds 'std_msgs/msg/String'; one of sensor_msgs/msg/JointState, "
+    ):
+        read(str(path), ReadOptions(topic="/text"))
+
+
+def test_headers_without_stamps_fall_back_to_the_log(tmp_path: Path) -> None:
+    path = bag(tmp_path / "log", [("/js", STATE, k + 3, state(0, ["a"], [1], [], [])) for k in range(3)])
+    (recording,) = read(str(path), ReadOptions())
+    assert recording.stamps is not None
+    assert recording.stamps.values.tolist() == [3, 4, 5]
+    assert ("time", "log time of the messages, as their headers hold no stamps, in ns") in recording.notes
+
+
+def test_trajectories_and_states_of_controllers(tmp_path: Path) -> None:
+    kind = "trajectory_msgs/msg/JointTrajectory"
+
+    def trajectory(ns: int, *points: Any) -> Any:
+        return STORE.types[kind](header(ns), ["a", "b"], list(points))
+
+    path = bag(tmp_path / "one", [("/t", kind, 1, trajectory(0, point([1, 2], 10**9), point([3, 4], 2 * 10**9)))])
+    (recording,) = read(str(path), ReadOptions())
+    np.testing.assert_array_equal(recording.positions, [[1, 2], [3, 4]])
+    np.testing.assert_array_equal(recording.velocities, [[2, 4], [6, 8]])
+    assert recording.stamps is not None
+    assert recording.stamps.values.tolist() == [10**9, 2 * 10**9]
+    path = bag(tmp_path / "two", [("/t", kind, k, trajectory(5, point([1, 2], 1), point([3, 4], 2))) for k in range(2)])
+    assert [one.source.removeprefix(str(path)) for one in read(str(path), ReadOptions())] == ["[/t][1]", "[/t][2]"]
+    message = STORE.types[CONTROLLER](header(7), ["a", "b"], point([9, 9]), point([1, 2]), point([0, 0]), point([5, 5]))
+    (recording,) = read(str(bag(tmp_path / "c", [("/state", CONTROLLER, 1, message)])), ReadOptions())
+    np.testing.assert_array_equal(recording.positions, [[1, 2]])
+
+
+def damaged(path: Path, change: Callable[[bytes], bytes]) -> str:
+    file = path / f"{path.name}.mcap"
+    file.write_bytes(change(file.read_bytes()))
+    return str(path)
+
+
+@pytest.mark.parametrize("compression", [CompressionMode.NONE, CompressionMode.STORAGE])
+def test_bags_cut_short(tmp_path: Path, compression: CompressionMode) -> None:
+    path = damaged(
+        bag(tmp_path / "log", states(9000), compression=compression), lambda data: data[: len(data) * 2 // 3]
+    )
+    with pytest.raises(
+        DataError,
+        match=r"log: is cut short within the record at byte [\d,]+; a whole bag was expected; "
+        r"--salvage reads the [\d,]+ messages that are there$",
+    ):
+        read(path, ReadOptions())
+    (recording,) = read(path, ReadOptions(salvage=True))
+    assert_states(recording, len(recording.rows))
+    assert 3000 < len(recording.rows) < 9000
+    note = dict(recording.notes)["salvaged"]
+    assert "metadata.yaml promises 9,000 messages on '/joint_states'" in note
+
+
+def test_an_index_that_promises_more_is_an_error(tmp_path: Path) -> None:
+    def without_messages(data: bytes) -> bytes:
+        """The same file, where the only chunk holds nothing but the type and the topic."""
+        start = data.index(b"\x06", data.index(b"rosbags-"))
+        size = struct.unpack_from("<Q", data, start + 1)[0]
+        records = data[start + 9 + 40 : start + 9 + size]
+        kept = records[: records.index(b"\x05" + struct.pack("<Q", 22 + len(MESSAGE)))]
+        content = struct.pack("<QQQI", 0, 0, len(kept), 0) + struct.pack("<I", 0) + struct.pack("<Q", len(kept)) + kept
+        return data[:start] + b"\x06" + struct.pack("<Q", len(content)) + content + data[start + 9 + size :]
+
+    MESSAGE = bytes(STORE.serialize_cdr(states(1)[0][3], STATE))
+    path = damaged(bag(tmp_path / "log", states(5)), without_messages)
+    with pytest.raises(
+        DataError, match=r"the index promises 5 messages on '/joint_states' and 0 are there; a whole bag was"
+    ):
+        read(path, ReadOptions())
+
+
+def test_without_metadata(tmp_path: Path) -> None:
+    path = bag(tmp_path / "log", states(5))
+    (path / "metadata.yaml").unlink()
+    with pytest.raises(
+        DataError, match=r"there is no metadata.yaml; a whole bag was expected; --salvage reads the 5 messages"
+    ):
+        read(str(path), ReadOptions())
+    (recording,) = read(str(path), ReadOptions(salvage=True))
+    assert_states(recording, 5)
+    assert dict(recording.notes)["salvaged"] == "there is no metadata.yaml"
+
+
+def test_metadata_may_not_leave_its_folder(tmp_path: Path) -> None:
+    path = bag(tmp_path / "log", states(5))
+    text = (path / "metadata.yaml").read_text()
+    (path / "metadata.yaml").write_text(text.replace("- log.mcap", "- ../secret.mcap"))
+    with pytest.raises(
+        DataError, match=r"the file '\.\./secret.mcap' is none of this folder; names without a path were"
+    ):
+        read(str(path), ReadOptions(salvage=True))
+
+
+def test_broken_sqlite(tmp_path: Path) -> None:
+    path = bag(tmp_path / "log", states(3000), plugin=StoragePlugin.SQLITE3)
+    file = path / "log.db3"
+    data = bytearray(file.read_bytes())
+    data[len(data) // 2 : len(data) // 2 + 40_000] = b"\xff" * 40_000
+    file.write_bytes(data)
+    with pytest.raises(DataError, match=r"is damaged.*--salvage reads the [\d,]+ messages that are there$"):
+        read(str(path), ReadOptions())
+
+
+@pytest.mark.parametrize("seed", range(4))
+def test_broken_bytes_are_told_or_read(tmp_path: Path, seed: int) -> None:
+    chance = random.Random(seed)
+    for plugin, name in ((StoragePlugin.MCAP, "log.mcap"), (StoragePlugin.SQLITE3, "log.db3")):
+        path = tmp_path / f"log_{seed}_{name[-3:]}"
+        file = next(bag(path, states(200), plugin=plugin).glob("log*"))
+        whole = file.read_bytes()
+        for _ in range(25):
+            data = bytearray(whole)
+            for _ in range(chance.randint(1, 8)):
+                data[chance.randrange(len(data))] = chance.randrange(256)
+            file.write_bytes(data[: chance.randint(1, len(data))] if chance.random() < 0.3 else data)
+            for salvage in (False, True):
+                with contextlib.suppress(DataError, UsageError):
+                    read(str(path), ReadOptions(salvage=salvage))
+        shutil.rmtree(path)
+
+
+@pytest.mark.parametrize("name", ["out", "out.mcap"])
+def test_what_is_written_is_read_by_others_and_by_itself(tmp_path: Path, name: str) -> None:
+    random_ = np.random.default_rng(2)
+    values = random_.normal(size=(300, 3))
+    missing = random_.random((300, 3)) < 0.1
+    positions = np.where(missing, np.nan, values)
+    recording = Recording(
+        "made",
+        ("a", "b", "c"),
+        Stamps(EPOCH + np.arange(300) * 1_000_003, "ns"),
+        positions,
+        values * 2,
+        values,
+        None,
+        values * 3,
+        np.arange(1, 301),
+        missing,
+        (),
+        Layout(""),
+    )
+    notes = write(str(tmp_path / name), recording, WriteOptions())
+    assert notes == ["sensor_msgs/msg/JointState has no accelerations: left out"]
+    with Reader(tmp_path / name) as reader:
+        first = [STORE.deserialize_cdr(data, connection.msgtype) for connection, _, data in reader.messages()]
+    assert len(first) == 300
+    np.testing.assert_array_equal(first[7].position, values[7][~missing[7]])
+    assert first[7].header.stamp.nanosec == 7 * 1_000_003
+    (again,) = read(str(tmp_path / name), ReadOptions(joints=("a", "b", "c")))
+    np.testing.assert_array_equal(again.positions, positions)
+    np.testing.assert_array_equal(again.missing, missing)
+    assert again.stamps is not None and recording.stamps is not None
+    np.testing.assert_array_equal(again.stamps.values, recording.stamps.values)
+    np.testing.assert_array_equal(again.velocities, np.where(missing, np.nan, values * 2))
+    assert again.accelerations is None
+
+
+def test_kinds_that_cannot_be_written(tmp_path: Path) -> None:
+    recording = read(str(bag(tmp_path / "log", states(3))), ReadOptions())[0]
+    for name in ("a.db3", "a.bag"):
+        with pytest.raises(UsageError, match=r"can only be read; .mcap or a name without an ending was expected$"):
+            write(str(tmp_path / name), recording, WriteOptions())

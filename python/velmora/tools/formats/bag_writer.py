@@ -1,0 +1,134 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Writes a rosbag2 in MCAP with one topic of JointState messages, compressed, as ROS's own tools read it."""
+
+from __future__ import annotations
+
+import os
+import shutil
+import tempfile
+from pathlib import Path
+
+import numpy as np
+from numpy.typing import NDArray
+from velmora.tools.errors import DataError, UsageError
+from velmora.tools.formats.bag_decode import JOINT_STATE
+from velmora.tools.formats.bag_layout import walk
+from velmora.tools.options import WriteOptions
+from velmora.tools.recording import Recording
+
+COMPRESSIONS = ("zstd", "none")
+_TOPIC = "/joint_states"
+_SECOND = 1_000_000_000
+_ROWS_AT_ONCE = 65_536
+
+
+def write(path: str, recording: Recording, options: WriteOptions, single: bool) -> list[str]:
+    """Write a recording as a folder, or as its MCAP file alone.
+
+    Raises
+    ------
+    DataError
+        Without times, or with times that the stamp of a message cannot hold.
+    """
+    if not single:
+        return _folder(Path(path), recording, options)
+    with tempfile.TemporaryDirectory(prefix=".velmora-bag.", dir=os.path.dirname(path) or ".") as place:
+        folder = Path(place) / "bag"
+        notes = _folder(folder, recording, options)
+        shutil.move(folder / "bag.mcap", path)
+    return notes
+
+
+def _folder(path: Path, recording: Recording, options: WriteOptions) -> list[str]:
+    from rosbags.rosbag2 import CompressionFormat, CompressionMode, StoragePlugin, Writer
+    from rosbags.typesys import Stores, get_typestore
+
+    if options.compression not in (None, *COMPRESSIONS):
+        raise UsageError(f"--compression {options.compression}: {', '.join(COMPRESSIONS)} were expected")
+    stamps, notes = _nanoseconds(recording)
+    left = [
+        name for name in ("accelerations", "jerks") if name in options.columns and getattr(recording, name) is not None
+    ]
+    if left:
+        notes.append(f"{JOINT_STATE} has no {' and no '.join(left)}: left out")
+    store = get_typestore(Stores.ROS2_HUMBLE)
+    writer = Writer(path, version=9, storage_plugin=StoragePlugin.MCAP)
+    if options.compression != "none":
+        writer.set_compression(CompressionMode.STORAGE, CompressionFormat.ZSTD)
+    with writer:
+        connection = writer.add_connection(recording.layout.topic or _TOPIC, JOINT_STATE, typestore=store)
+        for start in range(0, len(stamps), _ROWS_AT_ONCE):
+            rows = np.arange(start, min(start + _ROWS_AT_ONCE, len(stamps)))
+            messages: list[memoryview] = [memoryview(b"")] * len(rows)
+            for there, part in _by_joints(recording, rows):
+                matrix = _serialised(store, recording, options, there, part, stamps[part])
+                for place, message in zip((part - start).tolist(), matrix, strict=True):
+                    messages[place] = message.data
+            for stamp, content in zip(stamps[rows].tolist(), messages, strict=True):
+                writer.write(connection, max(stamp, 0), content)
+    return notes
+
+
+def _nanoseconds(recording: Recording) -> tuple[NDArray[np.int64], list[str]]:
+    if recording.stamps is None:
+        raise DataError(f"{recording.source}: there is no time; messages need one; --rate gives the samples per second")
+    values = recording.stamps.values
+    notes = []
+    if values.dtype != np.int64:
+        if not np.isfinite(values).all() or np.abs(values).max(initial=0.0) >= 2.0**31:
+            raise DataError(
+                f"{recording.source}: a time is not finite or too large for the stamp of a message; seconds below "
+                "2^31 were expected"
+            )
+        rounded = np.rint(values * 1e9).astype(np.int64)
+        notes.append("stamps of messages are whole nanoseconds: the times were rounded")
+        return rounded, notes
+    if len(values) and max(abs(int(values.min())), abs(int(values.max()))) >= 2**31 * _SECOND:
+        raise DataError(
+            f"{recording.source}: a time is too large for the stamp of a message; seconds below 2^31 were expected"
+        )
+    return values.astype(np.int64, copy=False), notes
+
+
+def _by_joints(recording: Recording, rows: NDArray[np.intp]) -> list[tuple[NDArray[np.intp], NDArray[np.intp]]]:
+    """The rows that hold the same joints, with these: a missing joint is left out of its message."""
+    everything = np.arange(len(recording.joints))
+    if recording.missing is None:
+        return [(everything, rows)]
+    patterns, which = np.unique(recording.missing[rows], axis=0, return_inverse=True)
+    return [(everything[~pattern], rows[which.ravel() == index]) for index, pattern in enumerate(patterns)]
+
+
+def _serialised(
+    store: object,
+    recording: Recording,
+    options: WriteOptions,
+    there: NDArray[np.intp],
+    rows: NDArray[np.intp],
+    stamps: NDArray[np.int64],
+) -> NDArray[np.uint8]:
+    """Messages as rows of bytes: one is serialised, and the numbers of the others are put into copies of it."""
+    quantities = {"positions": "position", "velocities": "velocity", "efforts": "effort"}
+    values = {
+        field: np.ascontiguousarray(getattr(recording, quantity)[np.ix_(rows, there)])
+        for quantity, field in quantities.items()
+        if quantity in options.columns and getattr(recording, quantity) is not None
+    }
+    types = store.types  # type: ignore[attr-defined]
+    empty = np.empty(0)
+    message = types[JOINT_STATE](
+        types["std_msgs/msg/Header"](types["builtin_interfaces/msg/Time"](0, 0), ""),
+        [recording.joints[joint] for joint in there],
+        *(values[field][0] if field in values else empty for field in quantities.values()),
+    )
+    one = np.frombuffer(bytes(store.serialize_cdr(message, JOINT_STATE)), np.uint8)  # type: ignore[attr-defined]
+    spans = walk(one.tobytes(), 0, len(one), JOINT_STATE, store.fielddefs, True).spans  # type: ignore[attr-defined]
+    matrix = np.tile(one, (len(rows), 1))
+    seconds, nanoseconds = np.divmod(stamps, _SECOND)
+    for name, numbers, kind in (("sec", seconds, "<i4"), ("nanosec", nanoseconds, "<u4")):
+        offset = spans[f"header.stamp.{name}"].offset
+        matrix[:, offset : offset + 4] = numbers.astype(kind)[:, np.newaxis].view(np.uint8)
+    for field, numbers in values.items():
+        offset = spans[field].offset
+        matrix[:, offset : offset + 8 * len(there)] = numbers.astype("<f8", copy=False).view(np.uint8)
+    return matrix
