@@ -1,0 +1,254 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Vibration modes from a recording: frequency, damping and amplitude, each with its uncertainty."""
+
+from dataclasses import dataclass
+from typing import Literal
+
+import numpy as np
+from numpy.typing import ArrayLike, NDArray
+
+from velmora._damped_sinusoids import Fit, Poles, basis, fit
+from velmora._identified_modes import Estimate, IdentifiedMode, described
+from velmora._mode_search import search
+from velmora._ring_down import MIN_SAMPLES, even, free_decay
+
+__all__ = ["Estimate", "Identification", "IdentificationError", "IdentifiedMode", "identify_modes"]
+
+Array = NDArray[np.float64]
+Reason = Literal["too_short", "too_little_sampled", "no_peak"]
+
+# A mode damped more than this has no peak in its frequency response, so it is a transient and not a vibration.
+_MOST_DAMPING = np.sqrt(0.5)
+_MIN_SWINGS = 1.5
+_MIN_SAMPLES_PER_SWING = 2.5
+# An amplitude must exceed its standard deviation this many times: noise alone reaches it in about one case of a
+# thousand, since the largest of many frequencies is taken.
+_MIN_SIGNIFICANCE = 5.0
+
+
+class IdentificationError(ValueError):
+    """Raised where the samples do not support a mode; `reason` tells which way, the message tells what to do."""
+
+    def __init__(self, reason: Reason, message: str) -> None:
+        super().__init__(message)
+        self.reason: Reason = reason
+
+
+@dataclass(frozen=True)
+class Identification:
+    """What a recording tells about its vibration.
+
+    Attributes
+    ----------
+    modes : tuple of IdentifiedMode
+        By ascending frequency; at least one.
+    start_s, end_s : float
+        First and last time of the free decay that was fitted, on the clock of the recording.
+    sample_count : int
+        Samples in it.
+    sample_rate_hz : float
+        Their mean rate.
+    resampled : bool
+        Whether the stamps were uneven, so that the poles were looked for on an even grid; the fit itself always uses
+        the samples at their own times.
+    noise : tuple of float
+        Standard deviation of what the fit leaves, per column.
+    explained : float
+        Share of the variance that the oscillations and transients explain, 0 to 1.
+    """
+
+    modes: tuple[IdentifiedMode, ...]
+    start_s: float
+    end_s: float
+    sample_count: int
+    sample_rate_hz: float
+    resampled: bool
+    noise: tuple[float, ...]
+    explained: float
+    _poles: Poles
+    _coefficients: Array
+
+    def evaluate(self, times_s: ArrayLike) -> Array:
+        """The fitted decay (oscillations, transients and offset) at `times_s` on the clock of the recording: (N, J)."""
+        times = np.asarray(times_s, dtype=np.float64) - self.start_s
+        return basis(times, self._poles) @ self._coefficients
+
+
+def identify_modes(
+    times_s: ArrayLike,
+    values: ArrayLike,
+    *,
+    max_modes: int = 4,
+    frequency_range_hz: tuple[float, float] = (0.0, 200.0),
+    start_s: float | None = None,
+    end_s: float | None = None,
+) -> Identification:
+    """Modes of the free decay in a recording of an encoder or an accelerometer.
+
+    The matrix pencil finds poles, an information criterion decides how many of them the samples support, and a
+    nonlinear least-squares fit of damped sinusoids with common poles refines them on the samples at their own times.
+    The offset is a pole of its own at zero and so biases nothing; a creep towards rest is fitted as a real pole. Where
+    `start_s` is not given, the free decay begins where such a fit explains all that follows down to the noise.
+
+    Parameters
+    ----------
+    times_s : array_like, shape (N,)
+        Strictly increasing times in seconds; uneven ones are fine.
+    values : array_like, shape (N,) or (N, J)
+        Positions, velocities or accelerations of any unit. Columns share frequencies and dampings.
+    max_modes : int, optional
+        Most oscillations to look for, 1 to 10.
+    frequency_range_hz : tuple of float, optional
+        Modes outside are fitted but not reported. Its upper end also bounds the work: faster sampling than it takes is
+        averaged in blocks while the poles are looked for.
+    start_s, end_s : float, optional
+        Where the free decay begins and ends, on the clock of `times_s`.
+
+    Returns
+    -------
+    Identification
+        With at least one mode. Intervals are 95 % ones from the curvature of the fit (the Cramer-Rao bound at the
+        values found), widened where the residuals have colour at the mode's frequency.
+
+    Raises
+    ------
+    ValueError
+        "times_s and values must have the same number of rows, values in one or two dimensions."
+        "times_s and values must contain only finite values."
+        "times_s must be strictly increasing."
+        "max_modes must be from 1 to 10."
+        "frequency_range_hz must be two increasing frequencies, the first 0 or more."
+    IdentificationError
+        Where the samples do not support a mode: too short, too little sampled, or no peak.
+
+    Notes
+    -----
+    Deterministic. Holds no state; safe to call from several threads. The cost is linear in N for the fit and bounded
+    for the search.
+
+    Y. Hua and T. K. Sarkar, IEEE Trans. Acoust., Speech, Signal Process. 38 (1990) 814-824 (matrix pencil); G. Schwarz,
+    Ann. Statist. 6 (1978) 461-464 (order); G. H. Golub and V. Pereyra, SIAM J. Numer. Anal. 10 (1973) 413-432 (fit).
+
+    Examples
+    --------
+    >>> import numpy as np
+    >>> from velmora.identify import identify_modes
+    >>> t = np.arange(500) / 250.0
+    >>> w = 2 * np.pi * 5.0
+    >>> swing = np.exp(-0.02 * w * t) * np.cos(w * np.sqrt(1 - 0.02**2) * t)
+    >>> noise = 0.01 * np.random.default_rng(1).standard_normal(t.size)
+    >>> mode = identify_modes(t, 0.3 + swing + noise).modes[0]
+    >>> print(f"{mode.frequency_hz.value:.3f} Hz, damping {mode.damping_ratio.value:.4f}")
+    5.000 Hz, damping 0.0200
+    """
+    times, columns = _checked(times_s, values, max_modes, frequency_range_hz)
+    inside = np.ones(times.size, dtype=bool)
+    if start_s is not None:
+        inside &= times >= start_s
+    if end_s is not None:
+        inside &= times <= end_s
+    times, columns = times[inside], columns[inside]
+    _require_samples(times.size)
+    if not np.ptp(columns, axis=0).any():
+        raise IdentificationError("no_peak", "The samples never change, so there is no vibration in them.")
+
+    grid = even(times, columns, frequency_range_hz[1])
+    first = 0 if start_s is not None else free_decay(times, columns, grid, max_modes)
+    found = search(grid.times_s[first:] - grid.times_s[first], grid.values[first:], grid.step_s, max_modes)
+
+    # The blocks of the grid begin half a block before their mean times.
+    kept = times >= (times[0] if first == 0 else grid.times_s[first] - grid.step_s / 2.0)
+    times, columns = times[kept], columns[kept]
+    origin = float(times[0])
+    rate = (times.size - 1) / (float(times[-1]) - origin)
+    weights = 1.0 / _noise(found, columns)
+    refined = fit(times - origin, columns, weights, found.poles, np.pi * rate, 1e-12)
+    modes = _supported_modes(times - origin, refined, _noise(refined, columns), rate, frequency_range_hz)
+    spread = np.sum((columns - columns.mean(axis=0)) ** 2)
+    return Identification(
+        modes=modes,
+        start_s=origin,
+        end_s=float(times[-1]),
+        sample_count=times.size,
+        sample_rate_hz=rate,
+        resampled=grid.uneven,
+        noise=tuple(float(s) for s in _noise(refined, columns)),
+        explained=float(1.0 - np.sum(refined.residuals**2) / spread),
+        _poles=refined.poles,
+        _coefficients=refined.coefficients,
+    )
+
+
+def _checked(
+    times_s: ArrayLike, values: ArrayLike, max_modes: int, frequency_range_hz: tuple[float, float]
+) -> tuple[Array, Array]:
+    times = np.asarray(times_s, dtype=np.float64)
+    columns = np.asarray(values, dtype=np.float64)
+    if times.ndim != 1 or columns.ndim not in (1, 2) or columns.shape[0] != times.size:
+        raise ValueError("times_s and values must have the same number of rows, values in one or two dimensions.")
+    if not (np.isfinite(times).all() and np.isfinite(columns).all()):
+        raise ValueError("times_s and values must contain only finite values.")
+    if not (np.diff(times) > 0.0).all():
+        raise ValueError("times_s must be strictly increasing.")
+    if not 1 <= max_modes <= 10:
+        raise ValueError("max_modes must be from 1 to 10.")
+    if not 0.0 <= frequency_range_hz[0] < frequency_range_hz[1]:
+        raise ValueError("frequency_range_hz must be two increasing frequencies, the first 0 or more.")
+    return times, columns.reshape(times.size, -1)
+
+
+def _require_samples(count: int) -> None:
+    if count < MIN_SAMPLES:
+        raise IdentificationError(
+            "too_short", f"{count} samples are too few to fit a vibration; at least {MIN_SAMPLES} are needed."
+        )
+
+
+def _noise(found: Fit, columns: Array) -> Array:
+    """Standard deviation of the residuals per column; the floor keeps the weight of an exact column finite."""
+    freedom = max(1, found.residuals.shape[0] - found.poles.linear_count - found.poles.parameters.size)
+    scale = float(np.max(np.abs(columns - columns.mean(axis=0))))
+    deviations: Array = np.sqrt(np.sum(found.residuals**2, axis=0) / freedom)
+    return np.maximum(deviations, 1e-9 * scale)
+
+
+def _supported_modes(
+    times_s: Array, found: Fit, noise: Array, rate_hz: float, range_hz: tuple[float, float]
+) -> tuple[IdentifiedMode, ...]:
+    """The oscillations that the samples support, or the reason why there is none."""
+    span = float(times_s[-1])
+    modes, refusals = [], []
+    for k, mode in enumerate(described(times_s, found, noise, rate_hz)):
+        frequency = mode.frequency_hz.value
+        if mode.damping_ratio.value >= _MOST_DAMPING or not _stands_out(mode):
+            continue
+        if not range_hz[0] <= frequency <= range_hz[1]:
+            continue
+        swings = span * found.poles.omegas[k] / (2.0 * np.pi)
+        per_swing = rate_hz / frequency
+        if swings < _MIN_SWINGS:
+            message = (
+                f"The oscillation near {frequency:.3g} Hz swings {swings:.2f} times in the {span:.3g} s recorded; "
+                f"at least {_MIN_SWINGS} are needed."
+            )
+            refusals.append(IdentificationError("too_short", message))
+        elif per_swing < _MIN_SAMPLES_PER_SWING:
+            message = (
+                f"The oscillation near {frequency:.3g} Hz has {per_swing:.2f} samples a swing at {rate_hz:.4g} Hz; "
+                f"at least {_MIN_SAMPLES_PER_SWING} are needed to tell it from a faster one."
+            )
+            refusals.append(IdentificationError("too_little_sampled", message))
+        else:
+            modes.append(mode)
+    if modes:
+        return tuple(modes)
+    if refusals:
+        raise refusals[0]
+    raise IdentificationError(
+        "no_peak", f"No vibration stands out of the noise in the {span:.3g} s from the start of the free decay."
+    )
+
+
+def _stands_out(mode: IdentifiedMode) -> bool:
+    strongest = max(mode.amplitudes, key=lambda a: a.value / max(a.high - a.low, 1e-300))
+    return strongest.value * 2.0 * 1.96 > _MIN_SIGNIFICANCE * (strongest.high - strongest.low)
