@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The console blocks of the documents, run as a reader would run them, with the output they show."""
+"""The console blocks, Python sessions and programs of the documents, run as a reader would, with what they show."""
 
 import doctest
 import os
@@ -39,7 +39,8 @@ def test_console_blocks_do_what_they_show(page: Path, tmp_path: Path) -> None:
     shutil.copytree(ROOT / "examples" / "data", tmp_path, dirs_exist_ok=True)
     commands = commands_of(page)
     script = "".join(f"{{ {command}\n}} 2>&1; code=$?; echo '{END}' $code; (exit $code)\n" for command, _ in commands)
-    environment = os.environ | {"PATH": f"{Path(sys.executable).parent}:{os.environ['PATH']}", "COLUMNS": "100"}
+    path = f"{Path(sys.executable).parent}:{os.environ['PATH']}"
+    environment = os.environ | {"PATH": path, "COLUMNS": "100", "VELMORA": str(ROOT)}
     run = subprocess.run(
         ["bash"], input=script, cwd=tmp_path, env=environment, capture_output=True, text=True, timeout=300, check=False
     )
@@ -53,3 +54,21 @@ def test_console_blocks_do_what_they_show(page: Path, tmp_path: Path) -> None:
             )
         followed = position + 1 < len(commands) and commands[position + 1][0] == "echo $?"
         assert code == "0" or followed, f"$ {command}\n{output}exit code {code}"
+
+
+SESSION = re.compile(r"^```pycon\n(.*?)^```", re.MULTILINE | re.DOTALL)
+SESSIONS = [page for page in sorted((ROOT / "docs").rglob("*.md")) if SESSION.search(page.read_text(encoding="utf-8"))]
+
+
+@pytest.mark.parametrize("page", SESSIONS, ids=lambda page: str(page.relative_to(ROOT)))
+def test_sessions_print_what_they_show(page: Path) -> None:
+    session = "\n".join(SESSION.findall(page.read_text(encoding="utf-8")))
+    test = doctest.DocTestParser().get_doctest(session, {}, page.name, str(page), 0)
+    assert test.examples
+    results = doctest.DocTestRunner(optionflags=doctest.ELLIPSIS).run(test)
+    assert results.failed == 0
+
+
+@pytest.mark.parametrize("program", sorted((ROOT / "docs" / "snippets").glob("*.py")), ids=lambda program: program.name)
+def test_programs_run(program: Path) -> None:
+    subprocess.run([sys.executable, program], cwd=ROOT / "examples" / "data", check=True, timeout=60)

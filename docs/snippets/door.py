@@ -1,0 +1,9 @@
+# The shortest complete use from Python, shown on the front page.
+# door
+import numpy as np
+import velmora as vm
+
+log = np.genfromtxt("pick_and_place_250hz.csv", delimiter=",", skip_header=1)
+move = vm.JointTrajectory(log[:, 1:], time=log[:, 0])
+smooth = move.resample(0.002)
+print(abs(smooth.velocities).max(axis=0))
