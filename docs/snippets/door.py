@@ -3,7 +3,7 @@
 import numpy as np
 import velmora as vm
 
-log = np.genfromtxt("pick_and_place_250hz.csv", delimiter=",", skip_header=1)
+log = np.loadtxt("pick_and_place_250hz.csv", delimiter=",", skiprows=2)
 move = vm.JointTrajectory(log[:, 1:], time=log[:, 0])
 smooth = move.resample(0.002)
 print(abs(smooth.velocities).max(axis=0))
