@@ -1,11 +1,12 @@
 # SPDX-License-Identifier: Apache-2.0
 # Settings of the documentation site; built by scripts/docs from the top of the source tree.
 import os
-from importlib.metadata import version as installed_version
+
+import velmora
 
 project = "velmora"
 author = "the velmora developers"
-version = release = installed_version("velmora")
+version = release = velmora.__version__
 
 extensions = [
     "breathe",
