@@ -1,8 +1,11 @@
 # SPDX-License-Identifier: Apache-2.0
 # Settings of the documentation site; built by scripts/docs from the top of the source tree.
-import os
+from pathlib import Path
 
 import velmora
+from cycler import cycler
+
+ROOT = Path(__file__).resolve().parents[1]
 
 project = "velmora"
 author = "the velmora developers"
@@ -26,13 +29,13 @@ nitpicky = True
 myst_enable_extensions = ["amsmath", "attrs_inline", "colon_fence", "deflist", "dollarmath"]
 myst_heading_anchors = 3
 nb_execution_mode = "cache"
-nb_execution_cache_path = os.path.abspath("build/docs/executed")
+nb_execution_cache_path = str(ROOT / "build/docs/executed")
 nb_execution_timeout = 180
 nb_execution_raise_on_error = True
 nb_merge_streams = True
 
 # The C++ reference comes from the headers by way of Doxygen's XML.
-breathe_projects = {"velmora": os.path.abspath("build/docs/xml")}
+breathe_projects = {"velmora": str(ROOT / "build/docs/xml")}
 breathe_default_project = "velmora"
 breathe_default_members = ("members", "undoc-members")
 primary_domain = "py"
@@ -43,7 +46,7 @@ numpydoc_show_class_members = False
 numpydoc_xref_param_type = False
 autodoc_typehints = "none"
 
-plot_basedir = os.path.abspath("docs")
+plot_basedir = str(ROOT / "docs")
 plot_formats = [("svg", 100)]
 plot_html_show_source_link = False
 plot_html_show_formats = False
@@ -52,7 +55,7 @@ plot_rcparams = {
     "figure.figsize": (7.5, 3.6),
     "figure.constrained_layout.use": True,
     "figure.facecolor": "white",
-    "axes.prop_cycle": __import__("cycler").cycler(color=["#1f6fb2", "#c8641e", "#3a8f5c", "#7a5bb5"]),
+    "axes.prop_cycle": cycler(color=["#1f6fb2", "#c8641e", "#3a8f5c", "#7a5bb5"]),
     "axes.spines.top": False,
     "axes.spines.right": False,
     "axes.edgecolor": MUTED,

@@ -6,7 +6,7 @@ import re
 import sys
 
 # Run elsewhere: cells and plots while the site is built, console blocks and doctest sessions by python/tests.
-RUN_ELSEWHERE = ("{code-cell}", "{plot}", "console", "pycon")
+RUN_ELSEWHERE = ("console", "pycon")
 INCLUDE = re.compile(r"```\{literalinclude\} (\S+)\n((?::.*\n)*)```")
 FOLDERS_WITH_SNIPPETS = ("explanations", "how-to")
 
