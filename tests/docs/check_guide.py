@@ -33,7 +33,7 @@ def unrun_code(page, text):
 
 def main():
     docs = pathlib.Path(sys.argv[1])
-    sources = {path.resolve(): path.read_text(encoding="utf-8") for path in (docs / "snippets").iterdir()}
+    sources = {path.resolve(): path.read_text(encoding="utf-8") for path in (docs / "snippets").glob("*.[ch]pp")}
     pieces = {path: tagged_pieces(source) for path, source in sources.items()}
     pages = {path: path.read_text(encoding="utf-8") for path in docs.rglob("*.md")}
 
