@@ -26,7 +26,7 @@ def included_pieces(page, text):
 
 
 def unrun_code(page, text):
-    for fence in re.findall(r"^(?:```|~~~|:::)(\S*)", text, re.MULTILINE):
+    for fence in re.findall(r"^(?:```|~~~)(\S*)", text, re.MULTILINE):
         if fence and not fence.startswith("{") and fence not in RUN_ELSEWHERE:
             yield f"{page}: code that no test runs: {fence}"
 
