@@ -1,4 +1,5 @@
 # A raw and a shaped move, and two blends of them.
+# SPDX-License-Identifier: Apache-2.0
 import matplotlib.pyplot as plt
 import numpy as np
 import velmora as vm

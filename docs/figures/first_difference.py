@@ -1,4 +1,5 @@
 # Forward difference and three-point derivative of a coarse sine.
+# SPDX-License-Identifier: Apache-2.0
 import matplotlib.pyplot as plt
 import numpy as np
 import velmora as vm

@@ -1,4 +1,5 @@
 # A fast turn, raw and shaped for a joint that swings at 5 Hz, and what the machine does after it.
+# SPDX-License-Identifier: Apache-2.0
 import matplotlib.pyplot as plt
 import numpy as np
 import velmora as vm

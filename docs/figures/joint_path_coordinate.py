@@ -1,4 +1,5 @@
 # A path of two joints with a dot every 0.05 s, and the length along it.
+# SPDX-License-Identifier: Apache-2.0
 import matplotlib.pyplot as plt
 import numpy as np
 import velmora as vm

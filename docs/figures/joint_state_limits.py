@@ -1,4 +1,5 @@
 # The speed of one joint, its admissible band, and where it is left.
+# SPDX-License-Identifier: Apache-2.0
 import matplotlib.pyplot as plt
 import numpy as np
 import velmora as vm

@@ -1,4 +1,5 @@
 # Three samples, the lines between them, and three queries.
+# SPDX-License-Identifier: Apache-2.0
 import matplotlib.pyplot as plt
 import velmora as vm
 

@@ -1,4 +1,5 @@
 # The ramp and its first two derivatives.
+# SPDX-License-Identifier: Apache-2.0
 import matplotlib.pyplot as plt
 import numpy as np
 import velmora as vm

@@ -1,4 +1,5 @@
 # A move, its shaped copy with a tail, and the blend of the two with weight 0.5.
+# SPDX-License-Identifier: Apache-2.0
 import matplotlib.pyplot as plt
 import numpy as np
 import velmora as vm

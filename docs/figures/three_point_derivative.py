@@ -1,4 +1,5 @@
 # The parabola through three uneven samples, and its tangent in the middle one.
+# SPDX-License-Identifier: Apache-2.0
 import matplotlib.pyplot as plt
 import numpy as np
 import velmora as vm

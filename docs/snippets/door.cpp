@@ -1,4 +1,5 @@
 // The shortest complete use from C++, shown on the front page.
+// SPDX-License-Identifier: Apache-2.0
 //! [door]
 #include <velmora/util/timing/resampling.hpp>
 

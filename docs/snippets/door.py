@@ -1,4 +1,5 @@
 # The shortest complete use from Python, shown on the front page.
+# SPDX-License-Identifier: Apache-2.0
 # door
 import numpy as np
 import velmora as vm

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The built site as a browser sees it: links, requests, alternatives of pictures, accessibility, screenshots."""
 
 import functools
