@@ -30,11 +30,21 @@ FORMATS = {
     "sqlite3": (".db3", ".db3.zstd"),
     "bag": (".bag",),
     "rosbag2": (),
+    "json": (".json",),
+    "yaml": (".yaml", ".yml"),
 }
 _READ_ONLY = ("sqlite3", "bag")
 _TEXT = ("csv", "tsv")
 _TABLES = (*_TEXT, "parquet", "feather")
-_READERS = {"csv": "csv_reader", "tsv": "csv_reader", "mcap": "bag", "sqlite3": "bag", "rosbag2": "bag"}
+_READERS = {
+    "csv": "csv_reader",
+    "tsv": "csv_reader",
+    "mcap": "bag",
+    "sqlite3": "bag",
+    "rosbag2": "bag",
+    "json": "message",
+    "yaml": "message",
+}
 _COMPRESSED = (".gz", ".zst")
 
 
@@ -137,6 +147,10 @@ def write(path: str, recording: Recording, options: WriteOptions) -> list[str]:
             from velmora.tools.formats import npz
 
             return npz.write(file, recording, options.columns)
+        if format_ in ("json", "yaml"):
+            from velmora.tools.formats import message
+
+            return message.write(file, recording, options.columns, format_)
         from velmora.tools.formats import feather, parquet
 
         if format_ == "parquet":

@@ -81,8 +81,8 @@ def plan(source: str, fields: Sequence[Field], options: ReadOptions) -> Plan:
     Raises
     ------
     UsageError
-        "SOURCE: no column is called 'NAME'; ..." for --time-column and --group-by, "SOURCE: no joint is called 'NAME'; ..."
-        for --joints.
+        "SOURCE: no column is called 'NAME'; ..." for --time-column and --group-by,
+        "SOURCE: no joint is called 'NAME'; ..." for --joints.
     DataError
         "SOURCE: no column holds positions of a joint; ..."
     """
