@@ -120,7 +120,7 @@ def clean(name: str) -> str:
 
 def meaning(name: str) -> Meaning:
     """Read a column's name; see the module's first lines."""
-    if name.lower() in BOOKKEEPING:
+    if name.lower() in BOOKKEEPING or name.lower().endswith((".seq", "/seq", ".frame_id", "/frame_id")):
         return Meaning("other")
     time = _time(name)
     if time is not None:

@@ -122,7 +122,9 @@ def _table(source: str, data: bytes, start: int, dialect: Dialect, chosen: Plan)
     if types.get("0") == pa.float64() or not any(data.find(mark.encode(), start, stop) >= 0 for mark in COMMENT_MARKS):
         try:
             table = _arrow(pa.py_buffer(plain).slice(start, stop - start), dialect, types)
-            return table, np.arange(first, first + len(table))
+            # An empty line is a row of nothing to Arrow, and no row to an editor's user.
+            if any(column.null_count == 0 for column in table.columns):
+                return table, np.arange(first, first + len(table))
         except pa.ArrowException:
             pass  # comments, empty lines, blanks for empty cells, or a fault: line by line
     lines, rows = _without_comments(plain[start:stop], first)
@@ -209,7 +211,7 @@ def _fault(
 ) -> DataError:
     """The first line that cannot be read, in words."""
     names = _names(dialect)
-    wanted = sorted({cell.field for cells in chosen.cells.values() for cell in cells})
+    wanted = sorted(index for index in map(int, _types(dialect, chosen)) if index != chosen.group)
     for line, row in zip(lines, rows, strict=True):
         if len(line) > csv_dialect.MAX_LINE:
             return DataError(
@@ -225,6 +227,6 @@ def _fault(
             if cells[index] not in EMPTY_CELLS and not csv_dialect.NUMBER.fullmatch(cells[index]):
                 return DataError(
                     f"{source}:{row}: {quoted(cells[index])} in column {quoted(names[index])}; a number was "
-                    "expected; --joints chooses columns"
+                    "expected; --joints and --time-column choose columns"
                 )
     return DataError(f"{source}: the table cannot be read: {str(error).splitlines()[0]}")

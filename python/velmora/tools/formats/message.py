@@ -101,8 +101,7 @@ def _from_yaml(source: str, text: str) -> Any:
         raise DataError(f"{source}:{row}: is no YAML: {what}; a message of {TRAJECTORY} was expected") from error
     if len(found) != 1:
         raise DataError(
-            f"{source}: there are {len(found)} messages; one was expected; "
-            "`ros2 topic echo --once` prints one"
+            f"{source}: there are {len(found)} messages; one was expected; `ros2 topic echo --once` prints one"
         )
     return found[0]
 
@@ -110,7 +109,8 @@ def _from_yaml(source: str, text: str) -> Any:
 def _cut(source: str, text: str) -> DataError:
     row = next((number for number, line in enumerate(text.splitlines(), 1) if "..." in line), 1)
     return DataError(
-        f"{source}:{row}: an array is cut by '...'; all values were expected; `ros2 topic echo --full-length` prints them"
+        f"{source}:{row}: an array is cut by '...'; all values were expected; "
+        "`ros2 topic echo --full-length` prints them"
     )
 
 
@@ -184,8 +184,8 @@ def _matrix(source: str, points: list[dict[str, Any]], field: str, joints: int) 
             raise DataError(f"{source}:{row}: the {field} are no list; {joints} numbers were expected")
         if "..." in numbers:
             raise DataError(
-                f"{source}:{row}: the {field} are cut by '...'; all values were expected; `ros2 topic echo --full-length` "
-                "prints them"
+                f"{source}:{row}: the {field} are cut by '...'; all values were expected; "
+                "`ros2 topic echo --full-length` prints them"
             )
         if not numbers:
             continue

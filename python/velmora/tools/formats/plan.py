@@ -99,7 +99,7 @@ def plan(source: str, fields: Sequence[Field], options: ReadOptions) -> Plan:
     elif time:
         notes.append(Note("time", why))
     group = _group(source, fields, options)
-    found = _joint_cells(fields, {*time, group}, options)
+    found = _joint_cells(fields, {*time, group}, options, notes)
     joints = _chosen(source, found, options)
     cells: dict[str, list[Cell]] = {quantity: [] for quantity in QUANTITIES}
     columns: list[tuple[int, int | None, Column]] = []
@@ -217,7 +217,9 @@ class _Found(NamedTuple):
     meaning: Meaning
 
 
-def _joint_cells(fields: Sequence[Field], taken_already: set[int | None], options: ReadOptions) -> list[_Found]:
+def _joint_cells(
+    fields: Sequence[Field], taken_already: set[int | None], options: ReadOptions, notes: list[Note]
+) -> list[_Found]:
     """Every column that may hold a quantity of a joint; a second one for the same place goes by its whole name."""
     found = []
     taken = set()
@@ -240,6 +242,12 @@ def _joint_cells(fields: Sequence[Field], taken_already: set[int | None], option
             while (place.quantity, place.joint) in taken:
                 place = place._replace(joint=f"{field.name}_{number}")
                 number += 1
+            if place.joint != says.joint and element is None:
+                notes.append(
+                    Note(
+                        "columns", f"{quoted(field.name)} has the name of another column: called {quoted(place.joint)}"
+                    )
+                )
             taken.add((place.quantity, place.joint))
             found.append(_Found(index, element, place))
     with_positions = {entry.meaning.joint for entry in found if entry.meaning.quantity == "positions"}

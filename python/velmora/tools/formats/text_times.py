@@ -53,6 +53,8 @@ def stamps(source: str, dialect: Dialect, chosen: Plan, table: pa.Table) -> tupl
     try:
         unit, why = _unit(source, dialect, chosen, name, _doubles(text.slice(0, _TELLING)))
         exact = None if text.null_count else _exact_nanoseconds(text, unit)
+        if text.null_count:
+            why += ", as doubles, since some are missing"
         return Stamps(exact, unit) if exact is not None else clock.from_doubles(_doubles(text), unit), why
     except pa.ArrowInvalid as error:
         dates = _dates(text)
