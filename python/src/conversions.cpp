@@ -201,7 +201,13 @@ bool ToBool(nb::handle source, const char* argument) {
 
 std::string ToText(nb::handle source, const char* argument) {
   if (!nb::isinstance<nb::str>(source)) RefuseType(source, argument, "a str");
-  return nb::cast<std::string>(source);
+  const auto bytes = nb::steal<nb::bytes>(PyUnicode_AsEncodedString(source.ptr(), "utf-8", "surrogateescape"));
+  if (!bytes.is_valid()) throw nb::python_error();
+  return {bytes.c_str(), bytes.size()};
+}
+
+nb::object FromText(const std::string& text) {
+  return nb::steal(PyUnicode_DecodeUTF8(text.data(), static_cast<Py_ssize_t>(text.size()), "surrogateescape"));
 }
 
 void RefuseType(nb::handle source, const char* argument, const char* expected) {

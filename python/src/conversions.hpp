@@ -32,7 +32,9 @@ double ToDouble(nb::handle source, const char* argument);
 std::optional<double> ToOptionalDouble(nb::handle source, const char* argument);
 std::variant<double, Vector> ToDoubleOrVector(nb::handle source, const char* argument);
 bool ToBool(nb::handle source, const char* argument);
+/// The bytes of a str; bytes that are no UTF-8 stand in it as Python's surrogate escapes, there and back.
 std::string ToText(nb::handle source, const char* argument);
+nb::object FromText(const std::string& text);
 
 /// Raises a TypeError: what the argument must be, and the type that came.
 [[noreturn]] void RefuseType(nb::handle source, const char* argument, const char* expected);
@@ -40,8 +42,9 @@ std::string ToText(nb::handle source, const char* argument);
 /// The object of the library's that the source holds.
 template <typename Class>
 const Class& ToInstance(nb::handle source, const char* argument, const char* expected) {
-  if (!nb::isinstance<Class>(source)) RefuseType(source, argument, expected);
-  return nb::cast<const Class&>(source);
+  const Class* instance = nullptr;
+  if (!nb::try_cast(source, instance) || instance == nullptr) RefuseType(source, argument, expected);
+  return *instance;
 }
 
 /// Real numbers in any number of dimensions: a C-ordered float64 array of numpy's.

@@ -4,6 +4,7 @@
 #include <nanobind/stl/optional.h>
 #include <nanobind/stl/string.h>
 
+#include "conversions.hpp"
 #include "register.hpp"
 #include "velmora/native/invalid_argument_error.hpp"
 
@@ -20,7 +21,7 @@ void RegisterErrors(nb::module_&) {
           std::rethrow_exception(thrown);
         } catch (const native::InvalidArgumentError& error) {
           const nb::handle type_object(static_cast<PyObject*>(type_of_error));
-          PyErr_SetObject(type_object.ptr(), type_object(error.what(), error.argument_name()).ptr());
+          PyErr_SetObject(type_object.ptr(), type_object(FromText(error.what()), error.argument_name()).ptr());
         }
       },
       type);

@@ -183,7 +183,7 @@ using util::timing::ResamplingTimeGridMode;
 // The value of a text or of an integer; the library judges integers that are no member's.
 template <typename Option, Option (*kParse)(std::string_view)>
 Option ToOption(nb::handle source, const char* argument, const char* expected) {
-  if (nb::isinstance<nb::str>(source)) return kParse(nb::cast<std::string>(source));
+  if (nb::isinstance<nb::str>(source)) return kParse(ToText(source, argument));
   int value = 0;
   if (!PyLong_Check(source.ptr()) || PyBool_Check(source.ptr()) || !nb::try_cast(source, value)) {
     RefuseType(source, argument, expected);

@@ -1,0 +1,50 @@
+"""Docstrings: every public one has the sections of numpydoc, and its example runs."""
+
+from __future__ import annotations
+
+import doctest
+import enum
+import inspect
+from typing import Any
+
+import pytest
+
+import velmora as vm
+
+
+def documented() -> dict[str, Any]:
+    members: dict[str, Any] = {name: getattr(vm, name) for name in vm.__all__ if name != "__version__"}
+    members["JointTrajectory.resample"] = vm.JointTrajectory.resample
+    return members
+
+
+@pytest.mark.parametrize("name", documented())
+def test_examples_run(name: str) -> None:
+    item = documented()[name]
+    if isinstance(item, enum.EnumMeta):
+        return
+    examples = doctest.DocTestParser().get_doctest(inspect.getdoc(item) or "", {}, name, None, None)
+    assert examples.examples, f"{name} has no example"
+    failed = doctest.DocTestRunner().run(examples).failed
+    assert failed == 0
+
+
+@pytest.mark.parametrize("name", documented())
+def test_sections_are_there(name: str) -> None:
+    item = documented()[name]
+    text = inspect.getdoc(item) or ""
+    if isinstance(item, enum.EnumMeta):
+        sections = ["Attributes"]
+    elif item is vm.InvalidArgumentError:
+        sections = ["Parameters", "Attributes", "Examples"]
+    else:
+        sections = ["Parameters", "Raises", "Notes", "Examples"]
+    for section in sections:
+        assert f"\n{section}\n{'-' * len(section)}\n" in text, section
+
+
+def test_attributes_are_documented() -> None:
+    for item in (vm.JointTrajectory, vm.JointStateBox, vm.JointStateLimits, vm.ShapedTrajectory):
+        for name, member in inspect.getmembers(item, inspect.isdatadescriptor):
+            if not name.startswith("_"):
+                assert member.__doc__, f"{item.__name__}.{name}"

@@ -1,0 +1,165 @@
+"""Lifetimes, ownership, leaks, and the buffers that are kept for the next results."""
+
+from __future__ import annotations
+
+import gc
+import os
+import subprocess
+import sys
+import time
+from collections.abc import Callable
+from typing import Any
+
+import numpy as np
+import pytest
+
+import velmora as vm
+from velmora import _core
+
+NAMES = ("positions", "time", "velocities", "accelerations", "jerks")
+
+
+def make(samples: int = 50, joints: int = 3) -> vm.JointTrajectory:
+    values = np.random.default_rng(1).normal(size=(samples, joints))
+    return vm.JointTrajectory(values, dt=0.01)
+
+
+def results() -> dict[str, Callable[[], Any]]:
+    trajectory = make()
+    raw = np.ones((5, 2))
+    box = vm.JointStateBox([0.0], [1.0])
+    tail = vm.ShapedTrajectory(raw, raw, raw, np.arange(5.0))
+    return {
+        **{name: lambda name=name: getattr(make(), name) for name in NAMES},  # type: ignore[misc]
+        "resample": lambda: trajectory.resample(0.003).velocities,
+        "sample": lambda: trajectory.sample([0.1, 0.2]).accelerations,
+        "difference": lambda: vm.sample_aligned_first_difference(raw, 0.1),
+        "blend": lambda: vm.blend_arrays(raw, raw, 0.5),
+        "path": lambda: vm.joint_path_coordinate(raw),
+        "ramp": lambda: vm.smootherstep([0.1, 0.2]),
+        "box": lambda: vm.JointStateBox([0.0], [1.0]).lower,
+        "limits": lambda: vm.JointStateLimits(box).position.upper,  # type: ignore[union-attr]
+        "tail": lambda: vm.blend_tail_with_held_raw_endpoint([0.0, 0.0], tail, 0.5).positions,
+    }
+
+
+@pytest.mark.parametrize("name", results())
+def test_results_are_read_only_views_that_outlive_their_object(name: str) -> None:
+    result = results()[name]()
+    expected = result.copy()
+    gc.collect()
+    held = [make(50, 3) for _ in range(50)]  # would write over memory that was freed
+    assert result.tobytes() == expected.tobytes()
+    assert result.dtype == np.float64
+    assert result.flags.c_contiguous
+    assert not result.flags.writeable
+    assert not result.flags.owndata
+    with pytest.raises(ValueError, match="read-only"):
+        result[0] = 1.0
+    with pytest.raises(ValueError, match="WRITEABLE"):
+        result.flags.writeable = True
+    assert len(held) == 50
+
+
+@pytest.mark.parametrize("name", NAMES)
+def test_an_attribute_is_the_same_memory_at_every_call(name: str) -> None:
+    trajectory = make()
+    first, second = getattr(trajectory, name), getattr(trajectory, name)
+    assert first.__array_interface__["data"] == second.__array_interface__["data"]
+
+
+def test_an_array_keeps_its_trajectory_alive() -> None:
+    trajectory = make()
+    before = sys.getrefcount(trajectory)
+    view = trajectory.positions
+    assert sys.getrefcount(trajectory) > before
+    del view
+    assert sys.getrefcount(trajectory) == before
+
+
+def resident_bytes() -> int:
+    with open("/proc/self/statm") as file:
+        return int(file.read().split()[1]) * os.sysconf("SC_PAGE_SIZE")
+
+
+def everything() -> None:
+    for call in results().values():
+        call()
+    for call in (
+        lambda: vm.JointTrajectory([[1.0]]),
+        lambda: vm.JointTrajectory("text", dt=1.0),  # type: ignore[arg-type]
+        lambda: vm.JointTrajectory([[1.0], [1.0, 2.0]], dt=1.0),
+        lambda: vm.resample_trajectory(make(), 0.1, "quintic"),  # type: ignore[arg-type]
+        lambda: make().resample(1e-300),
+    ):
+        with pytest.raises((ValueError, TypeError, MemoryError)):
+            call()
+    trajectory = make()
+    assert trajectory == trajectory.copy()
+    repr(trajectory)
+    trajectory.__reduce__()
+
+
+def test_ten_thousand_calls_leak_nothing() -> None:
+    shared: list[Any] = [np.ones((5, 2)), [0.1, 0.2], vm, vm.JointTrajectory, vm.ResamplingMethod, None]
+    for _ in range(60):
+        everything()
+    gc.collect()
+    counts, blocks, before = [sys.getrefcount(one) for one in shared], sys.getallocatedblocks(), resident_bytes()
+    calls_per_round = len(results()) + 8
+    for _ in range(10_000 // calls_per_round):
+        everything()
+    gc.collect()
+    assert [sys.getrefcount(one) for one in shared] == pytest.approx(counts, abs=20)
+    assert sys.getallocatedblocks() - blocks < 500
+    assert resident_bytes() - before < 2_000_000
+
+
+def give_back_after_idling() -> None:
+    time.sleep(1.1)
+    gc.collect()
+
+
+def test_large_buffers_are_kept_bounded_and_given_back() -> None:
+    give_back_after_idling()
+    assert _core._kept_buffer_bytes() == 0  # type: ignore[attr-defined]
+    large = vm.smootherstep(np.zeros(100_000))
+    address = large.__array_interface__["data"][0]
+    del large
+    assert 800_000 <= _core._kept_buffer_bytes() < 1_700_000  # type: ignore[attr-defined]
+    again = vm.smootherstep(np.zeros(100_000))
+    assert again.__array_interface__["data"][0] == address
+    many = [vm.smootherstep(np.zeros(1_000_000)) for _ in range(8)]
+    del many
+    assert 8_000_000 <= _core._kept_buffer_bytes() <= 32 << 20  # type: ignore[attr-defined]
+    give_back_after_idling()
+    assert _core._kept_buffer_bytes() == 0  # type: ignore[attr-defined]
+
+
+def test_many_small_blocks_are_kept_bounded_too() -> None:
+    many = [vm.smootherstep(np.zeros(5_000)) for _ in range(100)]
+    del many
+    assert _core._kept_buffer_bytes() <= 32 * 50_000  # type: ignore[attr-defined]
+
+
+def test_a_block_beyond_the_bound_is_not_kept() -> None:
+    give_back_after_idling()
+    vm.smootherstep(np.zeros(5_000_000))
+    assert _core._kept_buffer_bytes() == 0  # type: ignore[attr-defined]
+
+
+@pytest.mark.filterwarnings("ignore::DeprecationWarning")
+def test_a_forked_process_goes_on() -> None:
+    trajectory = make(5000)
+    trajectory.resample(0.0025)
+    child = os.fork()
+    if child == 0:
+        os._exit(0 if trajectory.resample(0.0025).sample_count == 19997 else 1)
+    assert os.waitpid(child, 0)[1] == 0
+
+
+def test_objects_held_at_the_end_of_the_program_are_no_fault() -> None:
+    program = "import velmora as vm; t = vm.JointTrajectory([[0.0], [1.0]], dt=0.1); keep = [t, t.velocities]; t.me = 0"
+    program = program.rsplit(";", 1)[0]
+    run = subprocess.run([sys.executable, "-W", "error", "-c", program], capture_output=True, check=True)
+    assert (run.stdout, run.stderr) == (b"", b"")
