@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The golden corpus of the C++ tests as calls of the package: arguments in, results out, as words of 64 bits."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Every kind of array-like: what is taken is converted once, what is not is refused by the name of its argument."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Docstrings: every public one has the sections of numpydoc, and its example runs."""
 
 from __future__ import annotations

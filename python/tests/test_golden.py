@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The same bits through Python: the golden corpus, condensed, gives the committed digests of every routine."""
 
 from __future__ import annotations

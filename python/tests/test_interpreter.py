@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The package in a fresh interpreter: quiet, quick to import, and safe in sub-interpreters."""
 
 from __future__ import annotations

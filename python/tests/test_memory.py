@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Lifetimes, ownership, leaks, and the buffers that are kept for the next results."""
 
 from __future__ import annotations

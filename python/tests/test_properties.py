@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Properties of any valid input: shapes with no joints, one sample, huge and tiny values."""
 
 from __future__ import annotations

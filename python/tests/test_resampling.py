@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Resampling by spacing, rate and number of samples; sampling; names of methods and modes."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Blends, path coordinates, differences, the ramp and the validators: values and sentences."""
 
 from __future__ import annotations

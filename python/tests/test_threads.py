@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Threads may share a trajectory: first calls are guarded, and the interpreter runs on meanwhile."""
 
 from __future__ import annotations

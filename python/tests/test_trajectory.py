@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The trajectory: its checks in their order, derivatives, copies, pickles, comparison."""
 
 from __future__ import annotations

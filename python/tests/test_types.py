@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Type checkers: silent on a right program, complaining about every wrong line; stubs are up to date."""
 
 from __future__ import annotations

@@ -5,6 +5,7 @@
 // elements; an optional value whether it is there, and the value; a call the number of its kind, in the order of
 // `Call`, and its members. A result is 1 and its message and optional argument name for a failure, 2 where memory ran
 // out, or 0 and the number of its arrays and these.
+// SPDX-License-Identifier: Apache-2.0
 #include <array>
 #include <iomanip>
 #include <iostream>

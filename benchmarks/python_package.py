@@ -1,0 +1,172 @@
+# SPDX-License-Identifier: Apache-2.0
+# Times the Python package beside the C++ library, scipy and numpy, and prints the tables for docs/performance.md.
+"""
+python_package.py [--write]       needs the package (PYTHONPATH) and build/benchmark (./scripts/benchmark-python)
+python_package.py --child SAMPLES ROUNDS     one process of it: microseconds of each call, as JSON
+"""
+import datetime
+import json
+import os
+import pathlib
+import random
+import re
+import statistics
+import subprocess
+import sys
+import time
+
+import numpy as np
+
+import velmora as vm
+from numpy_peers import cubic, derivative, linear, recording
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+PROGRAM = ROOT / "build/benchmark/benchmarks/velmora_benchmarks"
+PAGE = ROOT / "docs/performance.md"
+JOINTS = 7
+ROUNDS = {100: 15, 1_000: 15, 10_000: 9, 100_000: 5}
+ROUND_S = 0.01
+# As Python starts: nothing is set. Warm: as in the tables above, freed blocks of up to 32 MiB stay with the process.
+STATES = {
+    "start": "",
+    "warm": "glibc.malloc.mmap_threshold=33554432:glibc.malloc.trim_threshold=1073741824",
+}
+CPP = {"cubic": "cubic", "linear": "linear", "blend": "blend_scalar", "path": "path_coordinate"}
+
+
+def calls(samples):
+    times, positions = recording(samples, JOINTS)
+    trajectory = vm.JointTrajectory(positions, time=times)
+    spacing = trajectory.duration_s / (4 * samples - 1)
+    shaped = positions + 0.1
+    return {
+        "cubic": lambda: trajectory.resample(spacing),
+        "cubic/scipy": lambda: cubic(times, positions),
+        "linear": lambda: trajectory.resample(spacing, "linear"),
+        "linear/numpy": lambda: linear(times, positions),
+        "derivative": lambda: vm.JointTrajectory(positions, time=times).velocities,
+        "derivative/numpy": lambda: derivative(times, positions),
+        "blend": lambda: vm.blend_arrays(positions, shaped, 0.3),
+        "blend/numpy": lambda: 0.7 * positions + 0.3 * shaped,
+        "path": lambda: vm.joint_path_coordinate(positions),
+    }
+
+
+def timed(call, repeats):
+    start = time.process_time_ns()
+    for _ in range(repeats):
+        call()
+    return (time.process_time_ns() - start) / repeats / 1e3
+
+
+def child(samples, rounds):
+    jobs = calls(samples)
+    repeats = {}
+    for name, call in jobs.items():
+        call()
+        repeats[name] = max(1, round(ROUND_S * 1e6 / max(timed(call, 1), 0.1)))
+    plan = [name for name in jobs for _ in range(rounds)]
+    random.Random(samples).shuffle(plan)
+    measured = {name: [] for name in jobs}
+    for name in plan:
+        measured[name].append(timed(jobs[name], repeats[name]))
+    json.dump(measured, sys.stdout)
+
+
+def run(command, tunables):
+    environment = dict(os.environ, OPENBLAS_NUM_THREADS="1", GLIBC_TUNABLES=tunables)
+    return json.loads(subprocess.run(command, env=environment, check=True, stdout=subprocess.PIPE, text=True).stdout)
+
+
+def cpp_rounds(samples, tunables):
+    names = "|".join(CPP.values())
+    command = [PROGRAM, f"--benchmark_filter=^({names})/library/{samples}/{JOINTS}$", "--benchmark_format=json"]
+    command += ["--benchmark_repetitions=5", f"--benchmark_min_time={ROUND_S}s", "--benchmark_enable_random_interleaving=true"]
+    for entry in run(list(map(str, command)), tunables)["benchmarks"]:
+        if entry["run_type"] == "iteration":
+            yield entry["run_name"].split("/")[0], entry["cpu_time"] / 1e3
+
+
+def measure():
+    """Median microseconds by state, samples and call; the rounds of C++ stand half before, half after Python's."""
+    medians = {}
+    for state, tunables in STATES.items():
+        for samples, rounds in ROUNDS.items():
+            measured = {}
+            for part in range(2):
+                for name, value in cpp_rounds(samples, tunables):
+                    measured.setdefault(f"{name}/C++", []).append(value)
+                if part == 0:
+                    measured.update(run([sys.executable, __file__, "--child", str(samples), str(rounds)], tunables))
+            medians[state, samples] = {name: statistics.median(values) for name, values in measured.items()}
+    return medians
+
+
+def number(value):
+    return f"{value:.3g}" if value < 1000 else f"{value:,.0f}"
+
+
+def table(medians):
+    sizes = list(ROUNDS)
+    lines = ["| call, state | | " + " | ".join(f"{size:,}" for size in sizes) + " |"]
+    lines.append("|---|---|" + "---:|" * len(sizes))
+
+    def row(call, what, value, goals=None):
+        cells = []
+        for size in sizes:
+            goal, least = (goals or {}).get(size, (None, True))
+            got = value(size)
+            missed = goal is not None and (got < goal if least else got > goal)
+            text = f"**{number(got)}**" if missed else number(got)
+            cells.append(text + (f" ({goal})" if goal is not None else ""))
+        lines.append(f"| {call} | {what} | " + " | ".join(cells) + " |")
+
+    overhead = {100: (2, False)}
+    factor = {size: (1.15, False) for size in sizes if size >= 1_000}
+    goals = {
+        ("cubic", "start"): {1_000: (15, True), 10_000: (12, True)},
+        ("cubic", "warm"): {100: (30, True), 1_000: (20, True)},
+        ("derivative", "warm"): {1_000: (25, True)},
+    }
+    peers = {"cubic": "scipy", "linear": "numpy", "derivative": "numpy", "blend": "numpy"}
+    titles = {
+        "cubic": "`resample`, cubic",
+        "linear": "`resample`, linear",
+        "derivative": "`JointTrajectory(...).velocities`",
+        "blend": "`blend_arrays`, one weight",
+        "path": "`joint_path_coordinate`",
+    }
+    for job, title in titles.items():
+        for state, words in (("start", "as Python starts"), ("warm", "warm")):
+            at = lambda size, name, state=state: medians[state, size][name]  # noqa: E731
+            label = f"{title}, {words}"
+            row(label, "microseconds", lambda size: at(size, job))
+            if job in CPP:
+                cpp = f"{CPP[job]}/C++"
+                bounded = job in ("cubic", "linear")
+                row("", "more than in C++", lambda size: at(size, job) - at(size, cpp), overhead)
+                row("", "times C++", lambda size: at(size, job) / at(size, cpp), factor if bounded else None)
+            if job in peers:
+                peer = f"{job}/{peers[job]}"
+                row("", f"times faster than {peers[job]}", lambda size: at(size, peer) / at(size, job), goals.get((job, state)))
+    return "\n".join(lines)
+
+
+def main():
+    text = (
+        f"`./scripts/benchmark-python` on {datetime.date.today()}, Python {sys.version.split()[0]}, numpy {np.__version__}."
+        " Columns are numbers of samples of 7 joints; in parentheses the goal, bold where it is not reached.\n\n"
+        + table(measure())
+    )
+    print(text)
+    if "--write" in sys.argv:
+        begin, end = "<!-- python benchmark: begin -->", "<!-- python benchmark: end -->"
+        page = PAGE.read_text()
+        PAGE.write_text(re.sub(f"{begin}.*{end}", lambda _: f"{begin}\n\n{text}\n\n{end}", page, flags=re.DOTALL))
+
+
+if __name__ == "__main__":
+    if sys.argv[1:2] == ["--child"]:
+        child(*map(int, sys.argv[2:4]))
+    else:
+        main()
