@@ -22,8 +22,11 @@ def jerk_spectrum(data: ReportData, joints: tuple[int, ...]) -> Plot | None:
     for name, track in data.tracks():
         if "jerks" not in track.values:
             continue
+        steps = np.diff(track.times)
+        step_s = float(np.median(steps)) if len(steps) else 0.0
+        even = bool((np.abs(np.delete(steps, track.gaps) - step_s) <= 1e-3 * step_s).all())
         for joint in joints:
-            found = _density(track, joint)
+            found = _density(track, joint, step_s, even)
             if found is not None:
                 curves.append(Curve(data.joints[joint], found[0], found[1], joint, name))
     if not curves:
@@ -32,23 +35,24 @@ def jerk_spectrum(data: ReportData, joints: tuple[int, ...]) -> Plot | None:
     return Plot("frequency in Hz", f"jerk in {unit}/√Hz", tuple(curves), log_x=True, log_y=True)
 
 
-def _density(track: Track, joint: int) -> tuple[NDArray[np.float64], NDArray[np.float64]] | None:
-    times, jerk = track.times, track.values["jerks"][:, joint]
-    if len(times) < SHORTEST or not np.isfinite(jerk).all():
+def _density(
+    track: Track, joint: int, step: float, even: bool
+) -> tuple[NDArray[np.float64], NDArray[np.float64]] | None:
+    times, jerk = track.times, np.ascontiguousarray(track.values["jerks"][:, joint])
+    if len(times) < SHORTEST or not step > 0 or not np.isfinite(jerk).all():
         return None
-    step = float(np.median(np.diff(times)))
     length = int(min(LONGEST, max(SHORTEST, 2 ** int(np.log2(len(times) / 4)))))
-    if not step > 0:
-        return None
     window = np.hanning(length + 1)[:-1]
     power, segments = np.zeros(length // 2 + 1), 0
     first = 0
     for last in [*track.gaps.tolist(), len(times) - 1]:
-        even = _even(times[first : last + 1], jerk[first : last + 1], step)
+        stretch = jerk[first : last + 1]
+        if not even:
+            stretch = _interpolated(times[first : last + 1], stretch, step)
         first = last + 1
-        if len(even) < length:
+        if len(stretch) < length:
             continue
-        blocks = np.lib.stride_tricks.sliding_window_view(even, length)[:: length // 2]
+        blocks = np.lib.stride_tricks.sliding_window_view(stretch, length)[:: length // 2]
         for start in range(0, len(blocks), 256):
             part = blocks[start : start + 256]
             spectra = np.fft.rfft((part - part.mean(axis=1, keepdims=True)) * window, axis=1)
@@ -61,10 +65,8 @@ def _density(track: Track, joint: int) -> tuple[NDArray[np.float64], NDArray[np.
     return _thinned(frequency, density)
 
 
-def _even(times: NDArray[np.float64], values: NDArray[np.float64], step: float) -> NDArray[np.float64]:
-    """The values every `step` seconds: themselves where the samples are even."""
-    if len(times) < 2 or np.abs(np.diff(times) - step).max() <= 1e-3 * step:
-        return values
+def _interpolated(times: NDArray[np.float64], values: NDArray[np.float64], step: float) -> NDArray[np.float64]:
+    """The values every `step` seconds."""
     count = int((times[-1] - times[0]) / step) + 1
     return np.asarray(np.interp(times[0] + step * np.arange(count), times, values))
 

@@ -42,6 +42,14 @@ class Chart {
     Object.assign(this, options);
     this.isTime = this.kind === "time";
     this.make();
+    this.onScreen = true;
+    new IntersectionObserver(
+      (entries) => {
+        this.onScreen = entries[entries.length - 1].isIntersecting;
+        this.refresh();
+      },
+      { rootMargin: "200px" },
+    ).observe(element);
   }
 
   make() {
@@ -138,6 +146,13 @@ class Chart {
 
   bands() {
     return (this.bounds || []).filter((bound) => this.page.joints[bound.joint]);
+  }
+
+  // Draws anew what is on the screen; the rest when it comes there.
+  refresh() {
+    if (!this.stale || !(this.onScreen || this.page.printing)) return;
+    this.stale = false;
+    this.update();
   }
 
   update() {

@@ -41,14 +41,23 @@ function nearest(track, time) {
   return k;
 }
 
+// Pixels of values: as uPlot's valToPos, which looks up the scale anew for each of thousands of points.
+function mapped(u, key, start, end) {
+  const { min, max, distr } = u.scales[key];
+  const log = distr === 3;
+  const [low, high] = log ? [Math.log10(min), Math.log10(max)] : [min, max];
+  const perUnit = (end - start) / (high - low);
+  return (value) => start + perUnit * ((log ? Math.log10(value) : value) - low);
+}
+
 // Path of a curve: a line through single samples, one vertical stroke for each column of pixels where there are many,
 // a block from the smallest to the largest value for a bucket that is wider than a few pixels. `dotted`: single samples
 // have dots where there is room for them; `only`: flags of the buckets that are drawn.
 function trace(u, track, curve, dotted, only) {
   const { min, max } = u.scales.x;
   const [first, last] = inView(track, min, max);
-  const X = (value) => u.valToPos(value, "x", true);
-  const Y = (value) => u.valToPos(value, "y", true);
+  const X = mapped(u, "x", u.bbox.left, u.bbox.left + u.bbox.width);
+  const Y = mapped(u, "y", u.bbox.top + u.bbox.height, u.bbox.top);
   const stroke = new Path2D();
   const fill = new Path2D();
   const dots = dotted && last - first < u.bbox.width / (8 * devicePixelRatio) ? 2 * devicePixelRatio : 0;

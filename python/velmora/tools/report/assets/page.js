@@ -33,7 +33,8 @@ class Page {
     this.waiting = true;
     requestAnimationFrame(() => {
       this.waiting = false;
-      for (const chart of this.charts) chart.update();
+      for (const chart of this.charts) chart.stale = true;
+      for (const chart of this.charts) chart.refresh();
       for (const listener of this.listeners) listener();
     });
   }
@@ -79,6 +80,7 @@ class Page {
     if (joint !== null) this.joints[joint] = true;
     const margin = Math.max((to - from) * 1.5, 40 * this.step);
     this.view = this.within({ from: from - margin, to: to + margin });
+    chart.onScreen = true; // in a moment
     this.changed();
     chart.element.closest(".chart").scrollIntoView({ block: "center" });
     chart.element.focus({ preventScroll: true });
