@@ -5,11 +5,11 @@ from __future__ import annotations
 
 import shutil
 from collections.abc import Iterator
-from dataclasses import dataclass, field
 from pathlib import Path
 from typing import Any
 
 import pytest
+from report_browser import Opened, wait
 from report_sample import sample_data
 from velmora.tools.report import build
 
@@ -18,45 +18,6 @@ ARGUMENTS = [
     *("--disable-sync", "--no-first-run"),
 ]
 DESKTOP = {"width": 1400, "height": 900}
-
-
-@dataclass
-class Opened:
-    """A report in the browser, and what it said and asked for."""
-
-    page: Any
-    said: list[str] = field(default_factory=list)
-    asked: list[str] = field(default_factory=list)
-
-    def view(self) -> tuple[float, float]:
-        found = self.page.evaluate("[velmoraReport.view.from, velmoraReport.view.to]")
-        return found[0], found[1]
-
-    def settle(self) -> None:
-        self.page.evaluate(
-            "new Promise(done => requestAnimationFrame(() => requestAnimationFrame(() => requestAnimationFrame(done))))"
-        )
-
-    def ink(self, chart: int) -> int:
-        """How many pixels of a chart are not empty."""
-        found = self.page.evaluate(
-            """(chart) => {
-              const canvas = document.querySelectorAll(".chart canvas")[chart];
-              const data = canvas.getContext("2d").getImageData(0, 0, canvas.width, canvas.height).data;
-              let count = 0;
-              for (let i = 3; i < data.length; i += 4) count += data[i] > 0;
-              return count;
-            }""",
-            chart,
-        )
-        return int(found)
-
-    def over(self, chart: int, share: float) -> tuple[float, float]:
-        """A point in the middle of a chart's height, at a share of its width."""
-        area = self.page.locator("#charts .u-over").nth(chart)
-        area.scroll_into_view_if_needed()
-        box = area.bounding_box()
-        return box["x"] + share * box["width"], box["y"] + box["height"] / 2
 
 
 @pytest.fixture(scope="module")
@@ -90,7 +51,7 @@ def opening(browser: Any) -> Iterator[Any]:
         opened.page.on("pageerror", lambda error: opened.said.append(str(error)))
         opened.page.on("request", lambda request: opened.asked.append(request.url))
         opened.page.goto(path.as_uri())
-        opened.page.wait_for_function("document.documentElement.dataset.ready")
+        wait(opened.page, "document.documentElement.dataset.ready")
         opened.settle()
         assert opened.page.evaluate("document.documentElement.dataset.ready") == "yes"
         return opened

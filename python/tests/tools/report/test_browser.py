@@ -7,6 +7,7 @@ from pathlib import Path
 from typing import Any
 
 import pytest
+from report_browser import wait
 from report_sample import renamed, sample_data
 from velmora.tools.report import build
 
@@ -67,6 +68,8 @@ def test_a_drag_zooms_all_charts_and_a_double_click_shows_the_whole(opening: Any
     from_s, to_s = opened.view()
     assert from_s == pytest.approx(whole[0] + 0.25 * (whole[1] - whole[0]), rel=0.02)
     assert to_s == pytest.approx(whole[0] + 0.75 * (whole[1] - whole[0]), rel=0.02)
+    opened.page.locator(".chart").nth(4).scroll_into_view_if_needed()  # it is drawn when it comes onto the screen
+    wait(opened.page, "!velmoraReport.charts[4].stale")
     scales = opened.page.evaluate(
         "velmoraReport.charts.filter(c => c.isTime).map(c => [c.plot.scales.x.min, c.plot.scales.x.max])"
     )
@@ -252,7 +255,7 @@ def test_broken_data_are_told_and_the_tables_stay(browser: Any, file: Path, tmp_
     path.write_text(text[:start] + text[text.index("</script>", start) :], "utf-8")
     page = browser.new_page()
     page.goto(path.as_uri())
-    page.wait_for_function("document.documentElement.dataset.ready === 'no'")
+    wait(page, "document.documentElement.dataset.ready === 'no'")
     assert page.locator("#trouble").inner_text().startswith("The curves cannot be drawn: ")
     assert page.locator("#violations").is_visible()
     page.close()

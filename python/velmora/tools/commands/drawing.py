@@ -6,7 +6,7 @@ from __future__ import annotations
 import shlex
 import sys
 from collections.abc import Callable
-from dataclasses import dataclass
+from dataclasses import dataclass, replace
 from typing import Any, TypeVar
 
 import click
@@ -27,7 +27,7 @@ from velmora.tools.operations.limits import UNBOUNDED, JointLimits, LimitsFile, 
 from velmora.tools.operations.resample import Resampled, ResampleOptions, resample, trajectory_of
 from velmora.tools.options import ReadOptions
 from velmora.tools.recording import Recording
-from velmora.tools.report.data import Bounds, Fact, Quantity, ReportData, Track, Violation
+from velmora.tools.report.data import Bounds, Fact, Quantity, ReportData, Track, TrackName, Violation
 
 Function = TypeVar("Function", bound=Callable[..., Any])
 PLURALS: dict[str, Quantity] = {
@@ -36,6 +36,8 @@ PLURALS: dict[str, Quantity] = {
     "acceleration": "accelerations",
     "jerk": "jerks",
 }
+# Options that say where to write, not what.
+NOT_SHOWN = ("output", "output-dir", "force", "json", "jobs", "scheduler", "resume", "summary", "format")
 Write = Callable[[ReportData, str], None]
 
 
@@ -61,14 +63,15 @@ def limits_option(function: Function) -> Function:
 
 def drawing_work(ctx: click.Context, values: dict[str, Any], write: Write) -> DrawingWork:
     """What to draw, out of the values of a command."""
+    options = resampling.resample_options(ctx, values, required=False)
     return DrawingWork(
         reading.read_options(values),
         reading.check_options(values),
-        resampling.resample_options(ctx, values, required=False),
+        options,
         None if values["limits"] is None else load(values["limits"]),
         write,
         shlex.join(["velmora", *sys.argv[1:]]),
-        tuple(Fact(setting.name, setting.value, setting.origin) for setting in config.settings(ctx)),
+        _settings(ctx, options),
     )
 
 
@@ -106,7 +109,7 @@ def report_data(recording: Recording, options: DrawingWork, digest: str) -> tupl
         before=Track(before.time, _Lazy(before), gaps.before.astype(np.int64)),
         after=_after(fit, pieces),
         limits={} if limits is None else _bounds(limits),
-        violations=() if verdict is None else _violations(verdict, recording.joints),
+        violations=() if verdict is None or limits is None else _all_violations(fit, verdict, pieces, limits),
         facts=tuple(Fact(line[:11].strip(), line[11:]) for line in info_lines({**report, "peaks": None})[1:]),
         notes=tuple(notes),
         options=options.settings,
@@ -145,13 +148,9 @@ def _after(recording: Recording, pieces: list[Resampled]) -> Track | None:
         return None
     if len(pieces) == 1:
         return Track(pieces[0].trajectory.time, _Lazy(pieces[0].trajectory))
-    assert recording.stamps is not None
-    origin = recording.stamps.origin
-    times = []
-    for piece in pieces:
-        assert piece.recording.stamps is not None
-        offset = piece.recording.stamps.origin - origin
-        times.append(piece.trajectory.time + (offset / 1e9 if isinstance(offset, int) else offset))
+    times = [
+        piece.trajectory.time + start_s for piece, start_s in zip(pieces, _starts_s(recording, pieces), strict=True)
+    ]
     values: dict[Quantity, Any] = {
         quantity: np.concatenate([getattr(piece.trajectory, quantity) for piece in pieces])
         for quantity in PLURALS.values()
@@ -174,19 +173,67 @@ def _bounds(limits: JointLimits) -> dict[Quantity, Bounds]:
     return found
 
 
-def _violations(verdict: Verdict, joints: tuple[str, ...]) -> tuple[Violation, ...]:
+def _starts_s(recording: Recording, pieces: list[Resampled]) -> list[float]:
+    """When each piece begins, in seconds after the first sample of the recording."""
+    assert recording.stamps is not None
+    starts = []
+    for piece in pieces:
+        assert piece.recording.stamps is not None
+        start = piece.recording.stamps.origin - recording.stamps.origin
+        starts.append(start / 1e9 if isinstance(start, int) else start)
+    return starts
+
+
+def _all_violations(
+    recording: Recording, verdict: Verdict, pieces: list[Resampled], limits: JointLimits
+) -> tuple[Violation, ...]:
+    """Those of the recording, and those of what it was resampled to."""
+    found = _violations(verdict, recording.joints)
+    for piece, start_s in zip(pieces, _starts_s(recording, pieces), strict=True):
+        # All derivatives of the spline, whether they are written or not.
+        whole = replace(
+            piece.recording,
+            velocities=piece.trajectory.velocities,
+            accelerations=piece.trajectory.accelerations,
+            jerks=piece.trajectory.jerks,
+        )
+        found += _violations(check(whole, limits, guard_units=False), recording.joints, "after", start_s)
+    return found
+
+
+def _violations(
+    verdict: Verdict, joints: tuple[str, ...], track: TrackName = "before", start_s: float = 0.0
+) -> tuple[Violation, ...]:
     return tuple(
         Violation(
             PLURALS[finding.quantity],
             joints.index(finding.joint),
-            span.start_s,
-            span.end_s,
+            start_s + span.start_s,
+            start_s + span.end_s,
             span.worst,
-            span.worst_at_s,
+            start_s + span.worst_at_s,
             finding.bound.upper if span.worst > finding.bound.upper else finding.bound.lower,
             finding.bound.source,
+            track,
         )
         for finding in verdict.findings
         if finding.bound is not None
         for span in finding.violations
     )
+
+
+def _settings(ctx: click.Context, resample_options: ResampleOptions | None) -> tuple[Fact, ...]:
+    """The options that shape what is shown, with where each came from; those of resampling at their defaults too."""
+    given = {setting.name: Fact(setting.name, setting.value, setting.origin) for setting in config.settings(ctx)}
+    found = []
+    if resample_options is not None:
+        found = [given.pop(name) for name in ("sample-time", "rate", "samples") if name in given]
+        for name, default in (
+            ("method", resample_options.method),
+            ("grid", resample_options.grid),
+            ("strict", "yes" if resample_options.strict else "no"),
+            ("gaps", resample_options.gaps),
+            ("max-gap", "ten median steps"),
+        ):
+            found.append(given.pop(name, Fact(name, default, "default")))
+    return (*found, *(fact for name, fact in given.items() if name not in NOT_SHOWN))

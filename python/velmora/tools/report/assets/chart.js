@@ -25,6 +25,12 @@ function shown(value) {
   return String(Number(value.toPrecision(5)));
 }
 
+// On logarithmic axes lines stand at 2, 3, 4, ..., and words only at 1, 2 and 5.
+function label(value, log) {
+  if (value === null || (log && !/^[125]e/.test(value.toExponential()))) return "";
+  return shown(value);
+}
+
 // The joints that share a limit, by its value.
 function grouped(bands, side) {
   const found = new Map();
@@ -79,8 +85,8 @@ class Chart {
           y: { auto: false, distr: this.logY ? 3 : 1, min: y[0], max: y[1] },
         },
         axes: [
-          { ...axis, font, size: 34, values: (_, splits) => splits.map((value) => (value === null ? "" : shown(value))) },
-          { ...axis, font, size: 62, values: (_, splits) => splits.map((value) => (value === null ? "" : shown(value))) },
+          { ...axis, font, size: 34, values: (_, splits) => splits.map((value) => label(value, this.logX)) },
+          { ...axis, font, size: 62, values: (_, splits) => splits.map((value) => label(value, this.logY)) },
         ],
         series: [{}, ...series],
         cursor: {
