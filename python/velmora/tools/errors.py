@@ -3,6 +3,8 @@
 
 from __future__ import annotations
 
+from velmora.tools.text import printable
+
 
 class ToolError(Exception):
     """An error that is told in one line, without a traceback.
@@ -11,6 +13,10 @@ class ToolError(Exception):
     """
 
     exit_code = 1
+
+    def __init__(self, message: str) -> None:
+        """Take the message; what a file or a library put into it reaches a terminal without control characters."""
+        super().__init__(printable(message))
 
 
 class DataError(ToolError):

@@ -361,3 +361,10 @@ def test_kinds_that_cannot_be_written(tmp_path: Path) -> None:
     for name in ("a.db3", "a.bag"):
         with pytest.raises(UsageError, match=r"can only be read; .mcap or a name without an ending was expected$"):
             write(str(tmp_path / name), recording, WriteOptions())
+
+
+def test_a_definition_without_the_fields_is_refused(tmp_path: Path) -> None:
+    path = bag(tmp_path / "log", states(5))
+    damaged(path, lambda data: data.replace(b"float64[] effort", b"float64[] effors"))
+    with pytest.raises(DataError, match=r"its definition has no field 'effort'; one whole message was expected; --topic "):
+        read(str(path), ReadOptions())

@@ -30,6 +30,13 @@ _POINT_FIELDS = {
     "efforts": "effort",
 }
 _MEASURED = ("feedback", "actual")
+_STAMP = ("header.stamp.sec", "header.stamp.nanosec")
+# What the definition in a bag must have; it comes with the bag and may hold anything.
+_REQUIRED = {
+    JOINT_STATE: (*_STAMP, "name", "position", "velocity", "effort"),
+    TRAJECTORY: (*_STAMP, "joint_names", "points.length"),
+    **{kind: (*_STAMP, "joint_names") for kind in CONTROLLER_STATES},
+}
 # So many layouts are looked for within a block before its messages are taken one by one.
 _LAYOUTS_PER_BLOCK = 32
 
@@ -96,7 +103,11 @@ class Decoder:
     def _layout(self, block: Block, index: int, first: int) -> Layout:
         start = int(block.starts[index])
         try:
-            return walk(block.data, start, start + int(block.lengths[index]), self.channel.type, self.known, self.cdr)
+            layout = walk(block.data, start, start + int(block.lengths[index]), self.channel.type, self.known, self.cdr)
+            for path in _REQUIRED[self.channel.type]:
+                if path not in layout.spans:
+                    raise BadMessage(f"its definition has no field {quoted(path)}")
+            return layout
         except BadMessage as error:
             raise DataError(
                 f"{self.source}:{first + index + 1}: the message is no {self.channel.type}: {error}; "
@@ -158,8 +169,8 @@ class Decoder:
             raise DataError(f"{where}: there are {len(names):,} joints; at most {MAX_COLUMNS:,} were expected")
         values = {}
         for quantity, field in fields.items():
-            span = layout.spans[f"{prefix}{field}"]
-            if span.number == 0:
+            span = layout.spans.get(f"{prefix}{field}")
+            if span is None or span.number == 0:
                 continue
             if span.number != len(names):
                 raise DataError(
@@ -214,7 +225,10 @@ def _time(matrix: NDArray[np.uint8], layout: Layout, path: str) -> NDArray[np.in
     order = "<" if layout.little else ">"
     parts = []
     for name, kind in (("sec", "i4"), ("nanosec", "u4")):
-        offset = layout.spans[f"{path}.{name}"].offset
+        span = layout.spans.get(f"{path}.{name}")
+        if span is None or span.kind not in ("int32", "uint32"):
+            raise DataError(f"the definition of a message has no whole seconds and nanoseconds in {quoted(path)}")
+        offset = span.offset
         parts.append(np.ascontiguousarray(matrix[:, offset : offset + 4]).view(order + kind)[:, 0].astype(np.int64))
     seconds, nanoseconds = parts
     return seconds * 1_000_000_000 + nanoseconds
