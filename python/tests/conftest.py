@@ -1,0 +1,7 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Settings of all tests: properties are judged by what they find, not by how busy the machine is."""
+
+from hypothesis import HealthCheck, settings
+
+settings.register_profile("any machine", deadline=None, suppress_health_check=[HealthCheck.too_slow])
+settings.load_profile("any machine")
