@@ -76,21 +76,19 @@ def _from_yaml(source: str, text: str) -> Any:
     try:
         for event in yaml.parse(text, Loader=loader):
             if isinstance(event, yaml.AliasEvent) or getattr(event, "anchor", None) is not None:
-                raise DataError(f"{source}:{event.start_mark.line + 1}: there is an alias; plain values were expected")
+                raise DataError(f"{source}:{_row(event)}: there is an alias; plain values were expected")
             tag = getattr(event, "tag", None)
             if tag is not None:
-                raise DataError(
-                    f"{source}:{event.start_mark.line + 1}: a value asks for {quoted(tag)}; plain values were expected"
-                )
+                raise DataError(f"{source}:{_row(event)}: a value asks for {quoted(tag)}; plain values were expected")
             depth += isinstance(event, yaml.CollectionStartEvent) - isinstance(event, yaml.CollectionEndEvent)
             if depth > _DEEPEST:
                 raise DataError(
-                    f"{source}:{event.start_mark.line + 1}: values are nested more than {_DEEPEST} deep; a message of "
+                    f"{source}:{_row(event)}: values are nested more than {_DEEPEST} deep; a message of "
                     f"{TRAJECTORY} was expected"
                 )
             if isinstance(event, yaml.ScalarEvent) and len(event.value) > 1000:
                 raise DataError(
-                    f"{source}:{event.start_mark.line + 1}: a value has {len(event.value):,} characters; numbers and "
+                    f"{source}:{_row(event)}: a value has {len(event.value):,} characters; numbers and "
                     "names were expected"
                 )
         found = [document for document in yaml.load_all(text, Loader=loader) if document is not None]
@@ -104,6 +102,11 @@ def _from_yaml(source: str, text: str) -> Any:
             f"{source}: there are {len(found)} messages; one was expected; `ros2 topic echo --once` prints one"
         )
     return found[0]
+
+
+def _row(event: Any) -> int:
+    mark = event.start_mark
+    return 1 if mark is None else int(mark.line) + 1
 
 
 def _cut(source: str, text: str) -> DataError:
@@ -124,8 +127,8 @@ def _nanoseconds(source: str, value: Any) -> int:
     """A stamp or a duration in whole nanoseconds."""
     try:
         if isinstance(value, dict):
-            seconds = value.get("sec", value.get("secs", 0))
-            nanoseconds = value.get("nanosec", value.get("nsecs", value.get("nsec", 0)))
+            seconds: Any = value.get("sec", value.get("secs", 0))
+            nanoseconds: Any = value.get("nanosec", value.get("nsecs", value.get("nsec", 0)))
             return int(seconds) * _SECOND + int(nanoseconds)
         return round(float(value) * _SECOND)
     except (TypeError, ValueError, OverflowError) as error:
