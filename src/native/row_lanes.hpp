@@ -53,9 +53,46 @@ VELMORA_ALWAYS_INLINE Lanes Fma(double p, const Lanes& q, const Lanes& r) {
   return Lanes{std::fma(p, q[0], r[0]), std::fma(p, q[1], r[1]), std::fma(p, q[2], r[2]), std::fma(p, q[3], r[3])};
 }
 
+/// What a comparison of `Lanes` gives: all bits of a lane, or none.
+using LaneMask = decltype(Lanes{} < Lanes{});
+
+template <typename Processor>
+VELMORA_ALWAYS_INLINE bool AllOf(const LaneMask& mask) {
+#if defined(__x86_64__) && !defined(__clang__)
+  if constexpr (std::is_same_v<Processor, Avx2Processor>) return __builtin_ia32_movmskpd256((Lanes)mask) == 15;
+#endif
+  return (mask[0] & mask[1] & mask[2] & mask[3]) != 0;
+}
+
 VELMORA_ALWAYS_INLINE Lanes Sqrt(const Lanes& x) {
   return Lanes{std::sqrt(x[0]), std::sqrt(x[1]), std::sqrt(x[2]), std::sqrt(x[3])};
 }
+
+/// Tells whether all values looked at were finite, while a kernel has them in registers: `x * 0` is a zero for a finite
+/// x, else NaN, and a NaN stays in a sum. Two sums take turns, so that one addition need not wait for the one before.
+template <typename Processor>
+class FiniteCheck {
+ public:
+  VELMORA_ALWAYS_INLINE void Look(const Lanes& x, std::size_t turn) {
+    // Fused where that is one instruction: a sum of zeros and NaNs is the same either way.
+    if constexpr (std::is_same_v<Processor, Avx2Processor>) {
+      sums_[turn] = Fma<Processor>(0.0, x, sums_[turn]);
+    } else {
+      sums_[turn] += x * 0.0;
+    }
+  }
+  VELMORA_ALWAYS_INLINE void Look(double x, std::size_t turn) { scalar_sums_[turn] += x * 0.0; }
+
+  VELMORA_ALWAYS_INLINE bool AllWere() const {
+    const Lanes sums = sums_[0] + sums_[1];
+    const double sum = ((sums[0] + sums[1]) + (sums[2] + sums[3])) + (scalar_sums_[0] + scalar_sums_[1]);
+    return sum == sum;
+  }
+
+ private:
+  std::array<Lanes, 2> sums_ = {};
+  std::array<double, 2> scalar_sums_ = {};
+};
 
 /// Reads a row at the joint, or the four joints, that `ForEachJoint` is at.
 template <typename Value>

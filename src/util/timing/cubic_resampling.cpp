@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "util/timing/cubic_spline.hpp"
+#include "util/timing/resampled_parts.hpp"
 #include "util/timing/time_grid.hpp"
 #include "util/timing/trajectory_sizes.hpp"
 
@@ -18,10 +19,10 @@ JointTrajectory ResampleTrajectoryCubic(const JointTrajectory& trajectory, doubl
   const double end_time_s = time[time.size() - 1];
   Vector grid = BuildResamplingTimeGrid(time[0], end_time_s, sample_time_s, grid_mode);
   const std::optional<Vector> clamped_times = ClampedTimes(grid, end_time_s, grid_mode);
-  const CubicSpline spline = BuildCubicSpline(time, trajectory.positions);
-  SplineSamples samples = EvaluateCubicSpline(spline, clamped_times ? *clamped_times : grid);
-  return JointTrajectory(std::move(samples.values), std::move(samples.first_derivatives),
-                         std::move(samples.second_derivatives), std::move(grid), std::nullopt, std::nullopt);
+  const Matrix m = BuildCubicSpline(time, trajectory.positions);
+  SplineSamples samples = EvaluateCubicSpline(time, trajectory.positions, m, clamped_times ? *clamped_times : grid);
+  return ResampledParts::Assemble({std::move(samples.values), std::move(samples.first_derivatives),
+                                   std::move(samples.second_derivatives), std::move(grid), samples.all_finite});
 }
 
 }  // namespace velmora::util::timing

@@ -2,16 +2,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "util/timing/cubic_spline.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
-#include <utility>
+#include <limits>
 
 #include "native/cpu_dispatch.hpp"
 #include "native/finiteness.hpp"
 #include "native/row_lanes.hpp"
 #include "native/throw_invalid_argument.hpp"
-#include "util/timing/knot_search.hpp"
 #include "util/timing/knot_second_derivatives.hpp"
+#include "util/timing/time_search.hpp"
 
 namespace velmora::util::timing {
 namespace {
@@ -35,11 +36,6 @@ struct SampleRows {
   double* second_derivatives;
 };
 
-// Whether `t` belongs to interval `i`; the outermost intervals reach to infinity. False for NaN where it matters.
-VELMORA_ALWAYS_INLINE bool IsInInterval(const SplineRows& spline, Index i, double t) {
-  return (i == 0 || t >= spline.x[i]) && (i == spline.knots - 2 || t < spline.x[i + 1]);
-}
-
 VELMORA_ALWAYS_INLINE Index FindInterval(const SplineRows& spline, double t, Index previous) {
   const Index last = spline.knots - 1;
   if (t >= spline.x[last]) return last - 1;
@@ -54,6 +50,7 @@ struct Coefficients {
   Value b;
   Value c;
   Value d;
+  Value twice_c;
 };
 
 // Those of the joints from `first` on in interval `i`.
@@ -67,116 +64,97 @@ VELMORA_ALWAYS_INLINE Coefficients<Value> IntervalCoefficients(const SplineRows&
   const Value m1 = Load<Value>(m + spline.joints);
   const double h = spline.x[i + 1] - spline.x[i];
   const double six_h = h * 6.0;
-  return {y0, (y1 - y0) / h - (h * (2.0 * m0 + m1)) / 6.0, m0 * 0.5, (m1 - m0) / six_h};
+  const Value c = m0 * 0.5;
+  return {y0, (y1 - y0) / h - (h * (2.0 * m0 + m1)) / 6.0, c, (m1 - m0) / six_h, c + c};
 }
 
-// The joints of one block of columns at the queries from `begin` to `end`, all in interval `i`.
-template <typename Processor, typename Orders, typename Block>
-VELMORA_ALWAYS_INLINE void EvaluateColumns(const SplineRows& spline, Index i, const double* queries, Index begin,
-                                           Index end, const Block& columns, const SampleRows& samples) {
+// The joints of one block of columns at the queries from `begin` to `end`, the first of them in interval `i`; returns
+// the interval of the last. The coefficients of an interval are formed once for all queries that follow each other in
+// it, and stay in registers.
+template <typename Processor, typename Block>
+VELMORA_ALWAYS_INLINE Index EvaluateColumns(const SplineRows& spline, Index i, const double* queries, Index begin,
+                                            Index end, const Block& columns, const SampleRows& samples,
+                                            native::FiniteCheck<Processor>& finite) {
   using Value = typename Block::Value;
-  std::array<Coefficients<Value>, Block::kSize> coefficients;
-  for (std::size_t k = 0; k < Block::kSize; ++k) {
-    coefficients[k] = IntervalCoefficients<Value>(spline, i, columns.first[k]);
-  }
-  const double x = spline.x[i];
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
   Index row = begin * spline.joints;
-  for (Index q = begin; q < end; ++q, row += spline.joints) {
-    const double dx = queries[q] - x;
+  for (Index q = begin;;) {
+    std::array<Coefficients<Value>, Block::kSize> coefficients;
     for (std::size_t k = 0; k < Block::kSize; ++k) {
-      const Coefficients<Value>& p = coefficients[k];
-      const Index at = row + columns.first[k];
-      if constexpr (Orders::values) {  // a + dx (b + dx (c + dx d))
-        Store<Value>(Fma<Processor>(dx, Fma<Processor>(dx, Fma<Processor>(dx, p.d, p.c), p.b), p.a),
-                     samples.values + at);
-      }
-      if constexpr (Orders::first_derivatives) {  // b + 2 dx c + 3 dx^2 d
-        Store<Value>(Fma<Processor>((dx * 3.0) * dx, p.d, Fma<Processor>(dx + dx, p.c, p.b)),
-                     samples.first_derivatives + at);
-      }
-      if constexpr (Orders::second_derivatives) {  // 2 c + 6 dx d
-        Store<Value>(Fma<Processor>(2.0, p.c, (dx * 6.0) * p.d), samples.second_derivatives + at);
-      }
+      coefficients[k] = IntervalCoefficients<Value>(spline, i, columns.first[k]);
     }
+    const double x = spline.x[i];
+    const double interval_begin = i == 0 ? -kInfinity : x;
+    const double interval_end = i == spline.knots - 2 ? kInfinity : spline.x[i + 1];
+    do {
+      const double dx = queries[q] - x;
+      for (std::size_t k = 0; k < Block::kSize; ++k) {
+        const Coefficients<Value>& p = coefficients[k];
+        const Index at = row + columns.first[k];
+        // a + dx (b + dx (c + dx d)), b + 2 dx c + 3 dx^2 d, 2 c + 6 dx d; 2 c is exact, so the last sum is rounded
+        // once
+        const Value value = Fma<Processor>(dx, Fma<Processor>(dx, Fma<Processor>(dx, p.d, p.c), p.b), p.a);
+        const Value first = Fma<Processor>((dx * 3.0) * dx, p.d, Fma<Processor>(dx + dx, p.c, p.b));
+        const Value second = p.twice_c + (dx * 6.0) * p.d;
+        Store<Value>(value, samples.values + at);
+        Store<Value>(first, samples.first_derivatives + at);
+        Store<Value>(second, samples.second_derivatives + at);
+        finite.Look((value + first) + second, k);  // one look at all three; that the sum overflows is rare
+      }
+      row += spline.joints;
+      if (++q == end) return i;
+    } while (queries[q] >= interval_begin && queries[q] < interval_end);
+    i = FindInterval(spline, queries[q], i);
   }
 }
 
-template <bool kValues, bool kFirstDerivatives, bool kSecondDerivatives>
-struct OrdersOf {
-  static constexpr bool values = kValues;
-  static constexpr bool first_derivatives = kFirstDerivatives;
-  static constexpr bool second_derivatives = kSecondDerivatives;
-};
-
-// Walks over runs of queries in one interval, so that its coefficients are formed once per run and stay in registers.
-template <typename Orders>
 struct EvaluationKernel {
+  // False where a sample is not finite.
   template <typename Processor>
-  static VELMORA_ALWAYS_INLINE void Run(const SplineRows* spline, const double* queries, Index count,
+  static VELMORA_ALWAYS_INLINE bool Run(const SplineRows* spline, const double* queries, Index count,
                                         const SampleRows* samples) {
     const SplineRows rows = *spline;
     const SampleRows results = *samples;
-    Index i = 0;
-    for (Index begin = 0; begin < count;) {
-      i = FindInterval(rows, queries[begin], i);
-      Index end = begin + 1;
-      while (end < count && IsInInterval(rows, i, queries[end])) ++end;
-      native::ForEachColumnBlock(rows.joints, [=](const auto& columns) VELMORA_ALWAYS_INLINE_LAMBDA {
-        EvaluateColumns<Processor, Orders>(rows, i, queries, begin, end, columns, results);
+    native::FiniteCheck<Processor> finite;
+    // Blocks of columns take turns after a stretch of queries, so that the rows that they share stay in the caches.
+    constexpr Index kStretch = 128;
+    Index first = 0;
+    for (Index begin = 0; begin < count; begin += kStretch) {
+      const Index end = std::min(begin + kStretch, count);
+      first = FindInterval(rows, queries[begin], first);
+      Index last = first;
+      native::ForEachColumnBlock(rows.joints, [&](const auto& columns) VELMORA_ALWAYS_INLINE_LAMBDA {
+        last = EvaluateColumns<Processor>(rows, first, queries, begin, end, columns, results, finite);
       });
-      begin = end;
+      first = last;
     }
+    return finite.AllWere();
   }
 };
-
-// Writes the rows of the orders asked for.
-template <bool kValues, bool kFirstDerivatives, bool kSecondDerivatives>
-void Evaluate(const CubicSpline& spline, const Vector& query_times, const SampleRows& samples) {
-  const SplineRows rows{spline.x.data(), spline.y.data(), spline.knot_second_derivatives.data(), spline.x.size(),
-                        spline.y.cols()};
-  native::RunKernel<EvaluationKernel<OrdersOf<kValues, kFirstDerivatives, kSecondDerivatives>>>(
-      &rows, query_times.data(), query_times.size(), &samples);
-}
 
 Vector Intervals(const Vector& x) { return x.tail(x.size() - 1) - x.head(x.size() - 1); }
 
 }  // namespace
 
-CubicSpline BuildCubicSpline(const Vector& x, const Matrix& y) {
+Matrix BuildCubicSpline(const Vector& x, const Matrix& y) {
   const Index knots = x.size();
   if (knots < 2) native::ThrowInvalidArgument("`x` must contain at least 2 elements.");
-  if (knots == 2) return {x, y, Matrix::Zero(2, y.cols())};
+  if (knots == 2) return Matrix::Zero(2, y.cols());
 
-  Matrix knot_second_derivatives = SolveKnotSecondDerivatives(Intervals(x), y);
-  if (!native::AllFinite(knot_second_derivatives)) {
+  Matrix m = SolveKnotSecondDerivatives(Intervals(x), y);
+  if (!native::AllFinite(m)) {
     native::ThrowInvalidArgument("Cubic-spline construction produced non-finite coefficients.");
   }
-  return {x, y, std::move(knot_second_derivatives)};
+  return m;
 }
 
-Matrix EvaluateCubicSpline(const CubicSpline& spline, const Vector& query_times, std::uint32_t derivative_order) {
-  Matrix result(query_times.size(), spline.y.cols());
-  const SampleRows samples{result.data(), result.data(), result.data()};
-  switch (derivative_order) {
-    case 0:
-      Evaluate<true, false, false>(spline, query_times, samples);
-      break;
-    case 1:
-      Evaluate<false, true, false>(spline, query_times, samples);
-      break;
-    default:
-      Evaluate<false, false, true>(spline, query_times, samples);
-  }
-  return result;
-}
-
-SplineSamples EvaluateCubicSpline(const CubicSpline& spline, const Vector& query_times) {
+SplineSamples EvaluateCubicSpline(const Vector& x, const Matrix& y, const Matrix& m, const Vector& query_times) {
   const Index queries = query_times.size();
-  const Index joints = spline.y.cols();
-  SplineSamples samples{Matrix(queries, joints), Matrix(queries, joints), Matrix(queries, joints)};
-  Evaluate<true, true, true>(
-      spline, query_times,
-      {samples.values.data(), samples.first_derivatives.data(), samples.second_derivatives.data()});
+  const Index joints = y.cols();
+  SplineSamples samples{Matrix(queries, joints), Matrix(queries, joints), Matrix(queries, joints), true};
+  const SplineRows spline{x.data(), y.data(), m.data(), x.size(), joints};
+  const SampleRows rows{samples.values.data(), samples.first_derivatives.data(), samples.second_derivatives.data()};
+  samples.all_finite = native::RunKernel<EvaluationKernel>(&spline, query_times.data(), queries, &rows);
   return samples;
 }
 

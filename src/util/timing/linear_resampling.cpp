@@ -3,8 +3,8 @@
 #include "util/timing/linear_resampling.hpp"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <optional>
 #include <type_traits>
@@ -15,8 +15,9 @@
 #include "native/finiteness.hpp"
 #include "native/row_lanes.hpp"
 #include "native/throw_invalid_argument.hpp"
-#include "util/timing/knot_search.hpp"
+#include "util/timing/resampled_parts.hpp"
 #include "util/timing/time_grid.hpp"
+#include "util/timing/time_search.hpp"
 #include "util/timing/trajectory_sizes.hpp"
 
 namespace velmora::util::timing {
@@ -30,80 +31,124 @@ using native::Lanes;
 using native::Load;
 using native::Store;
 
-// How far into a step each of a run of queries lies. Four divisions side by side cost no more than one; the last four
-// may overlap those before.
-VELMORA_ALWAYS_INLINE void SharesOfStep(const double* queries, Index count, double start, double end, double* shares) {
-  const double step = end - start;
-  if (count < kLanes) {
-    for (Index k = 0; k < count; ++k) shares[k] = (queries[k] - start) / step;
-    return;
+// As many queries are taken together: first their steps, then their shares, then their rows.
+constexpr Index kStretch = 64;
+
+// The steps of queries strictly inside the sampled span, up to the first that is not; returns how many.
+template <typename Processor>
+VELMORA_ALWAYS_INLINE Index LocateInside(const double* times, Index last, const double* queries, Index count,
+                                         Index step, std::int64_t* steps) {
+  Index k = 0;
+  while (k < count) {
+    if (k + kLocatedTogether <= count && LocateTogether<Processor, true>(times, last, queries + k, step, steps + k)) {
+      k += kLocatedTogether;
+      step = steps[k - 1];
+      continue;
+    }
+    for (const Index end = std::min(k + kLocatedTogether, count); k < end; ++k) {
+      if (!(queries[k] > times[0] && queries[k] < times[last])) return k;
+      step = UpperBoundNear(times, last + 1, queries[k], step + 1) - 1;
+      steps[k] = step;
+    }
   }
-  for (Index k = 0; k < count; k += kLanes) {
-    const Index at = std::min(k, count - kLanes);
-    Store<Lanes>((Load<Lanes>(queries + at) - start) / step, shares + at);
+  return count;
+}
+
+// How far into its step each query lies, and how far from its end. Four divisions side by side cost no more than one.
+VELMORA_ALWAYS_INLINE void SharesOfSteps(const double* times, const double* queries, const std::int64_t* steps,
+                                         Index count, double* shares, double* complements) {
+  Index k = 0;
+  for (; k + kLanes <= count; k += kLanes) {
+    const double* const t[] = {times + steps[k], times + steps[k + 1], times + steps[k + 2], times + steps[k + 3]};
+    const Lanes start{t[0][0], t[1][0], t[2][0], t[3][0]};
+    const Lanes end{t[0][1], t[1][1], t[2][1], t[3][1]};
+    const Lanes share = (Load<Lanes>(queries + k) - start) / (end - start);
+    Store<Lanes>(share, shares + k);
+    Store<Lanes>(1.0 - share, complements + k);
+  }
+  for (; k < count; ++k) {
+    const double* const t = times + steps[k];
+    shares[k] = (queries[k] - t[0]) / (t[1] - t[0]);
+    complements[k] = 1.0 - shares[k];
   }
 }
 
-// A run of queries inside one step: between the rows `from` and the next, by the share of each query.
+// The rows of a stretch of queries, each between the two rows of its step.
 template <typename Processor>
-VELMORA_ALWAYS_INLINE void BlendRun(const double* shares, Index count, const double* from, Index joints,
-                                    double* result) {
-  const double* to = from + joints;
-  ForEachColumnBlock(joints, [=](const auto& columns) VELMORA_ALWAYS_INLINE_LAMBDA {
+VELMORA_ALWAYS_INLINE void BlendStretch(const double* values, const std::int64_t* steps, const double* shares,
+                                        const double* complements, Index count, Index joints, double* result,
+                                        native::FiniteCheck<Processor>& finite) {
+  if (joints > 2 * kLanes) {
+    for (Index k = 0; k < count; ++k) {
+      const double share = shares[k];
+      const double complement = complements[k];
+      const double* const from = values + steps[k] * joints;
+      ForEachJoint(joints, result + k * joints, [&](auto at) VELMORA_ALWAYS_INLINE_LAMBDA {
+        const auto value = native::BlendElement<Processor>(complement, at(from), share, at(from + joints));
+        finite.Look(value, 0);
+        return value;
+      });
+    }
+    return;
+  }
+  ForEachColumnBlock(joints, [&](const auto& columns) VELMORA_ALWAYS_INLINE_LAMBDA {
     using Block = std::decay_t<decltype(columns)>;
     using Value = typename Block::Value;
-    std::array<Value, Block::kSize> before;
-    std::array<Value, Block::kSize> after;
-    for (std::size_t c = 0; c < Block::kSize; ++c) {
-      before[c] = Load<Value>(from + columns.first[c]);
-      after[c] = Load<Value>(to + columns.first[c]);
-    }
     double* row = result;
-    // More than this does not pay: g++ would unroll it as often as it may run at all.
-#pragma GCC unroll 4
+#pragma GCC unroll 2
     for (Index k = 0; k < count; ++k, row += joints) {
-      const double complement = 1.0 - shares[k];
+      const double* const from = values + steps[k] * joints;
+      const double* const to = from + joints;
       for (std::size_t c = 0; c < Block::kSize; ++c) {
-        Store<Value>(native::BlendElement<Processor>(complement, before[c], shares[k], after[c]),
-                     row + columns.first[c]);
+        const Index at = columns.first[c];
+        const Value value =
+            native::BlendElement<Processor>(complements[k], Load<Value>(from + at), shares[k], Load<Value>(to + at));
+        Store<Value>(value, row + at);
+        finite.Look(value, c);
       }
     }
   });
 }
 
 struct InterpolationKernel {
+  // True where every result is finite.
   template <typename Processor>
-  static VELMORA_ALWAYS_INLINE void Run(const double* queries, Index query_count, const double* times, Index count,
+  static VELMORA_ALWAYS_INLINE bool Run(const double* queries, Index query_count, const double* times, Index count,
                                         const double* values, Index joints, double* result) {
     const Index last = count - 1;
-    constexpr Index kLongestRun = 16;
-    double shares[kLongestRun];
-    Index after = 1;
-    Index run = 1;
-    for (Index i = 0; i < query_count; i += run, result += run * joints) {
+    std::int64_t steps[kStretch];
+    double shares[kStretch];
+    double complements[kStretch];
+    native::FiniteCheck<Processor> finite;
+    Index step = 0;
+    for (Index i = 0; i < query_count;) {
       const double query = queries[i];
-      run = 1;
-      if (last > 0 && !native::IsFinite(query)) {
-        std::fill_n(result, joints, std::numeric_limits<double>::quiet_NaN());
-        continue;
-      }
+      const bool not_finite = last > 0 && !native::IsFinite(query);
       const bool before_all = last == 0 || query <= times[0];
-      if (before_all || query >= times[last]) {
-        const double* row = values + (before_all ? 0 : last) * joints;
-        ForEachJoint(joints, result, [=](auto at) VELMORA_ALWAYS_INLINE_LAMBDA { return at(row); });
+      if (not_finite || before_all || query >= times[last]) {
+        if (not_finite) {
+          std::fill_n(result, joints, std::numeric_limits<double>::quiet_NaN());
+          finite.Look(query, 0);
+        } else {
+          const double* row = values + (before_all ? 0 : last) * joints;
+          ForEachJoint(joints, result, [&](auto at) VELMORA_ALWAYS_INLINE_LAMBDA {
+            finite.Look(at(row), 0);
+            return at(row);
+          });
+        }
+        ++i;
+        result += joints;
         continue;
       }
-      after = UpperBoundNear(times, count, query, after);
-      const double start = times[after - 1];
-      const double end = times[after];
-      for (; run < kLongestRun && i + run < query_count; ++run) {
-        const double next = queries[i + run];
-        // The very first time belongs to the first row itself; NaN ends a run.
-        if (!(next > times[0] && next >= start && next < end)) break;
-      }
-      SharesOfStep(queries + i, run, start, end, shares);
-      BlendRun<Processor>(shares, run, values + (after - 1) * joints, joints, result);
+      const Index located =
+          LocateInside<Processor>(times, last, queries + i, std::min(kStretch, query_count - i), step, steps);
+      step = steps[located - 1];
+      SharesOfSteps(times, queries + i, steps, located, shares, complements);
+      BlendStretch<Processor>(values, steps, shares, complements, located, joints, result, finite);
+      result += located * joints;
+      i += located;
     }
+    return finite.AllWere();
   }
 };
 
@@ -115,11 +160,12 @@ bool AnyOutside(const Vector& queries, double first, double last) {
 
 }  // namespace
 
-Matrix InterpolateRowsLinear(const Vector& query_times, const Vector& sample_times, const Matrix& values) {
-  Matrix result(query_times.size(), values.cols());
-  native::RunKernel<InterpolationKernel>(query_times.data(), query_times.size(), sample_times.data(),
-                                         sample_times.size(), values.data(), values.cols(), result.data());
-  return result;
+InterpolatedRows InterpolateRowsLinear(const Vector& query_times, const Vector& sample_times, const Matrix& values) {
+  InterpolatedRows rows{Matrix(query_times.size(), values.cols()), true};
+  rows.all_finite =
+      native::RunKernel<InterpolationKernel>(query_times.data(), query_times.size(), sample_times.data(),
+                                             sample_times.size(), values.data(), values.cols(), rows.values.data());
+  return rows;
 }
 
 JointTrajectory SampleTrajectoryAtTimes(const JointTrajectory& trajectory, const Vector& query_time_s,
@@ -130,17 +176,18 @@ JointTrajectory SampleTrajectoryAtTimes(const JointTrajectory& trajectory, const
   if (AnyOutside(query_time_s, time[0], time[time.size() - 1])) {
     native::ThrowInvalidArgument("query_time_s must lie inside trajectory.time.");
   }
-  Matrix positions = InterpolateRowsLinear(query_time_s, time, trajectory.positions);
-  std::optional<Matrix> velocities;
-  std::optional<Matrix> accelerations;
+  InterpolatedRows positions = InterpolateRowsLinear(query_time_s, time, trajectory.positions);
+  ResampledParts parts{std::move(positions.values), std::nullopt, std::nullopt, query_time_s, positions.all_finite};
   if (include_derivatives) {
     CheckShape(trajectory.velocities(), trajectory.positions, "velocities");
     CheckShape(trajectory.accelerations(), trajectory.positions, "accelerations");
-    velocities = InterpolateRowsLinear(query_time_s, time, trajectory.velocities());
-    accelerations = InterpolateRowsLinear(query_time_s, time, trajectory.accelerations());
+    InterpolatedRows velocities = InterpolateRowsLinear(query_time_s, time, trajectory.velocities());
+    InterpolatedRows accelerations = InterpolateRowsLinear(query_time_s, time, trajectory.accelerations());
+    parts.velocities = std::move(velocities.values);
+    parts.accelerations = std::move(accelerations.values);
+    parts.all_finite = parts.all_finite && velocities.all_finite && accelerations.all_finite;
   }
-  return JointTrajectory(std::move(positions), std::move(velocities), std::move(accelerations), query_time_s,
-                         std::nullopt, std::nullopt);
+  return ResampledParts::Assemble(std::move(parts));
 }
 
 JointTrajectory ResampleTrajectoryLinear(const JointTrajectory& trajectory, double sample_time_s,
@@ -150,8 +197,9 @@ JointTrajectory ResampleTrajectoryLinear(const JointTrajectory& trajectory, doub
   const double end_time_s = time[time.size() - 1];
   Vector grid = BuildResamplingTimeGrid(time[0], end_time_s, sample_time_s, grid_mode);
   const std::optional<Vector> clamped_times = ClampedTimes(grid, end_time_s, grid_mode);
-  Matrix positions = InterpolateRowsLinear(clamped_times ? *clamped_times : grid, time, trajectory.positions);
-  return JointTrajectory(std::move(positions), std::nullopt, std::nullopt, std::move(grid), std::nullopt, std::nullopt);
+  InterpolatedRows positions = InterpolateRowsLinear(clamped_times ? *clamped_times : grid, time, trajectory.positions);
+  return ResampledParts::Assemble(
+      {std::move(positions.values), std::nullopt, std::nullopt, std::move(grid), positions.all_finite});
 }
 
 }  // namespace velmora::util::timing

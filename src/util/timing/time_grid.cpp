@@ -6,7 +6,6 @@
 #include <cmath>
 #include <cstdint>
 #include <new>
-#include <utility>
 
 #include "native/cpu_dispatch.hpp"
 #include "native/finiteness.hpp"
@@ -47,24 +46,36 @@ Vector ExactSpacingGrid(double start_time_s, double sample_time_s, std::int64_t 
   return grid;
 }
 
+// Likewise, four divisions side by side.
+struct ExactDurationKernel {
+  template <typename Processor>
+  static VELMORA_ALWAYS_INLINE void Run(double start_time_s, double duration_s, double steps, Eigen::Index count,
+                                        double* grid) {
+    using native::Lanes;
+    Lanes index{0.0, 1.0, 2.0, 3.0};
+    Eigen::Index k = 0;
+    for (; k + native::kLanes <= count; k += native::kLanes) {
+      native::Store<Lanes>(index * duration_s / steps + start_time_s, grid + k);
+      index += 4.0;
+    }
+    for (; k < count; ++k) grid[k] = static_cast<double>(k) * duration_s / steps + start_time_s;
+  }
+};
+
 Vector ExactDurationGrid(double start_time_s, double duration_s, std::int64_t steps) {
   Vector grid(steps + 1);
-  for (std::int64_t k = 0; k <= steps; ++k) {
-    grid[k] = static_cast<double>(k) * duration_s / static_cast<double>(steps) + start_time_s;
-  }
+  native::RunKernel<ExactDurationKernel>(start_time_s, duration_s, static_cast<double>(steps), grid.size(),
+                                         grid.data());
   return grid;
 }
 
-Vector WithEndpoint(Vector grid, double end_time_s) {
+Vector ExactSpacingGridWithEndpoint(double start_time_s, double end_time_s, double sample_time_s, std::int64_t steps) {
   // Relative to the end time itself: time stamps that come as absolute times carry an error of that size.
   const double tolerance_s = std::fma(std::abs(end_time_s), 1e-5, 1e-8);
-  const Eigen::Index last = grid.size() - 1;
-  if (std::abs(grid[last] - end_time_s) <= tolerance_s) {
-    grid[last] = end_time_s;
-    return grid;
-  }
-  grid.conservativeResize(grid.size() + 1);
-  grid[last + 1] = end_time_s;
+  const double last = std::fma(static_cast<double>(steps), sample_time_s, start_time_s);
+  const bool moved = std::abs(last - end_time_s) <= tolerance_s;
+  Vector grid = ExactSpacingGrid(start_time_s, sample_time_s, moved ? steps : steps + 1);
+  grid[grid.size() - 1] = end_time_s;
   return grid;
 }
 
@@ -80,17 +91,18 @@ Vector BuildResamplingTimeGrid(double start_time_s, double end_time_s, double sa
   if (duration_s == 0.0) return Vector::Constant(1, start_time_s);
 
   const double ratio = duration_s / sample_time_s;
-  Vector base_grid = ExactSpacingGrid(start_time_s, sample_time_s, StepCount(std::floor(ratio)));
+  const std::int64_t whole_steps = StepCount(std::floor(ratio));
   switch (grid_mode) {
     case ResamplingTimeGridMode::exact_dt_append_endpoint:
-      return WithEndpoint(std::move(base_grid), end_time_s);
+      return ExactSpacingGridWithEndpoint(start_time_s, end_time_s, sample_time_s, whole_steps);
     case ResamplingTimeGridMode::exact_dt_trim:
-      return base_grid;
+      return ExactSpacingGrid(start_time_s, sample_time_s, whole_steps);
     case ResamplingTimeGridMode::exact_duration_adjust_dt:
       return ExactDurationGrid(start_time_s, duration_s, StepCount(std::max(std::nearbyint(ratio), 1.0)));
     case ResamplingTimeGridMode::exact_dt_extend_endpoint:
       return ExactSpacingGrid(start_time_s, sample_time_s, StepCount(std::max(std::ceil(ratio), 1.0)));
   }
+  ExactSpacingGrid(start_time_s, sample_time_s, whole_steps);  // a grid too long is the first error
   native::ThrowInvalidArgument("Unsupported resampling time-grid mode.");
 }
 

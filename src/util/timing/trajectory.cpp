@@ -10,6 +10,7 @@
 #include "native/finiteness.hpp"
 #include "native/shapes.hpp"
 #include "native/throw_invalid_argument.hpp"
+#include "util/timing/resampled_parts.hpp"
 #include "util/timing/three_point_derivative.hpp"
 #include "util/timing/trajectory_sizes.hpp"
 
@@ -18,12 +19,12 @@ namespace {
 
 using native::ThrowInvalidArgument;
 
-// Of finite times; looks at all, since a loop without an exit compares several at once.
+// Looks at all, since a loop without an exit compares several at once. False where one of two times or more is NaN.
 struct StrictlyIncreasingKernel {
   template <typename Processor>
   static VELMORA_ALWAYS_INLINE bool Run(const double* times, Eigen::Index count) {
     std::uint64_t violations = 0;
-    for (Eigen::Index i = 1; i < count; ++i) violations |= static_cast<std::uint64_t>(times[i] <= times[i - 1]);
+    for (Eigen::Index i = 1; i < count; ++i) violations |= static_cast<std::uint64_t>(!(times[i - 1] < times[i]));
     return violations == 0;
   }
 };
@@ -42,10 +43,11 @@ void CheckTimeCount(const Vector& time, const Matrix& positions) {
 }
 
 void CheckTimeValues(const Vector& time) {
+  // Of increasing times only the first and the last may be infinite, and a single one NaN.
+  const bool increasing = native::RunKernel<StrictlyIncreasingKernel>(time.data(), time.size());
+  if (increasing && native::IsFinite(time[0]) && native::IsFinite(time[time.size() - 1])) return;
   if (!native::AllFinite(time)) ThrowInvalidArgument("JointTrajectory.time must contain only finite values.");
-  if (!native::RunKernel<StrictlyIncreasingKernel>(time.data(), time.size())) {
-    ThrowInvalidArgument("JointTrajectory.time must be strictly increasing.");
-  }
+  ThrowInvalidArgument("JointTrajectory.time must be strictly increasing.");
 }
 
 // From the index, never a running sum: the error of an entry does not grow with its index.
@@ -99,6 +101,24 @@ JointTrajectory::JointTrajectory(Matrix given_positions, std::optional<Matrix> v
   CheckDerivative(cached_velocities, positions, "velocities");
   CheckDerivative(cached_accelerations, positions, "accelerations");
   CheckDerivative(cached_jerks, positions, "jerks");
+}
+
+JointTrajectory::JointTrajectory(ResampledParts&& parts)
+    : positions(std::move(parts.positions)),
+      time(std::move(parts.time)),
+      cached_velocities(std::move(parts.velocities)),
+      cached_accelerations(std::move(parts.accelerations)) {
+  CheckTimeValues(time);
+}
+
+JointTrajectory ResampledParts::Assemble(ResampledParts parts) {
+  if (parts.all_finite) return JointTrajectory(std::move(parts));
+  return {std::move(parts.positions),
+          std::move(parts.velocities),
+          std::move(parts.accelerations),
+          std::move(parts.time),
+          std::nullopt,
+          std::nullopt};
 }
 
 const Matrix& JointTrajectory::velocities() const {

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <utility>
 
 #include "support/arrays.hpp"
 #include "support/compare_bits.hpp"
@@ -31,7 +32,13 @@ constexpr char kCoefficients[] = "Cubic-spline construction produced non-finite 
 const Vector kKnots = Values({0.0, 1.0, 3.0});
 const Matrix kValues = Rows({{1.0}, {10.0}, {158.0}});
 
-CubicSpline TwoIntervals() { return {kKnots, kValues, Rows({{6.0}, {30.0}, {102.0}})}; }
+SplineSamples SamplesOfTwoIntervals(const Vector& queries) {
+  return EvaluateCubicSpline(kKnots, kValues, Rows({{6.0}, {30.0}, {102.0}}), queries);
+}
+
+SplineSamples SamplesOf(const Vector& x, const Matrix& y, const Vector& queries) {
+  return EvaluateCubicSpline(x, y, BuildCubicSpline(x, y), queries);
+}
 
 TEST(BuildCubicSpline, ThrowsForFewerThanTwoKnots) {
   ExpectInvalidArgument([] { BuildCubicSpline(Values({1.0}), Rows({{1.0}})); }, kTooFewKnots);
@@ -41,28 +48,28 @@ TEST(BuildCubicSpline, ThrowsForFewerThanTwoKnots) {
 TEST(BuildCubicSpline, IsALineForTwoKnots) {
   const Vector x = Values({1.0, 3.0});
   const Matrix y = Rows({{1.0, 0.0}, {5.0, -1.0}});
-  const CubicSpline spline = BuildCubicSpline(x, y);
-  const Vector queries = Values({1.0, 2.0, 3.0});
-  EXPECT_TRUE(SameBits(Rows({{0.0, 0.0}, {0.0, 0.0}}), spline.knot_second_derivatives));
-  EXPECT_TRUE(SameBits(Rows({{1.0, 0.0}, {3.0, -0.5}, {5.0, -1.0}}), EvaluateCubicSpline(spline, queries, 0)));
-  EXPECT_TRUE(SameBits(Rows({{2.0, -0.5}, {2.0, -0.5}, {2.0, -0.5}}), EvaluateCubicSpline(spline, queries, 1)));
-  EXPECT_TRUE(SameBits(Rows({{0.0, 0.0}, {0.0, 0.0}, {0.0, 0.0}}), EvaluateCubicSpline(spline, queries, 2)));
+  const SplineSamples samples = SamplesOf(x, y, Values({1.0, 2.0, 3.0}));
+  EXPECT_TRUE(SameBits(Rows({{0.0, 0.0}, {0.0, 0.0}}), BuildCubicSpline(x, y)));
+  EXPECT_TRUE(SameBits(Rows({{1.0, 0.0}, {3.0, -0.5}, {5.0, -1.0}}), samples.values));
+  EXPECT_TRUE(SameBits(Rows({{2.0, -0.5}, {2.0, -0.5}, {2.0, -0.5}}), samples.first_derivatives));
+  EXPECT_TRUE(SameBits(Rows({{0.0, 0.0}, {0.0, 0.0}, {0.0, 0.0}}), samples.second_derivatives));
+  EXPECT_TRUE(samples.all_finite);
 }
 
 TEST(BuildCubicSpline, TestsNothingForTwoKnots) {
   const Vector x = Values({0.0, 1.0});
   const Matrix y = Rows({{-1e308}, {1e308}});
-  const CubicSpline spline = BuildCubicSpline(x, y);
-  EXPECT_TRUE(SameBits(Rows({{kInfinity}}), EvaluateCubicSpline(spline, Values({0.5}), 1)));
+  const SplineSamples samples = SamplesOf(x, y, Values({0.5}));
+  EXPECT_TRUE(SameBits(Rows({{kInfinity}}), samples.first_derivatives));
+  EXPECT_FALSE(samples.all_finite);
 }
 
 TEST(BuildCubicSpline, IsOneParabolaForThreeKnots) {
   const Vector x = Values({0.0, 1.0, 3.0});
   const Matrix y = Rows({{0.0}, {1.0}, {9.0}});
-  const CubicSpline spline = BuildCubicSpline(x, y);
   constexpr double kTolerance = 16.0 * kEpsilon;
-  EXPECT_TRUE(testing::IsNear(Rows({{2.0}, {2.0}, {2.0}}), spline.knot_second_derivatives, kTolerance));
-  EXPECT_TRUE(testing::IsNear(Rows({{0.0}, {2.0}}), EvaluateCubicSpline(spline, Values({0.0, 1.0}), 1), kTolerance));
+  EXPECT_TRUE(testing::IsNear(Rows({{2.0}, {2.0}, {2.0}}), BuildCubicSpline(x, y), kTolerance));
+  EXPECT_TRUE(testing::IsNear(Rows({{0.0}, {2.0}}), SamplesOf(x, y, Values({0.0, 1.0})).first_derivatives, kTolerance));
 }
 
 TEST(BuildCubicSpline, ThrowsWhenTheSecondDerivativesAreNotFinite) {
@@ -80,9 +87,8 @@ TEST(BuildCubicSpline, ThrowsWhenTheSecondDerivativesAreNotFinite) {
 TEST(BuildCubicSpline, TestsTheSecondDerivativesOnly) {
   const Vector x = Values({0.0, 0.25, 0.5});
   const Matrix y = Rows({{0.0}, {2.5e306}, {0.0}});
-  const CubicSpline spline = BuildCubicSpline(x, y);
-  EXPECT_TRUE(std::isfinite(spline.knot_second_derivatives(0, 0)));
-  EXPECT_TRUE(SameBits(Rows({{kInfinity}, {kInfinity}}), EvaluateCubicSpline(spline, Values({0.0, 0.25}), 1)))
+  EXPECT_TRUE(std::isfinite(BuildCubicSpline(x, y)(0, 0)));
+  EXPECT_TRUE(SameBits(Rows({{kInfinity}, {kInfinity}}), SamplesOf(x, y, Values({0.0, 0.25})).first_derivatives))
       << "2 M + M overflows";
 }
 
@@ -106,7 +112,7 @@ TEST(BuildCubicSpline, ReproducesCubicPolynomials) {
     Matrix y(x.size(), 1);
     for (Eigen::Index k = 0; k < x.size(); ++k) y(k, 0) = p[0] + x[k] * (p[1] + x[k] * (p[2] + x[k] * p[3]));
     const double scale = y.cwiseAbs().maxCoeff() + 1.0;
-    const CubicSpline spline = BuildCubicSpline(x, y);
+    const Matrix m = BuildCubicSpline(x, y);
     const Vector queries = Vector::LinSpaced(50, x[0], x[x.size() - 1]);
     Matrix expected[3] = {Matrix(50, 1), Matrix(50, 1), Matrix(50, 1)};
     for (Eigen::Index q = 0; q < 50; ++q) {
@@ -116,12 +122,13 @@ TEST(BuildCubicSpline, ReproducesCubicPolynomials) {
       expected[2](q, 0) = 2.0 * p[2] + 6.0 * p[3] * s;
     }
     double tolerance = kRoundings * kEpsilon * scale;
-    for (std::uint32_t order = 0; order < 3; ++order) {
-      EXPECT_TRUE(testing::IsNear(expected[order], EvaluateCubicSpline(spline, queries, order), tolerance))
-          << "run " << run << ", order " << order;
-      tolerance /= shortest;
-    }
-    const Matrix& m = spline.knot_second_derivatives;
+    const SplineSamples samples = EvaluateCubicSpline(x, y, m, queries);
+    EXPECT_TRUE(testing::IsNear(expected[0], samples.values, tolerance)) << "run " << run;
+    tolerance /= shortest;
+    EXPECT_TRUE(testing::IsNear(expected[1], samples.first_derivatives, tolerance)) << "run " << run;
+    tolerance /= shortest;
+    EXPECT_TRUE(testing::IsNear(expected[2], samples.second_derivatives, tolerance)) << "run " << run;
+    tolerance /= shortest;
     const auto third = [&](Eigen::Index i) { return (m(i + 1, 0) - m(i, 0)) / (x[i + 1] - x[i]); };
     const Eigen::Index last = x.size() - 2;
     EXPECT_NEAR(third(0), third(1), tolerance) << "not a knot at the second of them";
@@ -130,53 +137,65 @@ TEST(BuildCubicSpline, ReproducesCubicPolynomials) {
 }
 
 TEST(EvaluateCubicSpline, ChoosesTheIntervalThatStartsAtAnInnerKnot) {
-  EXPECT_TRUE(SameBits(Rows({{1.0}, {10.0}}), EvaluateCubicSpline(TwoIntervals(), Values({0.0, 1.0}), 0)));
+  EXPECT_TRUE(SameBits(Rows({{1.0}, {10.0}}), SamplesOfTwoIntervals(Values({0.0, 1.0})).values));
 }
 
 TEST(EvaluateCubicSpline, ContinuesTheOuterPolynomials) {
-  const Vector queries = Values({-1.0, 3.0, 4.0});
-  EXPECT_TRUE(SameBits(Rows({{-2.0}, {158.0}, {367.0}}), EvaluateCubicSpline(TwoIntervals(), queries, 0)));
-  EXPECT_TRUE(SameBits(Rows({{8.0}, {152.0}, {272.0}}), EvaluateCubicSpline(TwoIntervals(), queries, 1)));
-  EXPECT_TRUE(SameBits(Rows({{-18.0}, {102.0}, {138.0}}), EvaluateCubicSpline(TwoIntervals(), queries, 2)));
-}
-
-TEST(EvaluateCubicSpline, GivesSecondDerivativesForEveryOtherOrder) {
-  const Vector queries = Values({0.5, 2.0});
-  const Matrix second = EvaluateCubicSpline(TwoIntervals(), queries, 2);
-  EXPECT_TRUE(SameBits(Rows({{18.0}, {66.0}}), second));
-  EXPECT_TRUE(SameBits(second, EvaluateCubicSpline(TwoIntervals(), queries, 3)));
-  EXPECT_TRUE(SameBits(second, EvaluateCubicSpline(TwoIntervals(), queries, 4294967295U)));
+  const SplineSamples samples = SamplesOfTwoIntervals(Values({-1.0, 3.0, 4.0}));
+  EXPECT_TRUE(SameBits(Rows({{-2.0}, {158.0}, {367.0}}), samples.values));
+  EXPECT_TRUE(SameBits(Rows({{8.0}, {152.0}, {272.0}}), samples.first_derivatives));
+  EXPECT_TRUE(SameBits(Rows({{-18.0}, {102.0}, {138.0}}), samples.second_derivatives));
 }
 
 TEST(EvaluateCubicSpline, UsesTheFirstIntervalForNanAndTakesQueriesInAnyOrder) {
-  EXPECT_TRUE(
-      SameBits(Rows({{kNan}, {10.0}, {1.0}}), EvaluateCubicSpline(TwoIntervals(), Values({kNan, 1.0, 0.0}), 0)));
-  EXPECT_TRUE(SameBits(Rows({{kNan}}), EvaluateCubicSpline(TwoIntervals(), Values({kNan}), 2)));
+  const SplineSamples samples = SamplesOfTwoIntervals(Values({kNan, 1.0, 0.0, kNan, 2.0}));
+  EXPECT_TRUE(SameBits(Rows({{kNan}, {10.0}, {1.0}, {kNan}, {51.0}}), samples.values));
+  EXPECT_TRUE(SameBits(Rows({{kNan}, {30.0}, {6.0}, {kNan}, {66.0}}), samples.second_derivatives));
+  EXPECT_FALSE(samples.all_finite);
 }
 
 TEST(EvaluateCubicSpline, AcceptsNoQueriesAndNoJoints) {
-  for (std::uint32_t order = 0; order < 3; ++order) {
-    EXPECT_TRUE(SameBits(Matrix(0, 1), EvaluateCubicSpline(TwoIntervals(), Vector(0), order)));
-    const Vector x = Values({0.0, 1.0, 2.0, 3.0});
-    const Matrix no_joints(4, 0);
-    const CubicSpline spline = BuildCubicSpline(x, no_joints);
-    EXPECT_TRUE(SameBits(Matrix(2, 0), EvaluateCubicSpline(spline, Values({0.5, 1.5}), order)));
-  }
+  EXPECT_TRUE(SameBits(Matrix(0, 1), SamplesOfTwoIntervals(Vector(0)).values));
+  EXPECT_TRUE(SamplesOfTwoIntervals(Vector(0)).all_finite);
+  const SplineSamples samples = SamplesOf(Values({0.0, 1.0, 2.0, 3.0}), Matrix(4, 0), Values({0.5, 1.5}));
+  EXPECT_TRUE(SameBits(Matrix(2, 0), samples.second_derivatives));
+  EXPECT_TRUE(samples.all_finite);
 }
 
-TEST(EvaluateCubicSpline, GivesAllThreeInOneWalk) {
-  const Vector queries = Values({-1.0, 0.25, 0.5, 1.0, 2.5, 0.75, 3.0, kNan, 9.0});
-  for (const Eigen::Index joints : {0, 1, 3, 4, 5, 7, 8, 9, 12, 33}) {
+// Each joint as if it were alone, whatever stretches and blocks of columns it is taken in.
+TEST(EvaluateCubicSpline, TakesEveryJointByItself) {
+  constexpr Eigen::Index kQueries = 300;
+  for (const Eigen::Index joints : {2, 3, 4, 5, 7, 8, 9, 12, 33}) {
     testing::SplitMix64 random(8500 + static_cast<std::uint64_t>(joints));
     const auto matrix = [&] {
       return RandomMatrix(random, 3, static_cast<std::size_t>(joints), testing::ValueFamily::moderate);
     };
     const Matrix y = matrix();
-    const CubicSpline spline{kKnots, y, matrix()};
-    const SplineSamples samples = EvaluateCubicSpline(spline, queries);
-    EXPECT_TRUE(SameBits(EvaluateCubicSpline(spline, queries, 0), samples.values));
-    EXPECT_TRUE(SameBits(EvaluateCubicSpline(spline, queries, 1), samples.first_derivatives));
-    EXPECT_TRUE(SameBits(EvaluateCubicSpline(spline, queries, 2), samples.second_derivatives));
+    const Matrix m = matrix();
+    Vector queries = Vector::LinSpaced(kQueries, -0.5, 4.0);
+    std::swap(queries[7], queries[200]);
+    const SplineSamples samples = EvaluateCubicSpline(kKnots, y, m, queries);
+    for (Eigen::Index j = 0; j < joints; ++j) {
+      const SplineSamples alone = EvaluateCubicSpline(kKnots, y.col(j), m.col(j), queries);
+      EXPECT_TRUE(SameBits(alone.values, Matrix(samples.values.col(j))));
+      EXPECT_TRUE(SameBits(alone.first_derivatives, Matrix(samples.first_derivatives.col(j))));
+      EXPECT_TRUE(SameBits(alone.second_derivatives, Matrix(samples.second_derivatives.col(j))));
+    }
+  }
+}
+
+// In every joint and at every place of a stretch.
+TEST(EvaluateCubicSpline, NoticesWhatIsNotFinite) {
+  for (const Eigen::Index joints : {1, 3, 4, 7, 8, 13}) {
+    for (Eigen::Index joint = 0; joint < joints; ++joint) {
+      Matrix y = Matrix::Zero(3, joints);
+      const Matrix m = Matrix::Zero(3, joints);
+      EXPECT_TRUE(EvaluateCubicSpline(kKnots, y, m, Values({0.5, 1.5})).all_finite);
+      y(2, joint) = 1.7e308;
+      y(1, joint) = -1.7e308;
+      EXPECT_FALSE(EvaluateCubicSpline(kKnots, y, m, Values({0.5, 1.5})).all_finite) << joint << " of " << joints;
+      EXPECT_FALSE(EvaluateCubicSpline(kKnots, y, m, Values({1.5, 0.5})).all_finite) << joint << " of " << joints;
+    }
   }
 }
 

@@ -14,6 +14,8 @@ namespace velmora::util::timing {
 using native::Matrix;
 using native::Vector;
 
+struct ResampledParts;
+
 /// A time-sampled joint trajectory of N >= 1 samples and J >= 0 joints whose invariants its constructor established.
 ///
 /// `positions` and `time` are public for reading; a caller that writes to them takes over their invariants. Derivatives
@@ -106,6 +108,9 @@ class JointTrajectory {
   VELMORA_EXPORT JointTrajectory Copy() const;
 
  private:
+  friend struct ResampledParts;
+  explicit JointTrajectory(ResampledParts&& parts);  // inside the library: of parts that are known to be finite
+
   mutable std::optional<Matrix> cached_velocities;
   mutable std::optional<Matrix> cached_accelerations;
   mutable std::optional<Matrix> cached_jerks;

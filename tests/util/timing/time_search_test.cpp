@@ -8,7 +8,7 @@
 #include "support/generator.hpp"
 #include "velmora/util/timing/trajectory.hpp"
 // After the headers above: it takes the array types from where it is included.
-#include "util/timing/knot_search.hpp"
+#include "util/timing/time_search.hpp"
 
 namespace velmora::util::timing {
 namespace {
