@@ -12,6 +12,7 @@ from pathlib import Path
 from typing import Any
 
 import click
+
 from velmora.tools.errors import UsageError
 
 FILE_NAME = "velmora.toml"

@@ -8,6 +8,7 @@ from collections.abc import Sequence
 from typing import Any
 
 import click
+
 import velmora
 
 # Name and one line of help of every command; its module is imported when it is asked for.

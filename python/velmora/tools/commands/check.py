@@ -7,6 +7,7 @@ from dataclasses import dataclass
 from typing import Any
 
 import click
+
 from velmora.tools import formats, output
 from velmora.tools.batch.tasks import JsonObject, Stage, Task
 from velmora.tools.commands import common, reading

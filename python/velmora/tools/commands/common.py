@@ -10,6 +10,7 @@ from collections.abc import Callable, Sequence
 from typing import Any, TypeVar
 
 import click
+
 import velmora
 from velmora.tools import config
 from velmora.tools.batch import names, summary

@@ -11,6 +11,7 @@ from typing import Any, TypeVar
 
 import click
 import numpy as np
+
 import velmora
 from velmora.tools import config, formats
 from velmora.tools.batch.names import of_recording

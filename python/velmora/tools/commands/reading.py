@@ -7,6 +7,7 @@ from collections.abc import Callable
 from typing import Any, TypeVar
 
 import click
+
 from velmora.tools.operations.checked import CheckOptions
 from velmora.tools.options import ReadOptions
 

@@ -6,6 +6,7 @@ from __future__ import annotations
 from typing import Any
 
 import click
+
 from velmora.tools.commands import common, drawing, reading, resampling
 from velmora.tools.output import write_bytes
 from velmora.tools.report.data import ReportData

@@ -7,6 +7,7 @@ from dataclasses import dataclass
 from typing import Any
 
 import click
+
 from velmora.tools import formats
 from velmora.tools.batch.names import of_recording
 from velmora.tools.batch.tasks import JsonObject, Stage, Task

@@ -8,6 +8,7 @@ from collections.abc import Callable
 from typing import Any, TypeVar
 
 import click
+
 from velmora.tools import config
 from velmora.tools.errors import UsageError
 from velmora.tools.operations.resample import DEFAULT_COLUMNS, MAX_SAMPLES, QUANTITIES, ResampleOptions
@@ -103,12 +104,16 @@ def resample_options(ctx: click.Context, values: dict[str, Any], *, required: bo
 
 def columns(text: str) -> tuple[str, ...]:
     """The quantities of a list of names, in the order of positions to jerks."""
-    names = [name.strip() for name in text.split(",") if name.strip()]
+    return checked_columns(tuple(name.strip() for name in text.split(",") if name.strip()))
+
+
+def checked_columns(names: tuple[str, ...]) -> tuple[str, ...]:
+    """The quantities, in the order of positions to jerks, after a check of their names."""
     for name in names:
         if name not in QUANTITIES:
+            known = ", ".join(QUANTITIES)
             raise UsageError(
-                f"--columns: {quoted(name)} is not known; {', '.join(QUANTITIES)} were "
-                f"expected{nearest(name, QUANTITIES)}"
+                f"--columns: {quoted(name)} is not known; {known} were expected{nearest(name, QUANTITIES)}"
             )
     if "positions" not in names:
         raise UsageError("--columns: there are no positions; positions and any of their derivatives were expected")

@@ -7,8 +7,9 @@ from dataclasses import dataclass
 from typing import Literal
 
 import numpy as np
-import velmora as vm
 from numpy.typing import NDArray
+
+import velmora as vm
 from velmora.tools.errors import DataError
 from velmora.tools.operations.limits import QUANTITIES, Bound, JointLimits
 from velmora.tools.operations.resample import trajectory_of

@@ -8,7 +8,9 @@ from typing import Literal
 
 import numpy as np
 from numpy.typing import NDArray
+
 from velmora.tools.errors import DataError
+from velmora.tools.operations.finite import all_finite
 from velmora.tools.operations.gaps import take
 from velmora.tools.recording import Note, Recording, Stamps
 from velmora.tools.text import count, quoted, seconds_text
@@ -82,11 +84,10 @@ def _without_faulty_rows(recording: Recording, options: CheckOptions) -> Recordi
     ]
     bad_rows = bad_times
     for what, values in given:
-        # A sum is finite only where all its terms are: one pass without a temporary for the common case.
-        if values is None or np.isfinite(values.sum()):
+        if values is None or all_finite(values):
             continue
         cells = ~np.isfinite(values)
-        if options.missing == "error" and cells.any():
+        if options.missing == "error":
             row, joint = (int(index[0]) for index in np.nonzero(cells))
             raise DataError(_faulty_cell(recording, what, values, row, joint))
         bad_rows = bad_rows | cells.any(axis=1)

@@ -8,6 +8,7 @@ from datetime import datetime, timezone
 
 import numpy as np
 from numpy.typing import NDArray
+
 from velmora.tools.operations.gaps import Gaps, find_gaps
 from velmora.tools.recording import Recording
 from velmora.tools.text import count, seconds_text, short

@@ -8,9 +8,11 @@ from typing import Any
 
 import numpy as np
 from numpy.typing import NDArray
+
 from velmora.tools.errors import DataError
 from velmora.tools.operations.checked import CheckOptions, checked, faulty_cells
 from velmora.tools.operations.clock_verdict import ClockVerdict, clock_verdict
+from velmora.tools.operations.finite import all_finite
 from velmora.tools.operations.peaks import peaks
 from velmora.tools.operations.resample import trajectory_of
 from velmora.tools.recording import Recording
@@ -97,7 +99,7 @@ def _clock(clock: ClockVerdict) -> JsonObject:
 
 
 def _cells(recording: Recording) -> JsonObject:
-    if np.isfinite(recording.positions.sum()):
+    if all_finite(recording.positions):
         faulty = missing = np.zeros((0, 0), dtype=np.bool_)
     else:
         faulty = faulty_cells(recording)

@@ -7,6 +7,7 @@ from dataclasses import dataclass, replace
 
 import numpy as np
 from numpy.typing import NDArray
+
 from velmora.tools.recording import Recording, Stamps
 
 # A step is a gap where it is longer than this many median steps, unless the user says how long a gap is.

@@ -8,6 +8,7 @@ from dataclasses import dataclass, field
 from pathlib import Path
 
 import numpy as np
+
 import velmora as vm
 from velmora.tools.errors import DataError, UsageError
 from velmora.tools.text import listed, nearest, quoted

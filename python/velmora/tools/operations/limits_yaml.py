@@ -6,10 +6,11 @@ from __future__ import annotations
 import math
 
 import yaml
+from yaml.nodes import MappingNode, Node, ScalarNode
+
 from velmora.tools.errors import DataError
 from velmora.tools.operations.limits import LimitsFile
 from velmora.tools.text import quoted
-from yaml.nodes import MappingNode, Node, ScalarNode
 
 MAX_BYTES = 1_000_000
 MAX_DEPTH = 20

@@ -6,8 +6,9 @@ from __future__ import annotations
 from dataclasses import dataclass
 
 import numpy as np
-import velmora as vm
 from numpy.typing import NDArray
+
+import velmora as vm
 
 LEVELS = ("velocities", "accelerations", "jerks")
 

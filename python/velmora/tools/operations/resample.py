@@ -8,9 +8,11 @@ from dataclasses import dataclass, replace
 from typing import Literal
 
 import numpy as np
-import velmora as vm
 from numpy.typing import NDArray
+
+import velmora as vm
 from velmora.tools.errors import DataError, UsageError
+from velmora.tools.operations.finite import all_finite
 from velmora.tools.operations.gaps import Gaps, find_gaps, split
 from velmora.tools.recording import Note, Recording, Stamps
 from velmora.tools.text import count, seconds_text, size_text
@@ -201,7 +203,7 @@ def _columns(
     for column in columns:
         values[column] = getattr(on_grid, column)
     for column, array in values.items():
-        if not np.isfinite(array.sum()) and not np.isfinite(array).all():
+        if not all_finite(array):
             sample, joint = (int(index[0]) for index in np.nonzero(~np.isfinite(array)))
             raise DataError(
                 f"{recording.source}: the {column} of '{recording.joints[joint]}' are not finite at "

@@ -1,0 +1,84 @@
+"""The command line beats the environment beats velmora.toml; the report says which value came from where."""
+
+from __future__ import annotations
+
+import json
+from pathlib import Path
+from typing import Any
+
+import pytest
+from support import velmora, write_log
+
+
+@pytest.fixture
+def project(tmp_path: Path) -> Path:
+    write_log(tmp_path / "log.csv")
+    (tmp_path / "velmora.toml").write_text('time-unit = "s"\n[resample]\nrate = 20\nmethod = "linear"\n')
+    return tmp_path
+
+
+def settings(folder: Path, *arguments: str, **environment: str) -> dict[str, tuple[str, str]]:
+    run = velmora("resample", "log.csv", "-o", "out.csv", "--force", "--json", *arguments, cwd=folder, env=environment)
+    assert run.code == 0, run.err
+    report: dict[str, Any] = json.loads(run.out)
+    return {entry["name"]: (entry["value"], entry["origin"]) for entry in report["settings"]}
+
+
+def test_values_come_from_the_project(project: Path) -> None:
+    found = settings(project)
+    assert found["rate"] == ("20.0", f"{project}/velmora.toml [resample]")
+    assert found["time-unit"] == ("s", f"{project}/velmora.toml")
+    assert found["output"] == ("out.csv", "command line")
+    assert "grid" not in found
+
+
+def test_the_environment_beats_the_project(project: Path) -> None:
+    found = settings(project, VELMORA_RESAMPLE_RATE="40")
+    assert found["rate"] == ("40.0", "environment VELMORA_RESAMPLE_RATE")
+
+
+def test_the_command_line_beats_both_also_with_an_option_that_excludes_theirs(project: Path) -> None:
+    assert settings(project, "--rate", "80", VELMORA_RESAMPLE_RATE="40")["rate"] == ("80.0", "command line")
+    assert settings(project, "--samples", "7")["samples"] == ("7", "command line")
+
+
+def test_two_that_exclude_each_other_on_the_command_line(project: Path) -> None:
+    run = velmora("resample", "log.csv", "-o", "out.csv", "--rate", "3", "--samples", "7", cwd=project)
+    assert (run.code, run.err) == (2, "--rate and --samples exclude each other; give one of them\n")
+
+
+def test_the_nearest_file_above_counts(project: Path) -> None:
+    (project / "deep/er").mkdir(parents=True)
+    run = velmora("resample", "../../log.csv", "-o", "out.csv", cwd=project / "deep/er")
+    assert run.code == 0
+    assert f"rate is 20.0 ({project}/velmora.toml [resample])" in run.err
+
+
+def test_files_named_in_it_are_looked_for_beside_it(project: Path) -> None:
+    (project / "limits.csv").write_text("joint,max_velocity\njoint_1,9\njoint_2,9\n")
+    (project / "velmora.toml").write_text('[check]\nlimits = "limits.csv"\n')
+    (project / "deep").mkdir()
+    assert velmora("check", "../log.csv", cwd=project / "deep").code == 0
+
+
+@pytest.mark.parametrize(
+    ("text", "expected"),
+    [
+        ("[resmple]\nrate = 3\n", "velmora.toml: table [resmple] is not known; did you mean 'resample'?\n"),
+        (
+            "[info]\ntime-uint = 's'\n",
+            "velmora.toml: option 'time-uint' in [info] is not known; did you mean 'time-unit'?\n",
+        ),
+        ("sampels = 3\n", "velmora.toml: option 'sampels' is not known; did you mean 'samples'?\n"),
+        ("rate = \n", "velmora.toml: Invalid value (at line 1, column 8); a TOML file was expected\n"),
+    ],
+)
+def test_what_is_not_known_is_refused(project: Path, text: str, expected: str) -> None:
+    (project / "velmora.toml").write_text(text)
+    run = velmora("info", "log.csv", cwd=project)
+    assert (run.code, run.err) == (2, f"{project}/{expected}")
+
+
+def test_an_option_of_another_command_is_left_to_it(project: Path) -> None:
+    (project / "velmora.toml").write_text("samples = 3\n")
+    assert velmora("info", "log.csv", cwd=project).code == 0
