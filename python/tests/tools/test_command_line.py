@@ -235,7 +235,7 @@ def test_a_full_disk_leaves_the_old_file(tmp_path: Path, log: Path) -> None:
 
 @pytest.mark.parametrize(("number", "code"), [(signal.SIGINT, 130), (signal.SIGTERM, 143)])
 def test_an_interrupt_leaves_nothing(tmp_path: Path, number: signal.Signals, code: int) -> None:
-    write_log(tmp_path / "in/a.csv", samples=20_000)
+    write_log(tmp_path / "in/a.csv", samples=5_000)
     # With jobs waiting the interrupt comes while workers are at work.
     for index in range(40):
         os.link(tmp_path / "in/a.csv", tmp_path / f"in/b{index}.csv")
@@ -247,7 +247,7 @@ def test_an_interrupt_leaves_nothing(tmp_path: Path, number: signal.Signals, cod
             "resample",
             "in",
             "--rate",
-            "20000",
+            "1000",
             "--output-dir",
             "out",
             "--jobs",
@@ -259,7 +259,7 @@ def test_an_interrupt_leaves_nothing(tmp_path: Path, number: signal.Signals, cod
         text=True,
     )
     until = time.monotonic() + 60
-    while not list((tmp_path / "out").rglob("*.csv")) and time.monotonic() < until:
+    while not list((tmp_path / "out").glob("*.csv")) and time.monotonic() < until:
         time.sleep(0.01)
     process.send_signal(number)
     _, errors = process.communicate(timeout=30)
@@ -300,7 +300,7 @@ def test_check_is_a_gate(tmp_path: Path, log: Path) -> None:
     run = velmora("check", "log.csv", "--limits", "l.yaml", "--junit", "j.xml", cwd=tmp_path)
     assert run.code == 1
     assert run.out.startswith("log.csv: FAILED: 1 of 2 limits violated (three-point derivatives)\n")
-    assert "VIOLATED   l.yaml:2\n" in run.out
+    assert run.out.splitlines()[2].split()[-2:] == ["VIOLATED", "l.yaml:2"]
     suite = ElementTree.parse(tmp_path / "j.xml").getroot()[0]
     assert (suite.get("tests"), suite.get("failures")) == ("2", "1")
     (tmp_path / "l.yaml").write_text("joint_limits:\n  joint_1: {max_velocity: 2}\n  joint_2: {max_velocity: 3}\n")

@@ -41,7 +41,8 @@ class Staged:
             if is_remote(self.target):
                 _upload(self.path, self.target)
             else:
-                _rename(Path(self.path), Path(self.target), self.force)
+                # A link stays a link: what it names is replaced.
+                _rename(Path(self.path), Path(os.path.realpath(self.target)), self.force)
         except OSError as error:
             raise DataError(f"{self.target}: {error.strerror or error}") from error
         finally:
@@ -107,19 +108,17 @@ def stage(target: str, *, force: bool, owner: str = "") -> Staged:
     if target == "-" or _is_stream(target):
         return Staged(target, target, force)
     if is_remote(target):
-        folder, name, shown = tempfile.gettempdir(), target.rstrip("/").rsplit("/", 1)[1], target
+        folder, name = tempfile.gettempdir(), target.rstrip("/").rsplit("/", 1)[1]
     else:
-        shown = target
-        target = os.path.realpath(target)  # a link stays a link: what it names is replaced
-        folder, name = os.path.split(target)
+        folder, name = os.path.split(os.path.realpath(target))
     try:
         place = tempfile.mkdtemp(prefix=_prefix(owner), dir=folder)
     except FileNotFoundError:
         raise DataError(
-            f"{shown}: the folder does not exist; a place to write to was expected; --output-dir makes folders"
+            f"{target}: the folder does not exist; a place to write to was expected; --output-dir makes folders"
         ) from None
     except OSError as error:
-        raise DataError(f"{shown}: {error.strerror}") from error
+        raise DataError(f"{target}: {error.strerror}") from error
     return Staged(target, os.path.join(place, name), force)
 
 

@@ -11,6 +11,7 @@ from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 from typing import Any
 
+from velmora.tools import output
 from velmora.tools.batch.tasks import JsonObject, Outcome, Task, digest_of
 
 FILE_NAME = ".velmora-manifest.jsonl"
@@ -37,7 +38,7 @@ class Manifest:
     def done(self, tasks: list[Task]) -> dict[int, Outcome]:
         """Which of the tasks were done before and have their outputs, with the reports of then."""
         sources = {entry["source"] for entry in self._lines.values()}
-        candidates = [index for index, task in enumerate(tasks) if task.source in sources]
+        candidates = [index for index, task in enumerate(tasks) if _whole(task.source) in sources]
         found = {}
         with ThreadPoolExecutor() as pool:
             for index, digest in zip(candidates, pool.map(lambda index: _digest_or_none(tasks[index]), candidates)):
@@ -53,8 +54,8 @@ class Manifest:
         """
         entry = {
             "key": key_of(task, outcome.digest),
-            "source": task.source,
-            "outputs": [{"path": staged.target, "size": _size(staged.path)} for staged in outcome.staged],
+            "source": _whole(task.source),
+            "outputs": [{"path": _whole(staged.target), "size": _size(staged.path)} for staged in outcome.staged],
             "reports": outcome.reports,
         }
         with self.path.open("a", encoding="utf-8") as file:
@@ -64,8 +65,13 @@ class Manifest:
 def key_of(task: Task, digest: str) -> str:
     """The key of a task whose input has that hash."""
     work = f"{task.work.__module__}.{task.work.__qualname__}"
-    text = json.dumps([digest, work, task.target, task.version, _plain(task.options)], sort_keys=True)
+    text = json.dumps([digest, work, _whole(task.target or ""), task.version, _plain(task.options)], sort_keys=True)
     return hashlib.sha256(text.encode()).hexdigest()
+
+
+def _whole(path: str) -> str:
+    """A path that means the same wherever the next run starts."""
+    return path if output.is_remote(path) else os.path.abspath(output.local(path))
 
 
 def _plain(options: Any) -> Any:

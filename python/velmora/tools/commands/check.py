@@ -162,15 +162,27 @@ def lines(report: JsonObject) -> list[str]:
     found += [f"  UNITS: {doubt}" for doubt in report["doubts"]]
     head = ["joint", "quantity", "lower", "upper", "worst", "ratio", "at s", "", "limit from"]
     found += table(head, [_row(finding) for finding in judged])
-    absent = [
-        f"{finding['quantity']} of {finding['joint']}" for finding in report["findings"] if finding["limits"] is None
-    ]
-    absent += [f"{quantity} of all joints" for quantity in report["not_given"]]
+    absent = _absent(report)
     if absent:
         found.append(f"  not given, not checked: {', '.join(absent)}")
     for finding in violated:
         found += _span_lines(finding)
     return found
+
+
+def _absent(report: JsonObject) -> list[str]:
+    """What could not be checked: quantities of all joints, all of a joint, then single ones."""
+    judged = {finding["joint"] for finding in report["findings"] if finding["limits"] is not None}
+    without = [joint for joint in report["joints"] if joint not in judged]
+    return (
+        [f"{quantity} of all joints" for quantity in report["not_given"]]
+        + [f"all of {joint}" for joint in without]
+        + [
+            f"{finding['quantity']} of {finding['joint']}"
+            for finding in report["findings"]
+            if finding["limits"] is None and finding["joint"] in judged
+        ]
+    )
 
 
 def _row(finding: JsonObject) -> list[str]:

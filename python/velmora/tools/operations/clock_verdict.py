@@ -56,7 +56,9 @@ def clock_verdict(recording: Recording) -> ClockVerdict | None:
         return None
     times_s = recording.stamps.seconds()
     steps_s = np.diff(times_s)
-    rising = steps_s[steps_s > 0.0]
+    # Where times fall the steps of the sorted ones are nearer to the clock's.
+    in_order_s = steps_s if np.all(steps_s >= 0.0) else np.diff(np.sort(times_s))
+    rising = in_order_s[in_order_s > 0.0]
     median_s = float(np.median(rising)) if len(rising) else None
     jitter_s = None
     if len(rising):
@@ -67,7 +69,7 @@ def clock_verdict(recording: Recording) -> ClockVerdict | None:
         find_gaps(times_s) if median_s is None or len(rising) == len(steps_s) else find_gaps(times_s, 10.0 * median_s)
     )
     uneven = 0 if median_s is None else int(np.count_nonzero(np.abs(rising - median_s) > UNEVEN_SHARE * median_s))
-    offset_s = None if median_s is None else _second_clock(steps_s, median_s)
+    offset_s = _second_clock(times_s) if len(falls) else None
     summary = _summary(median_s, jitter_s, uneven, len(rising), len(gaps), len(repeats), len(falls), offset_s)
     return ClockVerdict(
         summary,
@@ -90,14 +92,16 @@ def _rows(recording: Recording, before: NDArray[np.intp]) -> tuple[int, ...]:
     return tuple(int(row) for row in recording.rows[before[:MOST_ROWS] + 1])
 
 
-def _second_clock(steps_s: NDArray[np.float64], median_s: float) -> float | None:
+def _second_clock(times_s: NDArray[np.float64]) -> float | None:
     """The offset between two clocks that take turns: jumps forth and back, all of about the same length."""
+    steps_s = np.diff(times_s)
+    median_s = float(np.median(np.diff(np.sort(times_s))))
     forth = steps_s[steps_s > MIXED_JUMP_STEPS * median_s]
     back = -steps_s[steps_s < -MIXED_JUMP_STEPS * median_s]
     if len(back) == 0 or abs(len(forth) - len(back)) > 1 or len(forth) + len(back) < 3:
         return None
     jumps = np.concatenate((forth, back))
-    offset_s = float(np.median(jumps))
+    offset_s = float(np.median(forth) + np.median(back)) / 2.0
     return offset_s if np.all(np.abs(jumps - offset_s) <= MIXED_JUMP_SPREAD * offset_s) else None
 
 

@@ -1,0 +1,118 @@
+"""Which files are meant, and what their outputs are called."""
+
+from __future__ import annotations
+
+import os
+from pathlib import Path
+
+import pytest
+
+from velmora.tools.batch.names import Input, expand, of_recording, targets
+from velmora.tools.errors import DataError, UsageError
+
+
+@pytest.fixture
+def folder(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> Path:
+    monkeypatch.chdir(tmp_path)
+    for name in ("logs/b.csv", "logs/a.csv.gz", "logs/deep/a.csv", "logs/.hidden.csv", "logs/notes.md", "other.csv"):
+        Path(name).parent.mkdir(parents=True, exist_ok=True)
+        Path(name).write_text("time_s,a\n0,1\n")
+    return tmp_path
+
+
+def test_files_folders_and_patterns(folder: Path) -> None:
+    assert [entry.path for entry in expand(["logs"])] == ["logs/a.csv.gz", "logs/b.csv", "logs/deep/a.csv"]
+    assert [entry.parent for entry in expand(["logs"])] == ["", "", "deep"]
+    assert [entry.path for entry in expand(["logs/*.csv"])] == ["logs/b.csv"]
+    assert [entry.path for entry in expand(["**/a.csv*"])] == ["logs/a.csv.gz", "logs/deep/a.csv"]
+    assert [entry.path for entry in expand([f"file://{folder}/other.csv"])] == [f"{folder}/other.csv"]
+    assert [entry.path for entry in expand(["-"])] == ["-"]
+
+
+def test_a_file_that_is_named_twice_is_done_once(folder: Path) -> None:
+    assert [entry.path for entry in expand(["logs/b.csv", "logs", "logs/b.csv"])] == [
+        "logs/b.csv",
+        "logs/a.csv.gz",
+        "logs/deep/a.csv",
+    ]
+
+
+def test_a_name_with_brackets_that_exists_is_no_pattern(folder: Path) -> None:
+    Path("a[1].csv").write_text("x")
+    assert [entry.path for entry in expand(["a[1].csv"])] == ["a[1].csv"]
+
+
+@pytest.mark.parametrize(
+    ("argument", "expected"),
+    [
+        ("othr.csv", "othr.csv: there is no such file; a recording was expected; did you mean 'other.csv'?"),
+        ("no/where.csv", "no/where.csv: there is no such file; a recording was expected"),
+        ("*.parquet", "*.parquet: no file has such a name; at least one was expected"),
+    ],
+)
+def test_nothing_is_meant(folder: Path, argument: str, expected: str) -> None:
+    with pytest.raises(DataError) as error:
+        expand([argument])
+    assert str(error.value) == expected
+
+
+def test_an_empty_folder(folder: Path) -> None:
+    os.mkdir("empty")
+    with pytest.raises(DataError, match="^empty: the folder holds no recording; files such as "):
+        expand(["empty"])
+
+
+def test_addresses_are_expanded_by_their_file_system() -> None:
+    import fsspec
+
+    memory = fsspec.filesystem("memory")
+    memory.pipe("/names/a.csv", b"x")
+    memory.pipe("/names/b.csv", b"x")
+    assert [entry.path for entry in expand(["memory://names/*.csv"])] == [
+        "memory:///names/a.csv",
+        "memory:///names/b.csv",
+    ]
+    assert targets([Input("memory://names/a.csv")], "memory://out/{stem}_2.parquet", None, None) == [
+        "memory://out/a_2.parquet"
+    ]
+
+
+def test_targets() -> None:
+    inputs = [Input("logs/a.csv.gz"), Input("logs/deep/b.csv", "deep")]
+    assert targets(inputs, None, "out", None) == ["out/a.csv.gz", "out/deep/b.csv"]
+    assert targets(inputs, None, "out/", ".parquet") == ["out/a.parquet", "out/deep/b.parquet"]
+    assert targets(inputs, "{stem}_100hz{suffix}", None, None) == ["a_100hz.csv.gz", "b_100hz.csv"]
+    assert targets(inputs, "{parent}/{name}.html", "out", None) == ["out/./a.csv.gz.html", "out/deep/b.csv.html"]
+    assert targets(inputs, "{stem}_{group}.csv", "out", None) == ["out/a_{group}.csv", "out/deep/b_{group}.csv"]
+    assert targets(inputs[:1], "x.csv", None, None) == ["x.csv"]
+
+
+def test_two_outputs_of_one_name_are_refused() -> None:
+    inputs = [Input("x/a.csv"), Input("y/a.csv")]
+    with pytest.raises(UsageError) as error:
+        targets(inputs, "{stem}.npz", None, None)
+    assert str(error.value) == (
+        "a.npz: would be the output of x/a.csv and of y/a.csv; different names were expected; {parent} in -o "
+        "tells folders apart"
+    )
+    with pytest.raises(
+        UsageError, match=r"^o\.npz: one name for 2 recordings; a pattern such as '\{stem\}_100hz\.parquet' was"
+    ):
+        targets(inputs, "o.npz", None, None)
+    with pytest.raises(UsageError, match="^-o -: standard output holds one recording, there are 2"):
+        targets(inputs, "-", None, None)
+
+
+def test_recordings_and_pieces_of_one_file() -> None:
+    assert of_recording("out/a.csv.gz", "", False, None) == "out/a.csv.gz"
+    assert of_recording("out/a.csv.gz", "3", True, None) == "out/a_3.csv.gz"
+    assert of_recording("out/a.csv", "3", True, 0) == "out/a_3_1.csv"
+    assert of_recording("a.csv", "3", False, 1) == "a_2.csv"
+    assert of_recording("a/{group}/{segment}.csv", "3", True, 1) == "a/3/2.csv"
+
+
+def test_names_from_files_make_no_folders() -> None:
+    assert of_recording("out/{group}.csv", "../../etc/passwd", True, None) == "out/etc_passwd.csv"
+    assert of_recording("out/{group}.csv", "/joint_states", True, None) == "out/joint_states.csv"
+    assert of_recording("out/{group}.csv", "..", True, None) == "out/_.csv"
+    assert of_recording("out/{group}.csv", "a\x1b\n", True, None) == "out/a??.csv"
