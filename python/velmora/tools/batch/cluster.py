@@ -42,7 +42,7 @@ def run_on_cluster(tasks: Sequence[Task], scheduler: str) -> Iterator[tuple[int,
     try:
         futures = client.map(perform_and_commit, owned, key=[f"velmora-{run}-{index}" for index in range(len(owned))])
         indexes = {future.key: index for index, future in enumerate(futures)}
-        for future in distributed.as_completed(futures):
+        for future in distributed.as_completed(futures, loop=client.loop):
             index = indexes[future.key]
             yield index, _outcome(owned[index], future)
             future.release()

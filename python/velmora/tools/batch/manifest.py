@@ -27,8 +27,11 @@ class Manifest:
     def __init__(self, path: Path) -> None:
         self.path = path
         self._lines: dict[str, JsonObject] = {}
+        self._torn = False
         if path.exists():
-            for line in path.read_text(encoding="utf-8").splitlines():
+            text = path.read_text(encoding="utf-8")
+            self._torn = not text.endswith("\n")
+            for line in text.splitlines():
                 try:
                     entry = json.loads(line)
                     self._lines[entry["key"]] = entry
@@ -59,7 +62,8 @@ class Manifest:
             "reports": outcome.reports,
         }
         with self.path.open("a", encoding="utf-8") as file:
-            file.write(json.dumps(entry) + "\n")
+            file.write(("\n" if self._torn else "") + json.dumps(entry) + "\n")
+        self._torn = False
 
 
 def key_of(task: Task, digest: str) -> str:

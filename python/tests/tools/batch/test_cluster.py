@@ -1,0 +1,124 @@
+"""The same tasks on a Dask cluster, on the loopback interface."""
+
+from __future__ import annotations
+
+import os
+import signal
+import sys
+import threading
+import time
+from collections.abc import Iterator
+from pathlib import Path
+from typing import Any
+
+import dask
+import pytest
+
+sys.path.insert(0, str(Path(__file__).parent))
+
+import works
+from support import leftovers, velmora, write_log
+from test_many import contents, options, tasks
+
+from velmora.tools import resample_many
+from velmora.tools.batch.many import ManyOptions, carry_out
+from velmora.tools.errors import UsageError
+
+__all__ = ["options"]
+
+
+@pytest.fixture(scope="module")
+def cluster() -> Iterator[Any]:
+    import distributed
+
+    paths = os.pathsep.join([*sys.path, str(Path(__file__).parent)])
+    settings = {"distributed.scheduler.allowed-failures": 2, "distributed.worker.daemon": False}
+    with dask.config.set(settings):
+        before = os.environ.get("PYTHONPATH")
+        os.environ["PYTHONPATH"] = paths
+        try:
+            with distributed.LocalCluster(
+                n_workers=2, threads_per_worker=1, host="127.0.0.1", dashboard_address=None
+            ) as local:
+                yield local
+        finally:
+            if before is None:
+                del os.environ["PYTHONPATH"]
+            else:
+                os.environ["PYTHONPATH"] = before
+
+
+def test_outcomes_as_with_processes(tmp_path: Path, options: works.Options, cluster: Any) -> None:
+    result = carry_out(tasks(tmp_path, ["a", "broken", "c"], options), ManyOptions(scheduler=cluster.scheduler_address))
+    assert result.statuses == ["done", "failed", "done"]
+    assert contents(tmp_path) == {"000.txt": "a", "002.txt": "c"}
+    assert leftovers(tmp_path) == []
+    assert os.getpid() not in works.workers(options)
+    again = carry_out(
+        tasks(tmp_path, ["a", "mended", "c"], options), ManyOptions(scheduler=cluster.scheduler_address, resume=True)
+    )
+    assert again.statuses == ["skipped", "done", "skipped"]
+
+
+def test_a_worker_that_is_killed_in_the_middle(tmp_path: Path, options: works.Options, cluster: Any) -> None:
+    slow = works.Options(options.diary, pause_s=0.02)
+    texts = [f"text {index}" for index in range(100)]
+
+    def kill() -> None:
+        until = time.monotonic() + 30
+        while len(list((tmp_path / "diary").iterdir())) < 10 and time.monotonic() < until:
+            time.sleep(0.01)
+        os.kill(min(works.workers(slow)), signal.SIGKILL)
+
+    killer = threading.Thread(target=kill)
+    killer.start()
+    result = carry_out(tasks(tmp_path, texts, slow), ManyOptions(scheduler=cluster.scheduler_address))
+    killer.join()
+    assert result.statuses == ["done"] * 100
+    assert contents(tmp_path) == {f"{index:03}.txt": text for index, text in enumerate(texts)}
+    assert leftovers(tmp_path) == []
+
+
+def test_a_file_that_kills_workers_is_set_aside(tmp_path: Path, options: works.Options, cluster: Any) -> None:
+    result = carry_out(tasks(tmp_path, ["killer"], options), ManyOptions(scheduler=cluster.scheduler_address))
+    assert result.statuses == ["set aside"]
+    assert contents(tmp_path) == {}
+    assert leftovers(tmp_path) == []
+    assert works.attempts(options, "000.txt") == 3
+
+
+def test_the_command_with_relative_names(tmp_path: Path, cluster: Any) -> None:
+    for index in range(3):
+        write_log(tmp_path / f"logs/{index}.csv", shift=index)
+    run = velmora(
+        "resample",
+        "logs",
+        "--rate",
+        "50",
+        "--output-dir",
+        "out",
+        "--scheduler",
+        cluster.scheduler_address,
+        cwd=tmp_path,
+    )
+    assert run.code == 0, run.err
+    here = velmora("resample", "logs", "--rate", "50", "--output-dir", "here", "--jobs", "2", cwd=tmp_path)
+    assert here.code == 0, here.err
+    for index in range(3):
+        assert (tmp_path / f"out/{index}.csv").read_bytes() == (tmp_path / f"here/{index}.csv").read_bytes()
+
+
+def test_from_python(tmp_path: Path, cluster: Any) -> None:
+    write_log(tmp_path / "logs/a.csv")
+    write_log(tmp_path / "logs/b.csv")
+    rows = resample_many(
+        tmp_path / "logs", output_dir=tmp_path / "out", rate_hz=50, scheduler=cluster.scheduler_address
+    )
+    assert [row["status"] for row in rows] == ["done", "done"]
+
+
+def test_no_scheduler(tmp_path: Path, options: works.Options) -> None:
+    with pytest.raises(
+        UsageError, match=r"^tcp://127\.0\.0\.1:1: no scheduler answers; the address of a Dask scheduler was"
+    ):
+        carry_out(tasks(tmp_path, ["a"], options), ManyOptions(scheduler="tcp://127.0.0.1:1"))
