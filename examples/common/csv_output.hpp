@@ -1,4 +1,4 @@
-// Writes trajectories as CSV text, whole or not at all.
+// Writes trajectories as CSV text.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -31,14 +31,10 @@ std::vector<std::string> DerivativeNames(const std::vector<std::string>& names, 
 /// @param column_names names of the columns of all blocks (the time column `time_s` is added)
 /// @param time_s sample times, length N
 /// @param blocks matrices of N rows
-/// @throws OutputError where two columns would have the same name
 std::string FormatCsv(const std::vector<std::string>& column_names, const Vector& time_s,
                       const std::vector<std::reference_wrapper<const Matrix>>& blocks);
 
 /// Writes a text to a file, or to standard output where `path` is "-".
-///
-/// A file is written beside its place and moved there when it is complete, so that a failure leaves what was there
-/// before. A device or a pipe is written directly.
 /// @throws OutputError where the text could not be written to its last byte
 void WriteOutput(const std::string& path, std::string_view text);
 

@@ -1,4 +1,4 @@
-// Reads a recorded joint trajectory from CSV text.
+// Reads a recorded joint trajectory from plain CSV.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -27,11 +27,9 @@ class RecordingError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// Reads a recording: a header line that names the columns, then one line per sample.
+/// Reads a recording: a header line `time_s,NAME,...`, then one line of numbers per sample, separated by commas.
 ///
-/// One column is named `time_s`; every other column is a joint. Fields are separated by commas and may be quoted;
-/// blanks around them, blank lines, lines that start with `#`, CR LF line ends and a UTF-8 byte order mark are
-/// accepted.
+/// Lines that start with `#` are left out. Nothing else is understood: logs as they come are for the command `velmora`.
 /// @param input the text
 /// @param source_name what error messages call the text
 /// @throws RecordingError at the first thing that is wrong

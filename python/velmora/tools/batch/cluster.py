@@ -53,10 +53,11 @@ def run_on_cluster(tasks: Sequence[Task], scheduler: str) -> Iterator[tuple[int,
 
 
 def _outcome(task: Task, future: Any) -> Outcome:
-    if future.status == "finished":
+    # Waits where the worker that held the outcome has died since, and the task is being done again.
+    error = future.exception()
+    if error is None:
         outcome: Outcome = future.result()
         return outcome
-    error = future.exception()
     if type(error).__name__ == "KilledWorker":
         what = f"set aside: its workers died, the last was {getattr(error, 'last_worker', 'unknown')}"
     else:
