@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Puts the helpers of these tests where every test finds them."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the tests of the tools share: recordings, files, and running the command."""
 
 from __future__ import annotations
@@ -9,7 +10,6 @@ from dataclasses import dataclass
 from pathlib import Path
 
 import numpy as np
-
 from velmora.tools.recording import Layout, Recording, Stamps
 
 ROOT = Path(__file__).resolve().parents[3]

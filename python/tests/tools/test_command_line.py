@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The command from end to end: what goes where, messages, exit codes."""
 
 from __future__ import annotations
@@ -14,9 +15,8 @@ from xml.etree import ElementTree
 import jsonschema
 import numpy as np
 import pytest
-from support import ROOT, SAMPLE, environment, leftovers, velmora, write_log
-
 import velmora as vm
+from support import ROOT, SAMPLE, environment, leftovers, velmora, write_log
 from velmora.tools import formats
 from velmora.tools.main import COMMANDS
 from velmora.tools.options import ReadOptions

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The command line beats the environment beats velmora.toml; the report says which value came from where."""
 
 from __future__ import annotations

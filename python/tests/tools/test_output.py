@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Outputs appear whole or not at all."""
 
 from __future__ import annotations
@@ -8,7 +9,6 @@ from pathlib import Path
 
 import pytest
 from support import leftovers
-
 from velmora.tools import output
 from velmora.tools.errors import DataError, UsageError
 
@@ -70,7 +70,7 @@ def test_a_folder_is_replaced_whole(tmp_path: Path) -> None:
 
 def test_devices_are_written_to_and_stay(tmp_path: Path) -> None:
     output.write_bytes("/dev/null", b"text", force=False)
-    with pytest.raises(DataError, match="^/dev/full: No space left on device$"):
+    with pytest.raises(DataError, match=r"^/dev/full: No space left on device$"):
         output.write_bytes("/dev/full", b"text", force=False)
 
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The tools behind the command `velmora`, for recordings in files; `resample_many` is the command for programs."""
 
 from __future__ import annotations

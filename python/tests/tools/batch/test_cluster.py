@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The same tasks on a Dask cluster, on the loopback interface."""
 
 from __future__ import annotations
@@ -19,7 +20,6 @@ sys.path.insert(0, str(Path(__file__).parent))
 import works
 from support import leftovers, velmora, write_log
 from test_many import contents, options, tasks
-
 from velmora.tools import resample_many
 from velmora.tools.batch.many import ManyOptions, carry_out
 from velmora.tools.errors import UsageError

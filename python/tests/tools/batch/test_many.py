@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Many files in processes: each is done once and whole, whatever happens to workers."""
 
 from __future__ import annotations
@@ -15,7 +16,6 @@ sys.path.insert(0, str(Path(__file__).parent))
 
 import works
 from support import leftovers
-
 from velmora.tools.batch.many import ManyOptions, ManyResult, carry_out
 from velmora.tools.batch.tasks import Task
 from velmora.tools.errors import UsageError
@@ -106,8 +106,8 @@ def test_a_file_that_kills_its_worker_is_set_aside_after_three(tmp_path: Path, o
     result = carry_out(tasks(tmp_path, ["a", "killer", "b", "c"], options), ManyOptions(jobs=2))
     assert result.statuses == ["done", "set aside", "done", "done"]
     assert result.outcomes[1].error == (
-        f"{tmp_path}/in/001.txt: set aside: 3 workers died of it, the last by SIGKILL; a file that fits into memory was "
-        "expected; velmora info shows what it holds"
+        f"{tmp_path}/in/001.txt: set aside: 3 workers died of it, the last by SIGKILL; a file that fits into "
+        "memory was expected; velmora info shows what it holds"
     )
     assert works.attempts(options, "001.txt") == 3
     assert list(contents(tmp_path)) == ["000.txt", "002.txt", "003.txt"]
@@ -155,7 +155,7 @@ def test_resume_survives_a_line_that_was_cut(tmp_path: Path, options: works.Opti
 def test_an_output_in_the_way_is_found_before_any_work(tmp_path: Path, options: works.Options) -> None:
     first = tasks(tmp_path, ["a", "b"], options)
     (tmp_path / "out/001.txt").write_text("mine")
-    with pytest.raises(UsageError, match="001.txt: exists already"):
+    with pytest.raises(UsageError, match=r"001\.txt: exists already"):
         carry_out(first, ManyOptions(jobs=2))
     assert works.attempts(options, "000.txt") == 0
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Which files are meant, and what their outputs are called."""
 
 from __future__ import annotations
@@ -6,7 +7,6 @@ import os
 from pathlib import Path
 
 import pytest
-
 from velmora.tools.batch.names import Input, expand, of_recording, targets
 from velmora.tools.errors import DataError, UsageError
 
@@ -58,7 +58,7 @@ def test_nothing_is_meant(folder: Path, argument: str, expected: str) -> None:
 
 def test_an_empty_folder(folder: Path) -> None:
     os.mkdir("empty")
-    with pytest.raises(DataError, match="^empty: the folder holds no recording; files such as "):
+    with pytest.raises(DataError, match=r"^empty: the folder holds no recording; files such as "):
         expand(["empty"])
 
 
@@ -99,7 +99,7 @@ def test_two_outputs_of_one_name_are_refused() -> None:
         UsageError, match=r"^o\.npz: one name for 2 recordings; a pattern such as '\{stem\}_100hz\.parquet' was"
     ):
         targets(inputs, "o.npz", None, None)
-    with pytest.raises(UsageError, match="^-o -: standard output holds one recording, there are 2"):
+    with pytest.raises(UsageError, match=r"^-o -: standard output holds one recording, there are 2"):
         targets(inputs, "-", None, None)
 
 

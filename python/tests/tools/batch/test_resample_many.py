@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """`resample_many`, and many files on the command line: the same thing."""
 
 from __future__ import annotations
@@ -9,9 +10,8 @@ from pathlib import Path
 import numpy as np
 import pyarrow.parquet as pq
 import pytest
-from support import velmora, write_log
-
 import velmora as vm
+from support import velmora, write_log
 from velmora.tools import formats, resample_many
 from velmora.tools.batch.summary import COLUMNS
 from velmora.tools.errors import UsageError

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Work for tests of the batch engine: it counts, it fails, it kills."""
 
 from __future__ import annotations

@@ -1,15 +1,16 @@
+# SPDX-License-Identifier: Apache-2.0
 """Recordings beside limits: worst values, ratios, spans, ways of differentiating, and the guard on units."""
 
 from __future__ import annotations
 
+import itertools
 import math
 from typing import Any
 
 import numpy as np
 import pytest
-from support import recording
-
 import velmora as vm
+from support import recording
 from velmora.tools.operations.check import Finding, Verdict, check
 from velmora.tools.operations.limits import Bound, LimitsFile, for_joints
 from velmora.tools.recording import Recording
@@ -79,7 +80,7 @@ def test_a_joint_without_a_bound_is_reported_and_not_judged() -> None:
 
 
 def plain_forward(values: np.ndarray[Any, Any], step_s: float) -> np.ndarray[Any, Any]:
-    steps = [(b - a) / step_s for a, b in zip(values, values[1:])]
+    steps = [(b - a) / step_s for a, b in itertools.pairwise(values)]
     return np.array([*steps, steps[-1]])
 
 

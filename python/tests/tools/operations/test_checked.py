@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What makes a recording fit for the library, and every refusal with its text."""
 
 from __future__ import annotations
@@ -8,7 +9,6 @@ from typing import Any
 import numpy as np
 import pytest
 from support import recording
-
 from velmora.tools.errors import DataError
 from velmora.tools.operations.checked import CheckOptions, checked
 from velmora.tools.recording import Recording, Stamps

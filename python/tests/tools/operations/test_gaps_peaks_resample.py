@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Gaps, peaks and resampling on recordings: literal values, refusals, times that keep their origin."""
 
 from __future__ import annotations
@@ -6,9 +7,8 @@ from dataclasses import replace
 
 import numpy as np
 import pytest
-from support import recording
-
 import velmora as vm
+from support import recording
 from velmora.tools.errors import DataError, UsageError
 from velmora.tools.operations.gaps import find_gaps, split
 from velmora.tools.operations.peaks import peaks

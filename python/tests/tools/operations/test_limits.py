@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Limits from YAML, URDF and CSV: values with their lines, and every refusal."""
 
 from __future__ import annotations
@@ -6,7 +7,6 @@ import math
 from pathlib import Path
 
 import pytest
-
 from velmora.tools.errors import DataError, UsageError
 from velmora.tools.operations.limits import UNBOUNDED, Bound, for_joints, load
 

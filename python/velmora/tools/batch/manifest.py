@@ -44,7 +44,9 @@ class Manifest:
         candidates = [index for index, task in enumerate(tasks) if _whole(task.source) in sources]
         found = {}
         with ThreadPoolExecutor() as pool:
-            for index, digest in zip(candidates, pool.map(lambda index: _digest_or_none(tasks[index]), candidates)):
+            for index, digest in zip(
+                candidates, pool.map(lambda index: _digest_or_none(tasks[index]), candidates), strict=False
+            ):
                 entry = self._lines.get(key_of(tasks[index], digest)) if digest is not None else None
                 if entry is not None and all(_has_size(item["path"], item["size"]) for item in entry["outputs"]):
                     found[index] = Outcome(tasks[index].source, reports=tuple(entry["reports"]), digest=digest or "")

@@ -168,7 +168,7 @@ def _target(entry: Input, pattern: str | None, folder: str | None, suffix: str |
 
 def _refuse_same(inputs: Sequence[Input], named: Sequence[str], pattern: str | None) -> None:
     first: dict[str, str] = {}
-    for entry, target in zip(inputs, named):
+    for entry, target in zip(inputs, named, strict=True):
         if target in first and pattern is not None and not _PLACEHOLDER.search(pattern):
             raise UsageError(
                 f"{target}: one name for {len(inputs)} recordings; a pattern such as '{{stem}}_100hz.parquet' was "

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """`velmora resample` for programs."""
 
 from __future__ import annotations
@@ -112,7 +113,9 @@ def resample_many(
         WriteOptions(format=output_format, columns=quantities),
         full_report=False,
     )
-    tasks = [Task(entry.path, target, work, options, force=force) for entry, target in zip(inputs, targets)]
+    tasks = [
+        Task(entry.path, target, work, options, force=force) for entry, target in zip(inputs, targets, strict=True)
+    ]
 
     def done(index: int, outcome: Outcome, status: str) -> None:
         if on_done is not None:

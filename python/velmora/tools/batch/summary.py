@@ -19,7 +19,7 @@ COLUMNS = ("source", "status", "output", "samples_in", "samples_out", "duration_
 def rows(result: ManyResult) -> list[dict[str, Any]]:
     """One row per input and recording in it; the keys are `COLUMNS`."""
     found = []
-    for outcome, status in zip(result.outcomes, result.statuses):
+    for outcome, status in zip(result.outcomes, result.statuses, strict=True):
         for report in outcome.reports or ({},):
             found.append(
                 {

@@ -8,6 +8,7 @@ worker that dies has either delivered its output or not, and nothing is written 
 
 from __future__ import annotations
 
+import contextlib
 import os
 import secrets
 import signal
@@ -113,10 +114,9 @@ def _start(owner: str) -> _Worker:
 def _assign(worker: _Worker, tasks: Sequence[Task], waiting: deque[int]) -> None:
     worker.index = waiting.popleft() if waiting else None
     if worker.index is not None:
-        try:
+        # A dead one shows when its answer is waited for.
+        with contextlib.suppress(OSError):
             worker.connection.send(replace(tasks[worker.index], owner=worker.owner))
-        except OSError:
-            pass  # it is dead; that shows when its answer is waited for
 
 
 def _dismiss(worker: _Worker) -> None:

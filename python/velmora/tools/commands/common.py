@@ -105,7 +105,10 @@ def run_output(ctx: click.Context, work: Work, options: Any, values: dict[str, A
         raise UsageError("--json -o -: both go to standard output; one of them was expected")
     if values["output_dir"] is not None:
         make_folders(targets)
-    tasks = [Task(entry.path, target, work, options, force=values["force"]) for entry, target in zip(inputs, targets)]
+    tasks = [
+        Task(entry.path, target, work, options, force=values["force"])
+        for entry, target in zip(inputs, targets, strict=True)
+    ]
     return _run(ctx, tasks, values)
 
 
@@ -164,7 +167,7 @@ def json_report(ctx: click.Context, result: ManyResult) -> JsonObject:
                 "warnings": list(outcome.warnings),
                 "recordings": list(outcome.reports),
             }
-            for outcome, status in zip(result.outcomes, result.statuses)
+            for outcome, status in zip(result.outcomes, result.statuses, strict=True)
         ],
     }
 

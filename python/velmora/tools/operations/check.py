@@ -102,7 +102,7 @@ def check(
             values, time_s = levels.of(quantity)
             findings += [
                 _finding(joint, quantity, bounds[quantity], values[:, j], time_s, tolerance)
-                for j, (joint, bounds) in enumerate(zip(recording.joints, limits.bounds))
+                for j, (joint, bounds) in enumerate(zip(recording.joints, limits.bounds, strict=True))
             ]
     order = {joint: j for j, joint in enumerate(recording.joints)}
     findings.sort(key=lambda finding: order[finding.joint])
@@ -181,7 +181,7 @@ def _spans(
         return ()
     edges = np.flatnonzero(np.diff(np.concatenate(([False], outside, [False])).astype(np.int8)))
     spans = []
-    for start, stop in zip(edges[::2].tolist(), edges[1::2].tolist()):
+    for start, stop in zip(edges[::2].tolist(), edges[1::2].tolist(), strict=True):
         worst = start + int(np.argmax(np.abs(values[start:stop] - middle)))
         spans.append(
             Span(

@@ -89,7 +89,8 @@ def _clock(clock: ClockVerdict) -> JsonObject:
         "jitter_s": number(clock.jitter_s),
         "uneven_steps": clock.uneven_steps,
         "gaps": [
-            {"start_s": float(start), "end_s": float(end)} for start, end in zip(clock.gaps.starts_s, clock.gaps.ends_s)
+            {"start_s": float(start), "end_s": float(end)}
+            for start, end in zip(clock.gaps.starts_s, clock.gaps.ends_s, strict=True)
         ],
         "gap_threshold_s": number(clock.gaps.threshold_s),
         "repeated": {"count": clock.repeated, "first_rows": list(clock.repeated_rows)},

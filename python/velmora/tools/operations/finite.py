@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Whether all values of an array are finite."""
 
 from __future__ import annotations

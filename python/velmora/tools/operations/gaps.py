@@ -3,6 +3,7 @@
 
 from __future__ import annotations
 
+import itertools
 from dataclasses import dataclass, replace
 
 import numpy as np
@@ -61,7 +62,7 @@ def find_gaps(times_s: NDArray[np.float64], max_gap_s: float | None = None) -> G
 def split(recording: Recording, gaps: Gaps) -> list[Recording]:
     """The pieces of a recording between its gaps, each with times of its own."""
     edges = [0, *(gaps.before + 1).tolist(), len(recording.rows)]
-    return [take(recording, slice(start, stop)) for start, stop in zip(edges, edges[1:])]
+    return [take(recording, slice(start, stop)) for start, stop in itertools.pairwise(edges)]
 
 
 def take(recording: Recording, rows: slice | NDArray[np.bool_] | NDArray[np.intp]) -> Recording:

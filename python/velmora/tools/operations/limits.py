@@ -110,7 +110,7 @@ def for_joints(limits: LimitsFile, source: str, joints: tuple[str, ...]) -> Join
         Where the file names none of the joints.
     """
     names = [_name_in(limits, joint) for joint in joints]
-    unknown = tuple(joint for joint, name in zip(joints, names) if name is None)
+    unknown = tuple(joint for joint, name in zip(joints, names, strict=True) if name is None)
     if joints and len(unknown) == len(joints):
         raise DataError(
             f"{source}: its joints are {listed(joints)}, and {limits.path} names {listed(list(limits.joints))}; "

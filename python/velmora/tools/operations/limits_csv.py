@@ -44,10 +44,10 @@ def read_csv(path: str, content: bytes) -> LimitsFile:
     if "joint" not in head:
         raise DataError(f"{path}:{numbers[0]}: there is no column 'joint'; the names of joints were expected")
     limits = LimitsFile(path)
-    for number, row in zip(numbers[1:], rows[1:]):
+    for number, row in zip(numbers[1:], rows[1:], strict=True):
         if len(row) != len(head):
             raise DataError(f"{path}:{number}: {len(row)} cells; {len(head)} were expected, as in the header")
-        _read_row(limits, number, dict(zip(head, (cell.strip() for cell in row))))
+        _read_row(limits, number, dict(zip(head, (cell.strip() for cell in row), strict=True)))
     return limits
 
 

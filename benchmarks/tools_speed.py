@@ -1,0 +1,328 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""Times the command `velmora` beside the scripts that people write; prints a table of ratios.
+
+./benchmarks/tools_speed.py [csv|parquet|bag|many|start]... [--samples N] [--files N] [--write]
+
+Whole processes are timed, start and imports included, all contenders of a job in turn, and medians are compared.
+Results of earlier runs stay in build/benchmark/tools.json; --write puts all of them into docs/performance.md.
+"""
+
+from __future__ import annotations
+
+import argparse
+import datetime
+import json
+import os
+import platform
+import shutil
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+from collections.abc import Callable
+from pathlib import Path
+
+import numpy as np
+
+ROOT = Path(__file__).resolve().parent.parent
+KEPT = ROOT / "build/benchmark/tools.json"
+PAGE = ROOT / "docs/performance.md"
+BEGIN, END = "<!-- tools benchmark: begin -->", "<!-- tools benchmark: end -->"
+VELMORA = [sys.executable, "-m", "velmora.tools.main"]
+SCRIPT = [sys.executable, str(ROOT / "benchmarks/tools_pandas_script.py")]
+JOINTS = 7
+STEP_S = 0.001
+FORMATS = {"parquet": "Parquet", "csv": "CSV"}
+
+Row = dict[str, str]
+
+
+def seconds(command: list[str]) -> float:
+    """Time of a command from start to end."""
+    started = time.perf_counter()
+    done = subprocess.run(command, capture_output=True, text=True, check=False)
+    if done.returncode != 0:
+        sys.exit(f"{' '.join(command)}\n{done.stderr}")
+    return time.perf_counter() - started
+
+
+def in_turn(rounds: int, contenders: dict[str, Callable[[], float]]) -> dict[str, float]:
+    """Median time of every contender."""
+    times: dict[str, list[float]] = {name: [] for name in contenders}
+    for _ in range(rounds):
+        for name, run in contenders.items():
+            times[name].append(run())
+    return {name: statistics.median(values) for name, values in times.items()}
+
+
+def arrays(samples: int, seed: int = 1) -> tuple[np.ndarray, np.ndarray]:
+    """Times with jitter, in whole microseconds, and sines with noise of an encoder."""
+    generator = np.random.default_rng(seed)
+    times_s = np.round(np.arange(samples) * STEP_S + generator.uniform(0.0, 0.3 * STEP_S, samples), 6)
+    positions = np.sin(times_s[:, np.newaxis] * np.arange(1, JOINTS + 1) * 0.7)
+    return times_s, np.round(positions, 9)
+
+
+def write_table(path: Path, samples: int, seed: int = 1) -> None:
+    """A recording as CSV or Parquet."""
+    import pyarrow as pa
+    import pyarrow.csv
+    import pyarrow.parquet
+
+    times_s, positions = arrays(samples, seed)
+    table = pa.table({"time_s": times_s, **{f"joint_{j + 1}": positions[:, j] for j in range(JOINTS)}})
+    if path.suffix == ".csv":
+        pa.csv.write_csv(table, path, pa.csv.WriteOptions(quoting_style="none"))
+    else:
+        pa.parquet.write_table(table, path)
+
+
+def resample(source: Path, target: Path, *options: str) -> Callable[[], float]:
+    """The command, writing anew each time."""
+
+    def run() -> float:
+        shutil.rmtree(target) if target.is_dir() else target.unlink(missing_ok=True)
+        where = ["--output-dir", str(target)] if source.is_dir() else ["-o", str(target)]
+        return seconds([*VELMORA, "resample", str(source), "--sample-time", str(STEP_S), *where, *options])
+
+    return run
+
+
+def csv(folder: Path, options: argparse.Namespace) -> list[Row]:
+    """CSV to Parquet and to CSV, beside the script."""
+    source = folder / "log.csv"
+    write_table(source, options.samples)
+    rows = []
+    for suffix in FORMATS:
+        target = folder / f"out.{suffix}"
+        theirs = folder / f"script.{suffix}"
+        times = in_turn(
+            1,
+            {
+                "velmora": resample(source, target),
+                "script": lambda theirs=theirs: seconds([*SCRIPT, str(source), str(theirs), str(STEP_S)]),
+            },
+        )
+        rows.append(
+            {
+                "job": f"CSV {options.samples:,} x {JOINTS} to {FORMATS[suffix]}",
+                "beside": "script with pandas and scipy",
+                "goal": "10 times faster",
+                "ratio": f"{times['script'] / times['velmora']:.1f} times faster",
+                "times": f"{times['velmora']:.2f} s, {times['script']:.2f} s",
+            }
+        )
+        for path in (target, theirs):
+            path.unlink()
+    return rows
+
+
+def parquet(folder: Path, options: argparse.Namespace) -> list[Row]:
+    """Parquet to Parquet, stage by stage within one process."""
+    from velmora.tools import formats
+    from velmora.tools.operations.checked import CheckOptions, checked
+    from velmora.tools.operations.resample import ResampleOptions
+    from velmora.tools.operations.resample import resample as on_grid
+    from velmora.tools.options import ReadOptions, WriteOptions
+
+    source, target = folder / "log.parquet", folder / "out.parquet"
+    write_table(source, options.samples)
+    stages: dict[str, list[float]] = {"reading": [], "resampling": [], "writing": []}
+    for _ in range(5):
+        marks = [time.perf_counter()]
+        (recording,) = formats.read(str(source), ReadOptions())
+        marks.append(time.perf_counter())
+        (result,) = on_grid(checked(recording, CheckOptions()), ResampleOptions(sample_time_s=STEP_S))
+        marks.append(time.perf_counter())
+        formats.write(str(target), result.recording, WriteOptions(columns=("positions", "velocities", "accelerations")))
+        marks.append(time.perf_counter())
+        for stage, begin, end in zip(stages, marks, marks[1:], strict=False):
+            stages[stage].append(end - begin)
+        target.unlink()
+    medians = {stage: statistics.median(values) for stage, values in stages.items()}
+    around = medians["reading"] + medians["writing"]
+    return [
+        {
+            "job": f"Parquet {options.samples:,} x {JOINTS} to Parquet",
+            "beside": "the resampling itself",
+            "goal": "reading and writing at most 5 times",
+            "ratio": f"{around / medians['resampling']:.2f} times",
+            "times": ", ".join(f"{stage} {value:.2f} s" for stage, value in medians.items()),
+        }
+    ]
+
+
+def bag(folder: Path, options: argparse.Namespace) -> list[Row]:
+    """Joint states in MCAP: reading with the names' layout kept, beside deserialising every message."""
+    from rosbags.rosbag2 import Reader, StoragePlugin, Writer
+    from rosbags.typesys import Stores, get_typestore
+    from velmora.tools import formats
+    from velmora.tools.options import ReadOptions
+
+    samples = options.samples // 10
+    store = get_typestore(Stores.ROS2_HUMBLE)
+    joint_state, header, stamp = (
+        store.types[name]
+        for name in ("sensor_msgs/msg/JointState", "std_msgs/msg/Header", "builtin_interfaces/msg/Time")
+    )
+    times_s, positions = arrays(samples)
+    names = [f"joint_{j + 1}" for j in range(JOINTS)]
+    source = folder / "bag"
+    with Writer(source, version=9, storage_plugin=StoragePlugin.MCAP) as writer:
+        connection = writer.add_connection("/joint_states", joint_state.__msgtype__, typestore=store)
+        for time_s, row in zip(times_s, positions, strict=True):
+            ns = round(time_s * 1e9)
+            message = joint_state(header(stamp(ns // 10**9, ns % 10**9), ""), names, row, row, row)
+            writer.write(connection, ns, store.serialize_cdr(message, joint_state.__msgtype__))
+
+    def velmora() -> float:
+        started = time.perf_counter()
+        formats.read(str(source), ReadOptions())
+        return time.perf_counter() - started
+
+    def every_message() -> float:
+        started = time.perf_counter()
+        rows = []
+        with Reader(source) as reader:
+            for connection, _, content in reader.messages():
+                message = store.deserialize_cdr(content, connection.msgtype)
+                rows.append((message.header.stamp.sec * 10**9 + message.header.stamp.nanosec, message.position))
+        np.array([row[1] for row in rows])
+        return time.perf_counter() - started
+
+    times = in_turn(3, {"velmora": velmora, "every": every_message})
+    return [
+        {
+            "job": f"reading {samples:,} `JointState` in MCAP",
+            "beside": "deserialising every message",
+            "goal": "5 times faster",
+            "ratio": f"{times['every'] / times['velmora']:.1f} times faster",
+            "times": f"{times['velmora']:.2f} s, {times['every']:.2f} s",
+        }
+    ]
+
+
+def many(folder: Path, options: argparse.Namespace) -> list[Row]:
+    """Many files: two processes beside one, and what a file costs beside its own work."""
+    source = folder / "logs"
+    source.mkdir()
+    for index in range(options.files):
+        write_table(source / f"{index:04}.parquet", 10_000, seed=index)
+    target = folder / "out"
+    times = in_turn(1, {"one": resample(source, target, "--jobs", "1"), "two": resample(source, target, "--jobs", "2")})
+    shutil.rmtree(target)
+    return [
+        {
+            "job": f"{options.files:,} files of 10,000 x {JOINTS}, Parquet",
+            "beside": "two processes beside one",
+            "goal": "1.7 times",
+            "ratio": f"{times['one'] / times['two']:.2f} times",
+            "times": f"{times['one']:.1f} s, {times['two']:.1f} s",
+        },
+        overhead(folder, options),
+    ]
+
+
+def overhead(folder: Path, options: argparse.Namespace) -> Row:
+    """Time per file beside the work itself: files of two samples, the same work called in a loop."""
+    from velmora.tools.batch.many import ManyOptions, carry_out
+    from velmora.tools.batch.tasks import Task, perform
+
+    sys.path.insert(0, str(ROOT / "benchmarks"))
+    import tools_empty_work
+
+    tasks = [Task(str(index), None, tools_empty_work.work, None) for index in range(options.files)]
+    started = time.perf_counter()
+    for task in tasks:
+        perform(task)
+    plain = time.perf_counter() - started
+    carry_out(tasks[:2], ManyOptions(jobs=1))
+    started = time.perf_counter()
+    carry_out(tasks, ManyOptions(jobs=1))
+    handed_on = time.perf_counter() - started
+    started = time.perf_counter()
+    carry_out(tasks[:2], ManyOptions(jobs=1))
+    start = time.perf_counter() - started
+    return {
+        "job": f"handing {options.files:,} files to a process and back",
+        "beside": "per file",
+        "goal": "below 2 ms",
+        "ratio": f"{1e3 * (handed_on - plain - start) / options.files:.2f} ms",
+        "times": f"start {start:.2f} s",
+    }
+
+
+def start(folder: Path, options: argparse.Namespace) -> list[Row]:
+    """What a person waits for."""
+    log = folder / "log.csv"
+    write_table(log, 2000)
+    rows = []
+    for arguments, goal in ((["--version"], "0.1 s"), (["--help"], "0.15 s"), (["info", str(log)], "0.5 s")):
+        median = in_turn(11, {"run": lambda arguments=arguments: seconds([*VELMORA, *arguments])})["run"]
+        shown = " ".join(["velmora", *(argument.replace(str(log), "LOG") for argument in arguments)])
+        rows.append(
+            {
+                "job": f"`{shown}`" + (" of 2,000 rows" if "info" in shown else ""),
+                "beside": "start to end",
+                "goal": f"below {goal}",
+                "ratio": f"{median:.3f} s",
+                "times": "",
+            }
+        )
+    return rows
+
+
+JOBS: dict[str, Callable[[Path, argparse.Namespace], list[Row]]] = {
+    "csv": csv,
+    "parquet": parquet,
+    "bag": bag,
+    "many": many,
+    "start": start,
+}
+
+
+def table(kept: dict[str, list[Row]]) -> str:
+    """All rows that are kept, as Markdown."""
+    lines = ["| job | beside | goal | measured | times |", "|---|---|---|--:|---|"]
+    lines += [
+        "| {job} | {beside} | {goal} | {ratio} | {times} |".format(**row) for job in JOBS for row in kept.get(job, [])
+    ]
+    return "\n".join(lines)
+
+
+def main() -> None:
+    parser = argparse.ArgumentParser(description="Times the command beside the scripts that people write.")
+    parser.add_argument("jobs", nargs="*", metavar="JOB", help=f"of {', '.join(JOBS)}; all by default")
+    parser.add_argument("--samples", type=int, default=1_000_000)
+    parser.add_argument("--files", type=int, default=1000)
+    parser.add_argument("--write", action="store_true", help="put the table into docs/performance.md")
+    options = parser.parse_args()
+    kept: dict[str, list[Row]] = json.loads(KEPT.read_text()) if KEPT.exists() else {}
+    for job in options.jobs or JOBS:
+        with tempfile.TemporaryDirectory() as folder:
+            kept[job] = JOBS[job](Path(folder), options)
+        KEPT.parent.mkdir(parents=True, exist_ok=True)
+        KEPT.write_text(json.dumps(kept, indent=1))
+    print(table(kept))
+    if options.write:
+        page = PAGE.read_text()
+        head = (
+            f"`./benchmarks/tools_speed.py` on {datetime.date.today()}: {cpu()}, {os.cpu_count()} cores, "
+            f"Python {platform.python_version()}."
+        )
+        before, after = page[: page.index(BEGIN)], page[page.index(END) :]
+        PAGE.write_text(f"{before}{BEGIN}\n\n{head}\n\n{table(kept)}\n\n{after}")
+
+
+def cpu() -> str:
+    """The processor's name."""
+    for line in Path("/proc/cpuinfo").read_text().splitlines():
+        if line.startswith("model name"):
+            return line.partition(":")[2].strip()
+    return platform.machine()
+
+
+if __name__ == "__main__":
+    main()
