@@ -88,7 +88,16 @@ def commands(ctx: click.Context) -> None:
 
 def main(args: Sequence[str] | None = None) -> None:
     """Run the command line and leave with its exit code."""
+    spare_pandas()
     sys.exit(run(args))
+
+
+def spare_pandas() -> None:
+    """Keep pyarrow from importing pandas, which it does at its first array where pandas is installed: half a second.
+
+    For processes that are the tool's own.
+    """
+    sys.modules.setdefault("pandas", None)  # type: ignore[arg-type]
 
 
 def run(args: Sequence[str] | None = None) -> int:

@@ -93,8 +93,8 @@ def serve(descriptor: int) -> None:
 def _start(owner: str) -> _Worker:
     ours, theirs = Pipe()
     program = (
-        f"import sys; sys.path[:] = {sys.path!r}; from velmora.tools.batch.workers import serve; "
-        f"serve({theirs.fileno()})"
+        f"import sys; sys.path[:] = {sys.path!r}; from velmora.tools.main import spare_pandas; spare_pandas(); "
+        f"from velmora.tools.batch.workers import serve; serve({theirs.fileno()})"
     )
     # The processes share the cores already; the libraries that they call shall not share them once more.
     environment = {**os.environ, "OMP_NUM_THREADS": "1", "OPENBLAS_NUM_THREADS": "1"}
