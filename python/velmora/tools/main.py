@@ -92,12 +92,22 @@ def main(args: Sequence[str] | None = None) -> None:
     sys.exit(run(args))
 
 
+class _NoPandas:
+    """Finds no pandas."""
+
+    @staticmethod
+    def find_spec(name: str, path: object = None, target: object = None) -> None:
+        """Leave every other module to the finders that come after."""
+        if name == "pandas":
+            raise ModuleNotFoundError("velmora does without pandas", name=name)
+
+
 def spare_pandas() -> None:
     """Keep pyarrow from importing pandas, which it does at its first array where pandas is installed: half a second.
 
     For processes that are the tool's own.
     """
-    sys.modules.setdefault("pandas", None)  # type: ignore[arg-type]
+    sys.meta_path.insert(0, _NoPandas)  # type: ignore[arg-type]
 
 
 def run(args: Sequence[str] | None = None) -> int:
