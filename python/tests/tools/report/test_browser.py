@@ -3,6 +3,8 @@
 
 from __future__ import annotations
 
+import re
+from dataclasses import replace
 from pathlib import Path
 from typing import Any
 
@@ -57,6 +59,29 @@ def test_the_pointer_shows_the_values_of_all_quantities(opening: Any, file: Path
     assert opened.page.locator("#where").inner_text() == "point at a curve to read its values"
 
 
+def test_on_a_telephone_the_values_stand_below_the_chart(opening: Any, file: Path) -> None:
+    opened = opening(file, TELEPHONE)
+    for share in (0.4, 0.5):  # again, since lines of text must not push the chart away from the pointer
+        opened.page.mouse.move(*opened.over(1, share))
+        opened.settle()
+        assert re.match(r"[\d.]+ s: joint_1 -?[\d.]+", opened.page.locator("#charts .readout").nth(1).inner_text())
+        assert opened.page.evaluate("velmoraReport.charts[2].plot.cursor.left") > 0
+
+
+def test_axes_tell_times_apart_far_from_zero(opening: Any, tmp_path: Path) -> None:
+    data = sample_data(2000)
+    assert data.after is not None
+    late = [replace(track, times=track.times + 86_400.0) for track in (data.before, data.after)]
+    path = tmp_path / "late.html"
+    path.write_bytes(build(replace(data, before=late[0], after=late[1], violations=())))
+    opened = opening(path)
+    opened.page.evaluate("velmoraReport.zoomTo(null, {from: 86400, to: 86400.5})")
+    opened.settle()
+    words = opened.page.evaluate("velmoraReport.charts[0].plot.axes[0]._values")
+    assert len(set(words)) == len(words) > 3
+    assert opened.said == []
+
+
 def test_a_drag_zooms_all_charts_and_a_double_click_shows_the_whole(opening: Any, file: Path) -> None:
     opened = opening(file)
     whole = opened.view()
@@ -98,7 +123,11 @@ def test_a_click_on_a_violation_goes_there(opening: Any, file: Path) -> None:
             button.get_attribute("data-quantity")
         ]
     )
-    assert opened.page.locator("#where").inner_text().startswith("t = ")
+    # All charts point at the same time.
+    places = opened.page.evaluate("velmoraReport.charts.filter(c => c.isTime).map(c => c.plot.cursor.left)")
+    assert max(places) - min(places) < 1.5
+    shown = float(opened.page.locator("#where").inner_text().split()[2])
+    assert shown == pytest.approx(at, abs=(to_s - from_s) / 200)
 
 
 def test_joints_and_tracks_are_switched_on_and_off(opening: Any, file: Path) -> None:

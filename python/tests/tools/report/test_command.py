@@ -64,7 +64,7 @@ def test_a_report_shows_the_recording_before_and_after(folder: Path) -> None:
 
 
 def test_pieces_keep_their_place_in_time(folder: Path) -> None:
-    done = run(folder, "report", "log.csv", "--rate", "500", "--gaps", "split", "-l", "limits.yaml", "-o", "report.html")
+    done = run(folder, "report", "log.csv", "-r", "500", "--gaps", "split", "-l", "limits.yaml", "-o", "report.html")
     assert done.returncode == 0, done.stderr
     meta, _ = read((folder / "report.html").read_bytes())
     before, after = meta["tracks"]

@@ -25,10 +25,25 @@ function shown(value) {
   return String(Number(value.toPrecision(5)));
 }
 
-// On logarithmic axes lines stand at 2, 3, 4, ..., and words only at 1, 2 and 5.
-function label(value, log) {
-  if (value === null || (log && !/^[125]e/.test(value.toExponential()))) return "";
-  return shown(value);
+// 1, 2, ..., 9 times the powers of ten within a range.
+function decades(min, max) {
+  const found = [];
+  for (let power = Math.floor(Math.log10(min)); power <= Math.log10(max); power++) {
+    for (let digit = 1; digit < 10; digit++) {
+      const value = Number(`${digit}e${power}`);
+      if (value >= min && value <= max) found.push(value);
+    }
+  }
+  return found;
+}
+
+// Words of an axis, with the digits that tell them apart; on logarithmic axes only at 1, 2 and 5.
+function labels(splits, increment, log) {
+  const digits = log ? 0 : Math.max(0, -Math.floor(Math.log10(increment) + 1e-9));
+  return splits.map((value) => {
+    if (value === null || (log && !/^[125]e/.test(value.toExponential()))) return "";
+    return log || digits > 9 || Math.abs(value) >= 1e7 ? shown(value) : value.toFixed(digits);
+  });
 }
 
 // The joints that share a limit, by its value.
@@ -85,8 +100,8 @@ class Chart {
           y: { auto: false, distr: this.logY ? 3 : 1, min: y[0], max: y[1] },
         },
         axes: [
-          { ...axis, font, size: 34, values: (_, splits) => splits.map((value) => label(value, this.logX)) },
-          { ...axis, font, size: 62, values: (_, splits) => splits.map((value) => label(value, this.logY)) },
+          { ...axis, font, size: 34, ...this.ticks(this.logX) },
+          { ...axis, font, size: 62, ...this.ticks(this.logY) },
         ],
         series: [{}, ...series],
         cursor: {
@@ -107,6 +122,13 @@ class Chart {
       [[view.from, view.to], ...this.lines.map(() => [null, null])],
       this.element,
     );
+  }
+
+  // Where an axis has lines, and their words. uPlot's own logarithmic lines do not end for ranges that do not begin at a
+  // power of ten.
+  ticks(log) {
+    const values = (u, splits, axis, space, step) => labels(splits, step, log);
+    return log ? { values, splits: (u, axis, min, max) => decades(min, max) } : { values };
   }
 
   colour(line) {

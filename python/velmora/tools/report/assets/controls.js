@@ -6,6 +6,10 @@ function listenTo(page, chart) {
   const element = chart.element;
   const timeAt = (clientX) => chart.plot.posToVal(clientX - over.getBoundingClientRect().left, "x");
 
+  over.addEventListener("pointerenter", () => {
+    page.source = chart;
+  });
+
   element.onkeydown = (event) => {
     if (!chart.isTime || event.ctrlKey || event.metaKey || event.altKey) return;
     const { from, to } = page.view;

@@ -9,8 +9,8 @@ function chartBox(parent, title, unit, description) {
   figure.className = "chart";
   const head = cell(figure, title, "figcaption");
   cell(head, unit, "span", "unit");
-  const readout = cell(figure, "", "p", "readout");
   const canvas = cell(figure, "", "div", "canvas");
+  const readout = cell(figure, "", "p", "readout"); // below: its lines must not move the chart under the pointer
   canvas.tabIndex = 0;
   canvas.setAttribute("role", "group");
   canvas.setAttribute("aria-label", description);

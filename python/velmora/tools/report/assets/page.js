@@ -21,6 +21,10 @@ class Page {
     this.view = { ...this.whole };
     this.step = meta.step || (to - from) / 1000 || 1;
     this.listeners = [];
+    this.source = null; // the chart that the pointer is on
+    this.time = null;
+    this.pointedChart = null;
+    this.pointedX = null;
   }
 
   isShown(line) {
@@ -80,7 +84,7 @@ class Page {
     if (joint !== null) this.joints[joint] = true;
     const margin = Math.max((to - from) * 1.5, 40 * this.step);
     this.view = this.within({ from: from - margin, to: to + margin });
-    chart.onScreen = true; // in a moment
+    for (const other of this.charts) other.update(); // at once: the pointer is put onto all of them
     this.changed();
     chart.element.closest(".chart").scrollIntoView({ block: "center" });
     chart.element.focus({ preventScroll: true });
@@ -88,17 +92,18 @@ class Page {
   }
 
   pointAt(chart, time) {
+    this.source = chart;
     const left = chart.plot.valToPos(time, "x");
     chart.plot.setCursor({ left, top: chart.plot.over.clientHeight / 2 }, true, true);
   }
 
-  // The pointer moved over a chart (uPlot hands it on to the charts that share its axis).
+  // The pointer moved over a chart. uPlot hands it on to the charts that share its axis, which do not count.
   pointed(chart, u) {
+    if (chart !== this.source) return;
     const left = u.cursor.left;
     const x = left === undefined || left === null || left < 0 ? null : u.posToVal(left, "x");
-    if (chart.isTime && x === this.time && this.pointedChart) return;
     if (chart.isTime) this.time = x;
-    if (x !== null || this.pointedChart === chart || chart.isTime) this.point(chart, x);
+    this.point(chart, x);
   }
 
   point(chart, x) {

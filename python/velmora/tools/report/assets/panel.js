@@ -67,7 +67,7 @@ class Panel {
     this.show(this.page.pointedChart, this.page.pointedX);
   }
 
-  // Writes the values at a time into the table and, for narrow screens, below each chart's title.
+  // Writes the values at a time into the table and, for narrow screens, below the chart that is pointed at.
   show(chart, x) {
     const time = chart === null || chart.isTime ? x : null;
     for (const other of this.page.charts) other.readout.textContent = "";
@@ -87,7 +87,7 @@ class Panel {
         this.rows[joint][c].before.textContent = texts.before;
         if (texts.after || texts.before) parts.push(`${name} ${texts.after || texts.before}`);
       });
-      if (time !== null) column.readout.textContent = `${this.exact(time)} s: ${parts.join(", ")}`;
+      if (time !== null && column === chart) column.readout.textContent = `${this.exact(time)} s: ${parts.join(", ")}`;
     });
     if (this.page.announce && time !== null) {
       this.page.announce = false;
