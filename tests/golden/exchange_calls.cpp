@@ -41,6 +41,10 @@ void WriteArray(const Array& array) {
 void Write(const native::Matrix& matrix) { WriteArray(matrix); }
 void Write(const native::Vector& vector) { WriteArray(vector); }
 
+// Declared before the templates that write them.
+void Write(const MakeTrajectory& call);
+void Write(const Box& call);
+
 template <typename Value>
 void Write(const std::optional<Value>& value) {
   Write(value.has_value());
