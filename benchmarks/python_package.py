@@ -4,6 +4,7 @@
 python_package.py [--write]       needs the package (PYTHONPATH) and build/benchmark (./scripts/benchmark-python)
 python_package.py --child SAMPLES ROUNDS     one process of it: microseconds of each call, as JSON
 """
+
 import datetime
 import json
 import os
@@ -16,7 +17,6 @@ import sys
 import time
 
 import numpy as np
-
 import velmora as vm
 from numpy_peers import cubic, derivative, linear, recording
 
@@ -81,7 +81,11 @@ def run(command, tunables):
 def cpp_rounds(samples, tunables):
     names = "|".join(CPP.values())
     command = [PROGRAM, f"--benchmark_filter=^({names})/library/{samples}/{JOINTS}$", "--benchmark_format=json"]
-    command += ["--benchmark_repetitions=5", f"--benchmark_min_time={ROUND_S}s", "--benchmark_enable_random_interleaving=true"]
+    command += [
+        "--benchmark_repetitions=5",
+        f"--benchmark_min_time={ROUND_S}s",
+        "--benchmark_enable_random_interleaving=true",
+    ]
     for entry in run(list(map(str, command)), tunables)["benchmarks"]:
         if entry["run_type"] == "iteration":
             yield entry["run_name"].split("/")[0], entry["cpu_time"] / 1e3
@@ -111,13 +115,12 @@ def table(medians):
     lines = ["| call, state | | " + " | ".join(f"{size:,}" for size in sizes) + " |"]
     lines.append("|---|---|" + "---:|" * len(sizes))
 
-    def row(call, what, value, goals=None):
+    def row(call, what, values, goals=None):
         cells = []
-        for size in sizes:
+        for size, value in zip(sizes, values, strict=True):
             goal, least = (goals or {}).get(size, (None, True))
-            got = value(size)
-            missed = goal is not None and (got < goal if least else got > goal)
-            text = f"**{number(got)}**" if missed else number(got)
+            missed = goal is not None and (value < goal if least else value > goal)
+            text = f"**{number(value)}**" if missed else number(value)
             cells.append(text + (f" ({goal})" if goal is not None else ""))
         lines.append(f"| {call} | {what} | " + " | ".join(cells) + " |")
 
@@ -138,25 +141,25 @@ def table(medians):
     }
     for job, title in titles.items():
         for state, words in (("start", "as Python starts"), ("warm", "warm")):
-            at = lambda size, name, state=state: medians[state, size][name]  # noqa: E731
-            label = f"{title}, {words}"
-            row(label, "microseconds", lambda size: at(size, job))
+            runs = [medians[state, size] for size in sizes]
+            row(f"{title}, {words}", "microseconds", [run[job] for run in runs])
             if job in CPP:
                 cpp = f"{CPP[job]}/C++"
-                bounded = job in ("cubic", "linear")
-                row("", "more than in C++", lambda size: at(size, job) - at(size, cpp), overhead)
-                row("", "times C++", lambda size: at(size, job) / at(size, cpp), factor if bounded else None)
+                bounded = factor if job in ("cubic", "linear") else None
+                row("", "more than in C++", [run[job] - run[cpp] for run in runs], overhead)
+                row("", "times C++", [run[job] / run[cpp] for run in runs], bounded)
             if job in peers:
                 peer = f"{job}/{peers[job]}"
-                row("", f"times faster than {peers[job]}", lambda size: at(size, peer) / at(size, job), goals.get((job, state)))
+                times_faster = [run[peer] / run[job] for run in runs]
+                row("", f"times faster than {peers[job]}", times_faster, goals.get((job, state)))
     return "\n".join(lines)
 
 
 def main():
     text = (
-        f"`./scripts/benchmark-python` on {datetime.date.today()}, Python {sys.version.split()[0]}, numpy {np.__version__}."
-        " Columns are numbers of samples of 7 joints; in parentheses the goal, bold where it is not reached.\n\n"
-        + table(measure())
+        f"`./scripts/benchmark-python` on {datetime.date.today()}, Python {sys.version.split()[0]}, "
+        f"numpy {np.__version__}. Columns are numbers of samples of 7 joints; "
+        "in parentheses the goal, bold where it is not reached.\n\n" + table(measure())
     )
     print(text)
     if "--write" in sys.argv:

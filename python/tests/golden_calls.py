@@ -8,9 +8,8 @@ from collections.abc import Callable, Iterator
 from typing import Any
 
 import numpy as np
-from numpy.typing import NDArray
-
 import velmora as vm
+from numpy.typing import NDArray
 
 Arrays = list[NDArray[np.float64]]
 

@@ -167,7 +167,10 @@ def test_another_number_of_dimensions_is_a_value_error(shape: tuple[int, ...]) -
         (lambda: vm.JointStateBox([0.0], 1.0), f"upper must be {VECTOR}, got an array of shape ()."),
         (lambda: vm.blend_arrays([[0.0]], [[0.0]], [[1.0]]), f"weight must be {EITHER}, got an array of shape (1, 1)."),
         (lambda: vm.JointTrajectory(VALUES, dt=[1.0]), f"dt must be {NUMBER}, got an array of shape (1,)."),
-        (lambda: vm.JointTrajectory(VALUES, dt=10**400), f"dt must be {NUMBER}, got an integer beyond the range of a double."),
+        (
+            lambda: vm.JointTrajectory(VALUES, dt=10**400),
+            f"dt must be {NUMBER}, got an integer beyond the range of a double.",
+        ),
         (
             lambda: vm.sample_aligned_first_difference(VALUES, np.zeros((1, 1))),
             f"sample_spacing must be {EITHER}, got an array of shape (1, 1).",

@@ -120,7 +120,9 @@ def test_a_single_sample_gives_one() -> None:
     assert single.resample(samples=1).time.tolist() == [2.0]
 
 
-@pytest.mark.parametrize(("trajectory", "count"), [(RECORDED, 1), (RECORDED, 0), (RECORDED, -5), (vm.JointTrajectory([[3.0]], dt=1), 2)])
+@pytest.mark.parametrize(
+    ("trajectory", "count"), [(RECORDED, 1), (RECORDED, 0), (RECORDED, -5), (vm.JointTrajectory([[3.0]], dt=1), 2)]
+)
 def test_a_number_of_samples_that_cannot_span_is_an_error(trajectory: vm.JointTrajectory, count: int) -> None:
     with pytest.raises(vm.InvalidArgumentError) as raised:
         trajectory.resample(samples=count)
@@ -137,7 +139,9 @@ def test_more_samples_than_times_can_tell_apart_are_an_error() -> None:
 
 def test_a_rate_is_a_spacing() -> None:
     assert RECORDED.resample(rate_hz=500) == RECORDED.resample(0.002)
-    assert RECORDED.resample(rate_hz=np.float32(8), grid_mode="exact_dt_trim") == RECORDED.resample(0.125, "cubic", "exact_dt_trim")
+    assert RECORDED.resample(rate_hz=np.float32(8), grid_mode="exact_dt_trim") == RECORDED.resample(
+        0.125, "cubic", "exact_dt_trim"
+    )
 
 
 @pytest.mark.parametrize("rate", [0, -5.0, math.nan, math.inf, 5e-324])

@@ -54,7 +54,9 @@ def test_tail_checks_shapes_in_order() -> None:
     ragged = vm.ShapedTrajectory([[2.0], [4.0]], [[1.0]], [[8.0], [6.0]], [1.0, 1.5])
     with pytest.raises(vm.InvalidArgumentError, match=r"^raw_position length mismatch$"):
         vm.blend_tail_with_held_raw_endpoint([0.0, 0.0], ragged, 0.5)
-    with pytest.raises(vm.InvalidArgumentError, match=r"^shaped_tail fields must have matching sample and joint shapes$"):
+    with pytest.raises(
+        vm.InvalidArgumentError, match=r"^shaped_tail fields must have matching sample and joint shapes$"
+    ):
         vm.blend_tail_with_held_raw_endpoint([0.0], ragged, 0.5)
 
 

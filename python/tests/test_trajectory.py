@@ -101,7 +101,9 @@ def test_derivatives_of_a_parabola_are_exact() -> None:
 
 def test_jerks_follow_from_supplied_accelerations() -> None:
     given = trajectory(accelerations=[[0.0, 0.0], [1.0, 2.0], [3.0, 6.0]])
-    assert given.jerks.tolist() == vm.JointTrajectory([[0.0, 0.0], [1.0, 2.0], [3.0, 6.0]], time=TIME).velocities.tolist()
+    assert (
+        given.jerks.tolist() == vm.JointTrajectory([[0.0, 0.0], [1.0, 2.0], [3.0, 6.0]], time=TIME).velocities.tolist()
+    )
 
 
 def test_inputs_are_copied() -> None:
@@ -132,9 +134,13 @@ def test_copies_are_equal_and_independent(derivatives: dict[str, Any]) -> None:
 
 
 def test_pickles_cross_processes() -> None:
-    program = "import pickle, sys; t = pickle.load(sys.stdin.buffer); sys.stdout.buffer.write(pickle.dumps((t, t.jerks)))"
+    program = (
+        "import pickle, sys; t = pickle.load(sys.stdin.buffer); sys.stdout.buffer.write(pickle.dumps((t, t.jerks)))"
+    )
     original = trajectory()
-    answer = subprocess.run([sys.executable, "-c", program], input=pickle.dumps(original), capture_output=True, check=True)
+    answer = subprocess.run(
+        [sys.executable, "-c", program], input=pickle.dumps(original), capture_output=True, check=True
+    )
     returned, jerks = pickle.loads(answer.stdout)
     assert returned == original
     assert jerks.tobytes() == original.jerks.tobytes()
@@ -183,7 +189,9 @@ def test_it_equals_nothing_else_and_is_not_hashable() -> None:
 
 def test_repr_shows_shape_span_and_step() -> None:
     assert repr(trajectory()) == "JointTrajectory(shape=(3, 2), time=[0, 0.3] s, mean step=0.15 s)"
-    assert repr(vm.JointTrajectory([[1.0]], time=[5.0])) == "JointTrajectory(shape=(1, 1), time=[5, 5] s, mean step=none)"
+    assert (
+        repr(vm.JointTrajectory([[1.0]], time=[5.0])) == "JointTrajectory(shape=(1, 1), time=[5, 5] s, mean step=none)"
+    )
 
 
 def test_it_cannot_be_changed() -> None:

@@ -5,7 +5,6 @@ import sys
 from pathlib import Path
 
 import numpy as np
-
 import velmora as vm
 
 assert Path(vm.__file__).is_relative_to(sys.prefix), vm.__file__
