@@ -20,6 +20,7 @@ using velmora::native::ShapedTrajectory;
 using velmora::util::Smootherstep;
 using velmora::util::timing::JointTrajectory;
 using velmora::util::timing::SampleTrajectoryAtTimes;
+using velmora::util::timing::TrajectoryAtTimes;
 
 TEST(GuideBlend, ValidatesItsParametersFirst) {
   //! [validate]
@@ -114,7 +115,7 @@ Matrix ShapedPositions(const JointTrajectory& raw, const Vector& time, double de
 TEST(GuideBlend, WalksTheWholeRoad) {
   //! [road]
   const JointTrajectory raw =
-      Recorded(Matrix{{0.0}, {0.25}, {0.5}, {0.75}, {1.0}}, Vector{{0.0, 0.25, 0.5, 0.75, 1.0}});
+      TrajectoryAtTimes(Matrix{{0.0}, {0.25}, {0.5}, {0.75}, {1.0}}, Vector{{0.0, 0.25, 0.5, 0.75, 1.0}});
   const double weight = 0.5;
   const double transition_s = 0.5;
   const double delay_s = 0.5;
@@ -128,7 +129,7 @@ TEST(GuideBlend, WalksTheWholeRoad) {
 
   // Beyond the raw end: the same weight, against the raw endpoint held at rest.
   const Vector tail_time{{1.25, 1.5}};
-  const JointTrajectory shaped_tail = Recorded(ShapedPositions(raw, tail_time, delay_s), tail_time);
+  const JointTrajectory shaped_tail = TrajectoryAtTimes(ShapedPositions(raw, tail_time, delay_s), tail_time);
   const ShapedTrajectory tail{shaped_tail.positions, shaped_tail.velocities(), shaped_tail.accelerations(), tail_time};
   const Vector raw_end = raw.positions.row(raw.positions.rows() - 1);
   const ShapedTrajectory settling = BlendTailWithHeldRawEndpoint(raw_end, tail, weight);

@@ -16,6 +16,7 @@ using velmora::control::shaper::BlendArrays;
 using velmora::native::Matrix;
 using velmora::native::Vector;
 using velmora::util::Smootherstep;
+using velmora::util::timing::TrajectoryAtTimes;
 
 TEST(GuideFastMath, KeepsTheBitsOfOrdinaryNumbers) {
   //! [same]
@@ -23,7 +24,7 @@ TEST(GuideFastMath, KeepsTheBitsOfOrdinaryNumbers) {
   EXPECT_EQ(Smootherstep(0.25), 0.103515625);
 
   const Matrix not_a_number = Matrix::Constant(1, 1, std::numeric_limits<double>::quiet_NaN());
-  EXPECT_EQ(MessageOf([&] { Recorded(not_a_number, Vector::Zero(1)); }),
+  EXPECT_EQ(MessageOf([&] { TrajectoryAtTimes(not_a_number, Vector::Zero(1)); }),
             "JointTrajectory.positions must contain only finite values.");
   //! [same]
 }

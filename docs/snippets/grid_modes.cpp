@@ -15,7 +15,7 @@ using namespace velmora::util::timing;
 //! [grid]
 // The time grid that a trajectory from `start_time_s` to `end_time_s` is resampled onto.
 Vector Grid(double start_time_s, double end_time_s, double sample_time_s, ResamplingTimeGridMode mode) {
-  const JointTrajectory span = Recorded(Matrix{{0.0}, {1.0}}, Vector{{start_time_s, end_time_s}});
+  const JointTrajectory span = TrajectoryAtTimes(Matrix{{0.0}, {1.0}}, Vector{{start_time_s, end_time_s}});
   return ResampleTrajectory(span, sample_time_s, ResamplingMethod::linear, mode, false).time;
 }
 constexpr auto append = ResamplingTimeGridMode::exact_dt_append_endpoint;

@@ -1,13 +1,10 @@
-// What the pieces of the guide share: the text of an error, and a trajectory with sample times and nothing else.
+// What the pieces of the guide share: the text of an error.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <velmora/native/invalid_argument_error.hpp>
-#include <velmora/util/timing/trajectory.hpp>
 
-#include <optional>
 #include <string>
-#include <utility>
 
 //! [message_of]
 template <typename Call>
@@ -20,10 +17,3 @@ std::string MessageOf(Call call) {
   return "no error";
 }
 //! [message_of]
-
-//! [recorded]
-inline velmora::util::timing::JointTrajectory Recorded(velmora::native::Matrix positions,
-                                                       velmora::native::Vector time) {
-  return {std::move(positions), std::nullopt, std::nullopt, std::move(time), std::nullopt, std::nullopt};
-}
-//! [recorded]

@@ -14,7 +14,8 @@ constexpr auto extend = ResamplingTimeGridMode::exact_dt_extend_endpoint;
 
 TEST(GuideInterpolation, SamplesAtGivenTimes) {
   //! [sample]
-  const JointTrajectory move = Recorded(Matrix{{0.0, 10.0}, {1.0, 20.0}, {3.0, 20.0}}, Vector{{0.0, 0.5, 1.0}});
+  const JointTrajectory move =
+      TrajectoryAtTimes(Matrix{{0.0, 10.0}, {1.0, 20.0}, {3.0, 20.0}}, Vector{{0.0, 0.5, 1.0}});
 
   const JointTrajectory at = SampleTrajectoryAtTimes(move, Vector{{0.25, 0.5, 1.0}}, false);
   EXPECT_EQ(at.positions, (Matrix{{0.5, 15.0}, {1.0, 20.0}, {3.0, 20.0}}));
@@ -48,7 +49,7 @@ TEST(GuideInterpolation, SamplesDerivativesOfTheSource) {
 TEST(GuideInterpolation, CubicReproducesACubic) {
   //! [cubic]
   const Vector time{{0.0, 0.5, 1.0, 2.0}};
-  const JointTrajectory cube = Recorded(time.array().cube().matrix(), time);
+  const JointTrajectory cube = TrajectoryAtTimes(time.array().cube().matrix(), time);
 
   const JointTrajectory fine = ResampleTrajectory(cube, 0.25, ResamplingMethod::cubic, append, true);
   const auto t = fine.time.array();
@@ -60,7 +61,8 @@ TEST(GuideInterpolation, CubicReproducesACubic) {
 
 TEST(GuideInterpolation, PassesThroughTheSamples) {
   //! [through]
-  const JointTrajectory move = Recorded(Matrix{{0.0}, {0.1}, {0.7}, {0.9}, {1.0}}, Vector{{0.0, 0.1, 0.2, 0.4, 0.5}});
+  const JointTrajectory move =
+      TrajectoryAtTimes(Matrix{{0.0}, {0.1}, {0.7}, {0.9}, {1.0}}, Vector{{0.0, 0.1, 0.2, 0.4, 0.5}});
   const JointTrajectory cubic = ResampleTrajectory(move, 0.1, ResamplingMethod::cubic, append, true);
   EXPECT_EQ(cubic.positions(1, 0), 0.1);  // the grid entry 0.1 s is the sample time: exactly that sample
   EXPECT_EQ(cubic.positions(2, 0), 0.7);
@@ -71,7 +73,8 @@ TEST(GuideInterpolation, PassesThroughTheSamples) {
 TEST(GuideInterpolation, ExtendHoldsThePositionAndKeepsTheSplinesVelocity) {
   //! [extend]
   const Vector time{{0.0, 0.25, 0.5, 1.0}};
-  const JointTrajectory accelerating = Recorded(time.array().square().matrix(), time);  // ends at 1 with velocity 2
+  const JointTrajectory accelerating =
+      TrajectoryAtTimes(time.array().square().matrix(), time);  // ends at 1 with velocity 2
 
   const JointTrajectory cubic = ResampleTrajectory(accelerating, 0.4, ResamplingMethod::cubic, extend, true);
   EXPECT_NEAR(cubic.time[3], 1.2, 1e-15);
@@ -85,12 +88,12 @@ TEST(GuideInterpolation, ExtendHoldsThePositionAndKeepsTheSplinesVelocity) {
 
 TEST(GuideInterpolation, FewSamplesLowerTheDegree) {
   //! [few]
-  const JointTrajectory two = Recorded(Matrix{{0.0}, {1.0}}, Vector{{0.0, 1.0}});
+  const JointTrajectory two = TrajectoryAtTimes(Matrix{{0.0}, {1.0}}, Vector{{0.0, 1.0}});
   const JointTrajectory line = ResampleTrajectory(two, 0.25, ResamplingMethod::cubic, append, true);
   EXPECT_EQ(line.velocities(), Matrix::Ones(5, 1));
   EXPECT_EQ(line.accelerations(), Matrix::Zero(5, 1));
 
-  const JointTrajectory three = Recorded(Matrix{{0.0}, {1.0}, {4.0}}, Vector{{0.0, 1.0, 2.0}});
+  const JointTrajectory three = TrajectoryAtTimes(Matrix{{0.0}, {1.0}, {4.0}}, Vector{{0.0, 1.0, 2.0}});
   const JointTrajectory parabola = ResampleTrajectory(three, 0.5, ResamplingMethod::cubic, append, true);
   EXPECT_TRUE(parabola.accelerations().isApprox(Matrix::Constant(5, 1, 2.0)));
   //! [few]
@@ -98,14 +101,14 @@ TEST(GuideInterpolation, FewSamplesLowerTheDegree) {
 
 TEST(GuideInterpolation, FallsBackToLinearUnlessStrict) {
   //! [fallback]
-  const JointTrajectory one = Recorded(Matrix::Ones(1, 1), Vector::Constant(1, 2.0));
+  const JointTrajectory one = TrajectoryAtTimes(Matrix::Ones(1, 1), Vector::Constant(1, 2.0));
   EXPECT_EQ(MessageOf([&] { ResampleTrajectory(one, 0.1, ResamplingMethod::cubic, append, true); }),
             "`x` must contain at least 2 elements.");
   EXPECT_EQ(ResampleTrajectory(one, 0.1, ResamplingMethod::cubic, append, false).positions, one.positions);
 
   // Differences beyond the largest double spoil the spline, but not the line.
   const JointTrajectory extreme =
-      Recorded(Matrix{{-1.5e308}, {1.5e308}, {-1.5e308}, {1.5e308}}, Vector{{0.0, 1.0, 2.0, 3.0}});
+      TrajectoryAtTimes(Matrix{{-1.5e308}, {1.5e308}, {-1.5e308}, {1.5e308}}, Vector{{0.0, 1.0, 2.0, 3.0}});
   EXPECT_EQ(MessageOf([&] { ResampleTrajectory(extreme, 0.5, ResamplingMethod::cubic, append, true); }),
             "Cubic-spline construction produced non-finite coefficients.");
   EXPECT_EQ(ResampleTrajectory(extreme, 0.5, ResamplingMethod::cubic, append, false).positions(1, 0), 0.0);

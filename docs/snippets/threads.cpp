@@ -11,7 +11,7 @@ namespace {
 
 using namespace velmora::util::timing;
 
-JointTrajectory Move() { return Recorded(Matrix{{0.0}, {0.1}, {0.7}, {1.0}}, Vector{{0.0, 0.1, 0.2, 0.3}}); }
+JointTrajectory Move() { return TrajectoryAtTimes(Matrix{{0.0}, {0.1}, {0.7}, {1.0}}, Vector{{0.0, 0.1, 0.2, 0.3}}); }
 
 TEST(GuideThreads, ShareATrajectoryWhoseCachesAreFull) {
   //! [fill]

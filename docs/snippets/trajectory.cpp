@@ -19,16 +19,15 @@ TEST(GuideTrajectory, IsBuiltFromSampleTimesOrFromASpacing) {
   const Matrix positions{{0.0, 10.0}, {1.0, 20.0}, {3.0, 20.0}};  // 3 samples of 2 joints
   const Vector time{{0.0, 0.5, 1.0}};
 
-  // Arguments: positions, velocities, accelerations, time, dt, jerks. What is not known is std::nullopt.
-  const JointTrajectory timed(positions, std::nullopt, std::nullopt, time, std::nullopt, std::nullopt);
-  const JointTrajectory spaced(positions, std::nullopt, std::nullopt, std::nullopt, 0.5, std::nullopt);
+  const JointTrajectory timed = TrajectoryAtTimes(positions, time);
+  const JointTrajectory spaced = TrajectoryAtSpacing(positions, 0.5);
   EXPECT_EQ(timed.time, spaced.time);
   //! [build]
 }
 
 TEST(GuideTrajectory, ComputesSpacedTimesFromTheIndex) {
   //! [index]
-  const JointTrajectory spaced(Matrix::Zero(7, 1), std::nullopt, std::nullopt, std::nullopt, 0.1, std::nullopt);
+  const JointTrajectory spaced = TrajectoryAtSpacing(Matrix::Zero(7, 1), 0.1);
   EXPECT_EQ(spaced.time[6], 6 * 0.1);
   EXPECT_EQ(spaced.time[6], 0.6000000000000001);
   EXPECT_NE(spaced.time[6], 0.1 + 0.1 + 0.1 + 0.1 + 0.1 + 0.1);  // 0.6, or 0.1 more often: another number
@@ -40,7 +39,7 @@ TEST(GuideTrajectory, DifferentiatesAParabolaExactly) {
   const Vector time{{0.0, 1.0, 3.0, 4.0}};  // uneven on purpose
   const Matrix squares{{0.0}, {1.0}, {9.0}, {16.0}};
 
-  const JointTrajectory parabola = Recorded(squares, time);
+  const JointTrajectory parabola = TrajectoryAtTimes(squares, time);
   EXPECT_TRUE(parabola.velocities().isApprox(Matrix{{0.0}, {2.0}, {6.0}, {8.0}}));
   EXPECT_TRUE(parabola.accelerations().isApprox(Matrix{{2.0}, {2.0}, {2.0}, {2.0}}));
 
@@ -52,6 +51,7 @@ TEST(GuideTrajectory, DifferentiatesAParabolaExactly) {
 TEST(GuideTrajectory, DerivesEachLevelFromTheOneBelow) {
   //! [supplied]
   const Matrix measured_velocities{{5.0}, {6.0}, {7.0}};
+  // Arguments: positions, velocities, accelerations, time, dt, jerks. What is not known is std::nullopt.
   const JointTrajectory held(Matrix::Zero(3, 1), measured_velocities, std::nullopt, std::nullopt, 1.0, std::nullopt);
   EXPECT_EQ(held.velocities(), measured_velocities);               // as supplied, although the positions do not move
   EXPECT_EQ(held.accelerations(), (Matrix{{1.0}, {1.0}, {1.0}}));  // the derivative of what was supplied
@@ -60,18 +60,18 @@ TEST(GuideTrajectory, DerivesEachLevelFromTheOneBelow) {
 
 TEST(GuideTrajectory, DifferentiatesFewSamples) {
   //! [few]
-  const JointTrajectory two = Recorded(Matrix{{0.0}, {2.0}}, Vector{{0.0, 0.5}});
+  const JointTrajectory two = TrajectoryAtTimes(Matrix{{0.0}, {2.0}}, Vector{{0.0, 0.5}});
   EXPECT_EQ(two.velocities(), (Matrix{{4.0}, {4.0}}));
   EXPECT_EQ(two.accelerations(), Matrix::Zero(2, 1));
 
-  const JointTrajectory one = Recorded(Matrix::Ones(1, 1), Vector::Constant(1, 7.25));
+  const JointTrajectory one = TrajectoryAtTimes(Matrix::Ones(1, 1), Vector::Constant(1, 7.25));
   EXPECT_EQ(one.velocities(), Matrix::Zero(1, 1));
   //! [few]
 }
 
 TEST(GuideTrajectory, ReportsAnOverflowedCacheWhenItIsCopied) {
   //! [overflow]
-  const JointTrajectory extreme = Recorded(Matrix{{-1.5e308}, {1.5e308}, {-1.5e308}}, Vector{{0.0, 1.0, 2.0}});
+  const JointTrajectory extreme = TrajectoryAtTimes(Matrix{{-1.5e308}, {1.5e308}, {-1.5e308}}, Vector{{0.0, 1.0, 2.0}});
   EXPECT_EQ(MessageOf([&] { extreme.Copy(); }), "no error");
 
   EXPECT_EQ(extreme.velocities()(0, 0), std::numeric_limits<double>::infinity());
@@ -85,7 +85,7 @@ TEST(GuideTrajectory, ReportsAnOverflowedCacheWhenItIsCopied) {
 
 TEST(GuideTrajectory, ReportsOverflowedTimesWhenItIsCopied) {
   //! [overflowed_times]
-  const JointTrajectory endless(Matrix::Zero(3, 1), std::nullopt, std::nullopt, std::nullopt, 1e308, std::nullopt);
+  const JointTrajectory endless = TrajectoryAtSpacing(Matrix::Zero(3, 1), 1e308);
   EXPECT_EQ(endless.time[2], std::numeric_limits<double>::infinity());
   EXPECT_EQ(MessageOf([&] { endless.Copy(); }), "JointTrajectory.time must contain only finite values.");
   //! [overflowed_times]
@@ -96,7 +96,7 @@ TEST(GuideTrajectory, LimitsAreCheckedRecords) {
   const JointStateBox speed(Vector{{-2.0, -1.5}}, Vector{{2.0, 1.5}});  // rad/s, two joints
   const JointStateLimits limits(std::nullopt, speed, std::nullopt, std::nullopt);
 
-  const JointTrajectory move = Recorded(Matrix{{0.0, 0.0}, {1.0, 1.0}}, Vector{{0.0, 0.6}});
+  const JointTrajectory move = TrajectoryAtTimes(Matrix{{0.0, 0.0}, {1.0, 1.0}}, Vector{{0.0, 0.6}});
   const Vector peak_speed = move.velocities().cwiseAbs().colwise().maxCoeff();
   EXPECT_LE(peak_speed[0], limits.velocity->upper[0]);
   EXPECT_GT(peak_speed[1], limits.velocity->upper[1]);

@@ -19,10 +19,6 @@ namespace {
 
 constexpr double kRestSpeedShare = 0.05;
 
-JointTrajectory Sampled(Matrix positions, Vector time) {
-  return JointTrajectory(std::move(positions), std::nullopt, std::nullopt, std::move(time), std::nullopt, std::nullopt);
-}
-
 void RequireRestAt(const Move& move, Eigen::Index sample, const char* place) {
   const Matrix& velocities = move.trajectory.velocities();
   const double top_speed = velocities.cwiseAbs().maxCoeff();
@@ -49,11 +45,11 @@ Move QuinticMove() {
     positions(i, 0) = kTravel_rad * x * x * x * (10.0 + x * (-15.0 + x * 6.0));
     time[i] = kDuration_s * x;
   }
-  return {{"joint_1"}, Sampled(std::move(positions), std::move(time))};
+  return {{"joint_1"}, util::timing::TrajectoryAtTimes(std::move(positions), std::move(time))};
 }
 
 Move RecordedMove(const Recording& recording) {
-  return {recording.joint_names, Sampled(recording.positions, recording.time)};
+  return {recording.joint_names, util::timing::TrajectoryAtTimes(recording.positions, recording.time)};
 }
 
 Move ResampledRestToRestMove(const Move& move, double sample_time_s) {
