@@ -1,5 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 # Settings of the documentation site; built by scripts/docs from the top of the source tree.
+import subprocess
+import sys
 from pathlib import Path
 
 import velmora
@@ -17,11 +19,19 @@ extensions = [
     "myst_nb",
     "numpydoc",
     "sphinx.ext.autodoc",
+    "sphinx.ext.graphviz",
     "sphinx.ext.mathjax",
     "sphinx_click",
     "sphinx_copybutton",
     "sphinx_design",
 ]
+# What depends on what, drawn from the includes of the tree as it is.
+graphviz_output_format = "svg"
+architecture = ROOT / "build" / "docs" / "architecture.dot"
+architecture.parent.mkdir(parents=True, exist_ok=True)
+draw = subprocess.run([sys.executable, ROOT / "docs" / "figures" / "architecture.py", ROOT], capture_output=True, check=True)
+architecture.write_bytes(draw.stdout)
+
 exclude_patterns = ["snippets", "node_modules"]
 nitpicky = True
 
