@@ -8,11 +8,8 @@
 #include <type_traits>
 #include <vector>
 
-#include "oracle/parameters.hpp"
 #include "support/arrays.hpp"
 #include "support/expect_throws.hpp"
-#include "support/generator.hpp"
-#include "support/outcome.hpp"
 
 namespace velmora::control::shaper {
 namespace {
@@ -63,19 +60,6 @@ TEST(ValidateVibrationWeightRatePerS, AcceptsEveryFinitePositiveRate) {
 TEST(ValidateVibrationWeightRatePerS, RejectsEverythingElseWithOneMessage) {
   ExpectRejected(ValidateVibrationWeightRatePerS, {0.0, -0.0, -kSmallest, -1.0, kNan, kInfinity, -kInfinity},
                  "vibration_weight_rate_per_s must be positive");
-}
-
-TEST(ParameterValidators, DecideAsTheReferenceDoes) {
-  testing::SplitMix64 random(7101);
-  const auto agree = [](Validator reference, Validator validate, double value) {
-    return SameOutcome(testing::OutcomeOf([=] { reference(value); }), testing::OutcomeOf([=] { validate(value); }));
-  };
-  for (int k = 0; k < 2000; ++k) {
-    const double value = random.OneIn(8) ? SpecialValue(random) : RandomValue(random, RandomValueFamily(random));
-    ASSERT_TRUE(agree(oracle::ValidateVibrationShapingWeight, ValidateVibrationShapingWeight, value)) << value;
-    ASSERT_TRUE(agree(oracle::ValidateVibrationWeightTransitionS, ValidateVibrationWeightTransitionS, value)) << value;
-    ASSERT_TRUE(agree(oracle::ValidateVibrationWeightRatePerS, ValidateVibrationWeightRatePerS, value)) << value;
-  }
 }
 
 }  // namespace
