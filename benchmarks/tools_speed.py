@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """Times the command `velmora` beside the scripts that people write; prints a table of ratios.
 
-./benchmarks/tools_speed.py [csv|parquet|bag|many|start]... [--samples N] [--files N] [--write]
+./benchmarks/tools_speed.py [csv|parquet|many|start]... [--samples N] [--files N] [--write]
 
 Whole processes are timed, start and imports included, all contenders of a job in turn, and medians are compared.
 Results of earlier runs stay in build/benchmark/tools.json; --write puts all of them into docs/performance.md.
@@ -154,56 +154,6 @@ def parquet(folder: Path, options: argparse.Namespace) -> list[Row]:
     ]
 
 
-def bag(folder: Path, options: argparse.Namespace) -> list[Row]:
-    """Joint states in MCAP: reading with the names' layout kept, beside deserialising every message."""
-    from rosbags.rosbag2 import Reader, StoragePlugin, Writer
-    from rosbags.typesys import Stores, get_typestore
-    from velmora.tools import formats
-    from velmora.tools.options import ReadOptions
-
-    samples = options.samples // 10
-    store = get_typestore(Stores.ROS2_HUMBLE)
-    joint_state, header, stamp = (
-        store.types[name]
-        for name in ("sensor_msgs/msg/JointState", "std_msgs/msg/Header", "builtin_interfaces/msg/Time")
-    )
-    times_s, positions = arrays(samples)
-    names = [f"joint_{j + 1}" for j in range(JOINTS)]
-    source = folder / "bag"
-    with Writer(source, version=9, storage_plugin=StoragePlugin.MCAP) as writer:
-        connection = writer.add_connection("/joint_states", joint_state.__msgtype__, typestore=store)
-        for time_s, row in zip(times_s, positions, strict=True):
-            ns = round(time_s * 1e9)
-            message = joint_state(header(stamp(ns // 10**9, ns % 10**9), ""), names, row, row, row)
-            writer.write(connection, ns, store.serialize_cdr(message, joint_state.__msgtype__))
-
-    def velmora() -> float:
-        started = time.perf_counter()
-        formats.read(str(source), ReadOptions())
-        return time.perf_counter() - started
-
-    def every_message() -> float:
-        started = time.perf_counter()
-        rows = []
-        with Reader(source) as reader:
-            for connection, _, content in reader.messages():
-                message = store.deserialize_cdr(content, connection.msgtype)
-                rows.append((message.header.stamp.sec * 10**9 + message.header.stamp.nanosec, message.position))
-        np.array([row[1] for row in rows])
-        return time.perf_counter() - started
-
-    times = in_turn(3, {"velmora": velmora, "every": every_message})
-    return [
-        {
-            "job": f"reading {samples:,} `JointState` in MCAP",
-            "beside": "deserialising every message",
-            "goal": "5 times faster",
-            "ratio": f"{times['every'] / times['velmora']:.1f} times faster",
-            "times": f"{times['velmora']:.2f} s, {times['every']:.2f} s",
-        }
-    ]
-
-
 def many(folder: Path, options: argparse.Namespace) -> list[Row]:
     """Many files: two processes beside one, and what a file costs beside its own work."""
     source = folder / "logs"
@@ -277,7 +227,6 @@ def start(folder: Path, options: argparse.Namespace) -> list[Row]:
 JOBS: dict[str, Callable[[Path, argparse.Namespace], list[Row]]] = {
     "csv": csv,
     "parquet": parquet,
-    "bag": bag,
     "many": many,
     "start": start,
 }

@@ -57,20 +57,19 @@ TEST_P(BadRecordingTest, IsReportedWithFileAndLine) {
 
 INSTANTIATE_TEST_SUITE_P(
     EveryCheck, BadRecordingTest,
-    ::testing::Values(
-        BadText{"Empty", "", "log.csv:0: expected a header: time_s, then the joints"},
-        BadText{"NoTime", "a,time_s\n0,1\n", "log.csv:1: expected a header: time_s, then the joints"},
-        BadText{"NoJoint", "time_s\n0\n", "log.csv:1: expected a header: time_s, then the joints"},
-        BadText{"SameNameTwice", "time_s,a,a\n", "log.csv:1: a name appears twice"},
-        BadText{"NoSamples", "# a\ntime_s,a\n", "log.csv:2: no samples after the header"},
-        BadText{"TooFewColumns", "time_s,a,b\n0,1,2\n1,2\n", "log.csv:3: expected 3 columns, found 2"},
-        BadText{"TooManyColumns", "time_s,a\n0,1,\n", "log.csv:2: expected 2 columns, found 3"},
-        BadText{"BlankLine", "time_s,a\n\n0,1\n", "log.csv:2: expected 2 columns, found 1"},
-        BadText{"Text", "time_s,a\n0,1\n# x\n1,fast\n", "log.csv:4: column 2 holds no finite number"},
-        BadText{"TrailingText", "time_s,a\n0,1.5rad\n", "log.csv:2: column 2 holds no finite number"},
-        BadText{"Infinite", "time_s,a\n-inf,0\n", "log.csv:2: column 1 holds no finite number"},
-        BadText{"TooLarge", "time_s,a\n0,1e999\n", "log.csv:2: column 2 holds no finite number"},
-        BadText{"EqualTimes", "time_s,a\n0,1\n0,1\n", "log.csv:3: the time does not increase"}),
+    ::testing::Values(BadText{"Empty", "", "log.csv:0: expected a header: time_s, then the joints"},
+                      BadText{"NoTime", "a,time_s\n0,1\n", "log.csv:1: expected a header: time_s, then the joints"},
+                      BadText{"NoJoint", "time_s\n0\n", "log.csv:1: expected a header: time_s, then the joints"},
+                      BadText{"SameNameTwice", "time_s,a,a\n", "log.csv:1: a name appears twice"},
+                      BadText{"NoSamples", "# a\ntime_s,a\n", "log.csv:2: no samples after the header"},
+                      BadText{"TooFewColumns", "time_s,a,b\n0,1,2\n1,2\n", "log.csv:3: expected 3 columns, found 2"},
+                      BadText{"TooManyColumns", "time_s,a\n0,1,\n", "log.csv:2: expected 2 columns, found 3"},
+                      BadText{"BlankLine", "time_s,a\n\n0,1\n", "log.csv:2: expected 2 columns, found 1"},
+                      BadText{"Text", "time_s,a\n0,1\n# x\n1,fast\n", "log.csv:4: column 2 holds no finite number"},
+                      BadText{"TrailingText", "time_s,a\n0,1.5rad\n", "log.csv:2: column 2 holds no finite number"},
+                      BadText{"Infinite", "time_s,a\n-inf,0\n", "log.csv:2: column 1 holds no finite number"},
+                      BadText{"TooLarge", "time_s,a\n0,1e999\n", "log.csv:2: column 2 holds no finite number"},
+                      BadText{"EqualTimes", "time_s,a\n0,1\n0,1\n", "log.csv:3: the time does not increase"}),
     [](const ::testing::TestParamInfo<BadText>& bad_text) { return bad_text.param.name; });
 
 class RecordingFileTest : public TemporaryFolder {};

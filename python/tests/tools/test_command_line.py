@@ -338,3 +338,18 @@ def test_whoever_reads_the_output_may_leave(tmp_path: Path, log: Path) -> None:
     )
     assert done.stdout.startswith("time_s,")
     assert "Traceback" not in done.stderr
+
+
+def test_what_a_broken_bag_has_lost_is_said_and_is_no_success(tmp_path: Path) -> None:
+    write_bag = ROOT / "examples/data/write_bag.py"
+    subprocess.run([sys.executable, write_bag, SAMPLE, tmp_path / "bag"], check=True, env=environment())
+    bag = tmp_path / "bag/bag.mcap"
+    (tmp_path / "cut.mcap").write_bytes(bag.read_bytes()[:300_000])
+    broken = velmora("info", "cut.mcap", cwd=tmp_path)
+    assert broken.code == 1
+    assert "a whole bag was expected; --salvage reads the" in broken.err
+    run = velmora("resample", "cut.mcap", "--rate", "50", "-o", "out.csv", "--salvage", cwd=tmp_path)
+    assert run.code == 1
+    assert run.err.startswith("warning: cut.mcap[/joint_states]: ")
+    assert len((tmp_path / "out.csv").read_text().splitlines()) > 100
+    assert velmora("resample", "bag", "--rate", "50", "-o", "whole.csv", cwd=tmp_path).code == 0

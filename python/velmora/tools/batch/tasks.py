@@ -81,10 +81,11 @@ class Outcome:
 
 @dataclass
 class Stage:
-    """Hands out places for the outputs of one task."""
+    """Hands out places for the outputs of one task, and hears what of its input is lost."""
 
     task: Task
     staged: list[output.Staged] = field(default_factory=list)
+    losses: list[str] = field(default_factory=list)
 
     def place(self, target: str) -> str:
         """A path to write the output to that belongs to `target`."""
@@ -117,7 +118,12 @@ def perform(task: Task) -> Outcome:
         digest = digest_of(task.source) if task.hashed else ""
         reports, warnings = task.work(task, stage)
         outcome = replace(
-            outcome, reports=tuple(reports), warnings=tuple(warnings), staged=tuple(stage.staged), digest=digest
+            outcome,
+            reports=tuple(reports),
+            warnings=(*stage.losses, *warnings),
+            staged=tuple(stage.staged),
+            exit_code=int(bool(stage.losses)),
+            digest=digest,
         )
     except ToolError as error:
         outcome = replace(outcome, error=stage.named(str(error)), exit_code=error.exit_code)

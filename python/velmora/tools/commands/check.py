@@ -8,7 +8,7 @@ from typing import Any
 
 import click
 
-from velmora.tools import formats, output
+from velmora.tools import output
 from velmora.tools.batch.tasks import JsonObject, Stage, Task
 from velmora.tools.commands import common, reading
 from velmora.tools.errors import UsageError
@@ -101,7 +101,7 @@ def work(task: Task, stage: Stage) -> tuple[list[JsonObject], list[str]]:
     """Check one file."""
     options: CheckWork = task.options
     reports, warnings = [], list(options.limits.notes)
-    for recording in formats.read(task.source, options.read):
+    for recording in reading.read_recordings(task, stage, options.read):
         fit = checked(recording, options.check)
         limits = for_joints(options.limits, recording.source, recording.joints)
         if limits.unknown:

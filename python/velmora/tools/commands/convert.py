@@ -66,7 +66,7 @@ def work(task: Task, stage: Stage) -> tuple[list[JsonObject], list[str]]:
     options: ConvertWork = task.options
     assert task.target is not None
     reports, warnings = [], []
-    recordings = formats.read(task.source, options.read)
+    recordings = reading.read_recordings(task, stage, options.read)
     for recording in recordings:
         target = of_recording(task.target, group_of(recording), len(recordings) > 1, None)
         notes = formats.write(stage.place(target), recording, options.write)

@@ -13,7 +13,7 @@ import click
 import numpy as np
 
 import velmora
-from velmora.tools import config, formats
+from velmora.tools import config
 from velmora.tools.batch.names import of_recording
 from velmora.tools.batch.tasks import JsonObject, Stage, Task, digest_of
 from velmora.tools.commands import reading, resampling
@@ -81,7 +81,7 @@ def work(task: Task, stage: Stage) -> tuple[list[JsonObject], list[str]]:
     options: DrawingWork = task.options
     assert task.target is not None
     reports, warnings = [], []
-    recordings = formats.read(task.source, options.read)
+    recordings = reading.read_recordings(task, stage, options.read)
     digest = digest_of(task.source)
     for recording in recordings:
         target = of_recording(task.target, group_of(recording), len(recordings) > 1, None)

@@ -8,7 +8,6 @@ from typing import Any
 
 import click
 
-from velmora.tools import formats
 from velmora.tools.batch.tasks import JsonObject, Stage, Task
 from velmora.tools.commands import common, reading
 from velmora.tools.operations.checked import CheckOptions
@@ -64,7 +63,7 @@ def work(task: Task, stage: Stage) -> tuple[list[JsonObject], list[str]]:
     options: InfoOptions = task.options
     return [
         {**facts(recording), **peak_facts(recording, options.check)}
-        for recording in formats.read(task.source, options.read)
+        for recording in reading.read_recordings(task, stage, options.read)
     ], []
 
 

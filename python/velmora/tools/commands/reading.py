@@ -8,8 +8,11 @@ from typing import Any, TypeVar
 
 import click
 
+from velmora.tools import formats
+from velmora.tools.batch.tasks import Stage, Task
 from velmora.tools.operations.checked import CheckOptions
 from velmora.tools.options import ReadOptions
+from velmora.tools.recording import Recording
 
 Function = TypeVar("Function", bound=Callable[..., Any])
 
@@ -83,6 +86,14 @@ def _input_rate(*names: str) -> Callable[[Function], Function]:
 def mending_options(function: Function) -> Function:
     """Add the options of `checked` to a command."""
     return _with(function, _MENDING)
+
+
+def read_recordings(task: Task, stage: Stage, options: ReadOptions) -> list[Recording]:
+    """Read the input of a task; what a broken file has lost becomes a warning, and the exit code 1."""
+    recordings = formats.read(task.source, options)
+    for recording in recordings:
+        stage.losses += [f"{recording.source}: {note.text}" for note in recording.notes if note.key == "salvaged"]
+    return recordings
 
 
 def read_options(values: dict[str, Any]) -> ReadOptions:

@@ -90,7 +90,7 @@ def work(task: Task, stage: Stage) -> tuple[list[JsonObject], list[str]]:
     assert task.target is not None
     reports: list[JsonObject] = []
     warnings: list[str] = []
-    recordings = formats.read(task.source, options.read)
+    recordings = reading.read_recordings(task, stage, options.read)
     for recording in recordings:
         fit = checked(recording, options.check)
         pieces = resample(fit, options.resample)
