@@ -107,7 +107,7 @@ def spare_pandas() -> None:
 
     For processes that are the tool's own.
     """
-    sys.meta_path.insert(0, _NoPandas)  # type: ignore[arg-type]
+    sys.meta_path.insert(0, _NoPandas)
 
 
 def run(args: Sequence[str] | None = None) -> int:

@@ -15,7 +15,7 @@ from velmora.tools.commands.resample import ResampleWork, work
 from velmora.tools.commands.resampling import checked_columns
 from velmora.tools.errors import UsageError
 from velmora.tools.operations.checked import CheckOptions
-from velmora.tools.operations.resample import DEFAULT_COLUMNS, MAX_SAMPLES, ResampleOptions
+from velmora.tools.operations.resample import DEFAULT_COLUMNS, MAX_SAMPLES, GridMode, Method, ResampleOptions
 from velmora.tools.options import ReadOptions, WriteOptions
 
 
@@ -27,8 +27,8 @@ def resample_many(
     sample_time_s: float | None = None,
     rate_hz: float | None = None,
     samples: int | None = None,
-    method: Literal["cubic", "linear"] = "cubic",
-    grid_mode: str = "exact_dt_append_endpoint",
+    method: Method = "cubic",
+    grid_mode: GridMode = "exact_dt_append_endpoint",
     strict_cubic: bool = False,
     columns: Sequence[str] = DEFAULT_COLUMNS,
     gaps: Literal["bridge", "split", "error"] = "bridge",

@@ -17,6 +17,8 @@ from velmora.tools.operations.gaps import Gaps, find_gaps, split
 from velmora.tools.recording import Note, Recording, Stamps
 from velmora.tools.text import count, seconds_text, size_text
 
+Method = Literal["linear", "cubic"]
+GridMode = Literal["exact_dt_append_endpoint", "exact_dt_trim", "exact_duration_adjust_dt", "exact_dt_extend_endpoint"]
 MAX_SAMPLES = 100_000_000
 QUANTITIES = ("positions", "velocities", "accelerations", "jerks")
 DEFAULT_COLUMNS = QUANTITIES[:3]
@@ -33,8 +35,8 @@ class ResampleOptions:
     sample_time_s: float | None = None
     rate_hz: float | None = None
     samples: int | None = None
-    method: str = "cubic"
-    grid: str = "exact_dt_append_endpoint"
+    method: Method = "cubic"
+    grid: GridMode = "exact_dt_append_endpoint"
     strict: bool = False
     columns: tuple[str, ...] = DEFAULT_COLUMNS
     gaps: Literal["bridge", "split", "error"] = "bridge"
@@ -176,7 +178,7 @@ def _on_grid(
 ) -> tuple[vm.JointTrajectory, str | None]:
     """The resampled trajectory, and what to say where it is linear in spite of `cubic`."""
 
-    def run(method: str, strict: bool) -> vm.JointTrajectory:
+    def run(method: Method, strict: bool) -> vm.JointTrajectory:
         if options.samples is not None:
             return recorded.resample(samples=options.samples, method=method, strict_cubic=strict)
         return vm.resample_trajectory(recorded, spacing_s(options), method, options.grid, strict)
