@@ -103,7 +103,7 @@ def _all(trajectory: vm.JointTrajectory) -> Arrays:
 
 
 def _one(value: float) -> Arrays:
-    return [np.array([[value]])]
+    return [np.array([[value]], np.float64)]
 
 
 def _make(reader: Reader) -> Callable[[], Arrays]:
