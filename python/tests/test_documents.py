@@ -33,14 +33,23 @@ def commands_of(page: Path) -> list[tuple[str, str]]:
 PAGES = [page for page in sorted((ROOT / "docs").rglob("*.md")) if commands_of(page)]
 
 
+@pytest.fixture(scope="session")
+def commands_folder(tmp_path_factory: pytest.TempPathFactory) -> Path:
+    """A folder with the command `velmora` of the package under test, which need not be installed."""
+    folder = tmp_path_factory.mktemp("bin")
+    for name, module in (("velmora", "-m velmora.tools.main"), ("python", "")):
+        (folder / name).write_text(f'#!/bin/sh\nexec {sys.executable} {module} "$@"\n')
+        (folder / name).chmod(0o755)
+    return folder
+
+
 @pytest.mark.parametrize("page", PAGES, ids=lambda page: str(page.relative_to(ROOT)))
-def test_console_blocks_do_what_they_show(page: Path, tmp_path: Path) -> None:
+def test_console_blocks_do_what_they_show(page: Path, tmp_path: Path, commands_folder: Path) -> None:
     """`...` stands for any text; a command may fail only where `echo $?` follows and shows its exit code."""
     shutil.copytree(ROOT / "examples" / "data", tmp_path, dirs_exist_ok=True)
     commands = commands_of(page)
     script = "".join(f"{{ {command}\n}} 2>&1; code=$?; echo '{END}' $code; (exit $code)\n" for command, _ in commands)
-    path = f"{Path(sys.executable).parent}:{os.environ['PATH']}"
-    environment = os.environ | {"PATH": path, "COLUMNS": "100", "VELMORA": str(ROOT)}
+    environment = os.environ | {"PATH": f"{commands_folder}:{os.environ['PATH']}", "COLUMNS": "100", "VELMORA": str(ROOT)}
     run = subprocess.run(
         ["bash"], input=script, cwd=tmp_path, env=environment, capture_output=True, text=True, timeout=300, check=False
     )
