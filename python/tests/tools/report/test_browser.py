@@ -79,6 +79,12 @@ def test_axes_tell_times_apart_far_from_zero(opening: Any, tmp_path: Path) -> No
     opened.settle()
     words = opened.page.evaluate("velmoraReport.charts[0].plot.axes[0]._values")
     assert len(set(words)) == len(words) > 3
+    # Each word is the value at its line.
+    for axis in range(2):
+        lines, words = opened.page.evaluate(
+            "(axis) => { const a = velmoraReport.charts[3].plot.axes[axis]; return [a._splits, a._values]; }", axis
+        )
+        assert [float(word) for word in words] == pytest.approx(lines, rel=1e-12, abs=1e-9)
     assert opened.said == []
 
 

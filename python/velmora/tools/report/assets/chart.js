@@ -39,7 +39,9 @@ function decades(min, max) {
 
 // Words of an axis, with the digits that tell them apart; on logarithmic axes only at 1, 2 and 5.
 function labels(splits, increment, log) {
-  const digits = log ? 0 : Math.max(0, -Math.floor(Math.log10(increment) + 1e-9));
+  const power = Math.floor(Math.log10(increment) + 1e-9);
+  const half = Math.abs(increment / 10 ** power - 2.5) < 0.01 ? 1 : 0; // steps of 2.5 have a digit more
+  const digits = log ? 0 : Math.max(0, half - power);
   return splits.map((value) => {
     if (value === null || (log && !/^[125]e/.test(value.toExponential()))) return "";
     return log || digits > 9 || Math.abs(value) >= 1e7 ? shown(value) : value.toFixed(digits);
