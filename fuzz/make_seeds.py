@@ -47,3 +47,8 @@ recordings = {
 }
 for name, text in recordings.items():
     write("recording", name, text.encode())
+
+# See Analyse and ShapeAndStream in shaping.cpp: which of them, mode, design, tolerance, samples, joints.
+for routine, design, frequency, damping in itertools.product((0, 1), range(10), (8, 40), (0, 15, 90)):
+    write("shaping", f"{routine}_{design}_{frequency}_{damping}",
+          bytes([routine, 0, frequency, damping, design, 0, 25, 30, 3, 0, 9, 5, 120, 9, 140, 80, 3, 100, 50, 2, 60]))

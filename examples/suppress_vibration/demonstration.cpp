@@ -6,11 +6,13 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <functional>
 #include <optional>
 
 #include "csv_output.hpp"
 #include "flexible_joint.hpp"
+#include "velmora/shaping/designs.hpp"
 
 namespace velmora::examples {
 
@@ -60,25 +62,41 @@ HeldResponse HoldAfterEnd(const ShapedTrajectory& command, const FlexibleJoint& 
   return held;
 }
 
+// The times of the move, and after its end every `sample_time_s` until `shown_s` have passed.
+Vector ShownTimes_s(const Vector& move_time_s, double shown_s, double sample_time_s) {
+  const Eigen::Index samples = move_time_s.size();
+  const Eigen::Index after = static_cast<Eigen::Index>(std::ceil(shown_s / sample_time_s));
+  Vector time_s(samples + after);
+  time_s.head(samples) = move_time_s;
+  for (Eigen::Index i = 0; i < after; ++i) {
+    time_s[samples + i] = move_time_s[samples - 1] + static_cast<double>(i + 1) * sample_time_s;
+  }
+  return time_s;
+}
+
 }  // namespace
 
 std::vector<Command> BuildCommands(const JointTrajectory& raw, double sample_time_s, const VibrationMode& model,
                                    BlendedShaper blended_shaper, const BlendParameters& blend) {
-  const auto shaped = [&](const std::string& key, const std::string& label, const InputShaper& shaper) {
-    const double added_s = AddedDuration_s(shaper);
-    const Vector tail_time_s = TailTimes_s(raw.time[raw.time.size() - 1], added_s, sample_time_s);
-    return Command{key, label, ShapeTrajectory(raw, tail_time_s, shaper), added_s};
+  const auto shaped = [&](const shaping::ImpulseSequence& sequence) {
+    return shaping::ShapeTrajectory(raw, {sequence}, sample_time_s, util::timing::ResamplingMethod::linear);
   };
+  const auto command = [](const std::string& key, const std::string& label, const shaping::ShapedCommand& copy) {
+    return Command{key, label, shaping::JoinMoveAndTail(copy), copy.added_duration_s};
+  };
+  const shaping::ShapedCommand zv = shaped(shaping::Zv(model));
+  const shaping::ShapedCommand zvd = shaped(shaping::Zvd(model));
   std::vector<Command> commands;
   commands.push_back({"raw", "raw", {raw.positions, raw.velocities(), raw.accelerations(), raw.time}, 0.0});
-  commands.push_back(shaped("zv", "ZV", ZeroVibrationShaper(model)));
-  commands.push_back(shaped("zvd", "ZVD", ZeroVibrationDerivativeShaper(model)));
+  commands.push_back(command("zv", "ZV", zv));
+  commands.push_back(command("zvd", "ZVD", zvd));
 
   const Command& copy = commands[blended_shaper == BlendedShaper::zv ? 1 : 2];
   const double shaped_percent = 100.0 * blend.vibration_shaping_weight;
   commands.push_back({fmt::format("blend_{:.4g}_percent_{}", shaped_percent, copy.key),
                       fmt::format("{:.4g} % raw, {:.4g} % {}", 100.0 - shaped_percent, shaped_percent, copy.label),
-                      BlendRawWithShaped(raw, copy.samples, blend), copy.added_duration_s});
+                      BlendRawWithShaped(raw, blended_shaper == BlendedShaper::zv ? zv : zvd, blend),
+                      copy.added_duration_s});
   return commands;
 }
 
@@ -112,9 +130,7 @@ std::string ResponseCsv(const std::vector<Command>& commands, const std::vector<
   double shown_s = 0.0;
   for (const Command& command : commands) shown_s = std::max(shown_s, command.added_duration_s);
   shown_s += kPeriodsShownAfterEnd * model.damped_period_s();
-  const Vector tail_time_s = TailTimes_s(raw.time[raw.time.size() - 1], shown_s, sample_time_s);
-  Vector time_s(raw.time.size() + tail_time_s.size());
-  time_s << raw.time, tail_time_s;
+  const Vector time_s = ShownTimes_s(raw.time, shown_s, sample_time_s);
 
   const FlexibleJoint joint(model);
   std::vector<HeldResponse> responses;

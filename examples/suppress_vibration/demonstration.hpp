@@ -5,11 +5,13 @@
 #include <string>
 #include <vector>
 
-#include "input_shaper.hpp"
-#include "vibration_mode.hpp"
+#include "velmora/native/shaped_trajectory.hpp"
+#include "velmora/shaping/vibration_mode.hpp"
 #include "weighted_blend.hpp"
 
 namespace velmora::examples {
+
+using shaping::VibrationMode;
 
 /// Which of the two shapers makes the copy that is blended with the raw command.
 enum class BlendedShaper { zv, zvd };

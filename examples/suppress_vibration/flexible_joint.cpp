@@ -29,9 +29,9 @@ double FreeSettlingTime_s(const FlexibleJoint& joint, const Deflection& at_end, 
 }  // namespace
 
 FlexibleJoint::FlexibleJoint(const VibrationMode& mode)
-    : angular_frequency_per_s_(mode.angular_frequency_per_s()),
-      damped_angular_frequency_per_s_(mode.damped_angular_frequency_per_s()),
-      decay_rate_per_s_(mode.damping_ratio * mode.angular_frequency_per_s()) {}
+    : angular_frequency_per_s_(2.0 * kPi * mode.frequency_hz),
+      damped_angular_frequency_per_s_(2.0 * kPi * mode.damped_frequency_hz()),
+      decay_rate_per_s_(mode.damping_ratio * angular_frequency_per_s_) {}
 
 Deflection FlexibleJoint::Free(const Deflection& start, double duration_s) const {
   const double q = start.position_rad;

@@ -7,11 +7,13 @@
 
 #include "velmora/native/array_types.hpp"
 #include "velmora/native/shaped_trajectory.hpp"
-#include "vibration_mode.hpp"
+#include "velmora/shaping/vibration_mode.hpp"
 
 namespace velmora::examples {
 
 using native::Matrix;
+using native::Vector;
+using shaping::VibrationMode;
 
 /// Where a joint stands relative to its command.
 struct Deflection {

@@ -2,9 +2,8 @@
 //
 // The road of a caller of the library:
 //   move.cpp            a recorded move becomes a trajectory, resampled onto the controller's grid
-//   input_shaper.cpp    its shaped copy: delayed copies, sampled at their exact times, in a weighted sum
-//   weighted_blend.cpp  validated parameters, a ramped weight, the blend of the move and of its tail
-//   demonstration.cpp   the commands side by side, on the machine that flexible_joint.cpp solves exactly
+//   demonstration.cpp   its shaped copies, and the commands side by side on the machine of flexible_joint.cpp
+//   weighted_blend.cpp  validated parameters, and the blend under a weight that rises
 // SPDX-License-Identifier: Apache-2.0
 #include <fmt/core.h>
 
@@ -32,7 +31,8 @@ struct Options {
   std::string recording_path;
   std::string output_directory;
   std::string shaper_text = "zvd";
-  VibrationMode mode;
+  double frequency_hz = 5.0;
+  double damping_ratio = 0.02;
   BlendParameters blend;
   double sample_time_s = 0.001;
 };
@@ -48,9 +48,8 @@ void DeclareOptions(CLI::App& app, Options& options) {
                  "shaper of the copy that is blended with the raw command: zv or zvd")
       ->check(CLI::IsMember({"zv", "zvd"}))
       ->type_name("SHAPER");
-  app.add_option("-f,--frequency", options.mode.frequency_hz, "natural frequency of the flexible joints")
-      ->type_name("HZ");
-  app.add_option("-d,--damping", options.mode.damping_ratio, "their damping ratio, in [0, 1)")->type_name("RATIO");
+  app.add_option("-f,--frequency", options.frequency_hz, "natural frequency of the flexible joints")->type_name("HZ");
+  app.add_option("-d,--damping", options.damping_ratio, "their damping ratio, in [0, 1)")->type_name("RATIO");
   app.add_option("-w,--weight", options.blend.vibration_shaping_weight,
                  "share of the shaped copy in the blend, in [0, 1]")
       ->type_name("SHARE");
@@ -73,29 +72,29 @@ void DeclareOptions(CLI::App& app, Options& options) {
 
 // Refuses what no recording could make right, so that it is reported as bad usage.
 void ValidateOptions(const Options& options) {
-  ValidateVibrationMode(options.mode);
-  RampWeight(Vector::Zero(1), options.blend);
-  if (!(options.sample_time_s > 0.0 && options.sample_time_s <= 0.05 * options.mode.damped_period_s())) {
+  const VibrationMode mode(options.frequency_hz, options.damping_ratio);
+  TransitionOf(options.blend);
+  if (!(options.sample_time_s > 0.0 && options.sample_time_s <= 0.05 * mode.damped_period_s())) {
     throw std::invalid_argument("the sample time must be positive and at most a twentieth of the period of the mode");
   }
 }
 
 void Demonstrate(const Options& options) {
+  const VibrationMode mode(options.frequency_hz, options.damping_ratio);
   const Move move =
       options.recording_path.empty() ? QuinticMove() : RecordedMove(ReadRecordingFile(options.recording_path));
   const Move raw = ResampledRestToRestMove(move, options.sample_time_s);
   const BlendedShaper blended_shaper = options.shaper_text == "zv" ? BlendedShaper::zv : BlendedShaper::zvd;
   const std::vector<Command> commands =
-      BuildCommands(raw.trajectory, options.sample_time_s, options.mode, blended_shaper, options.blend);
+      BuildCommands(raw.trajectory, options.sample_time_s, mode, blended_shaper, options.blend);
 
   if (!options.output_directory.empty()) {
     const std::filesystem::path directory(options.output_directory);
     std::filesystem::create_directories(directory);
-    WriteOutput(directory / "response.csv",
-                ResponseCsv(commands, raw.joint_names, options.mode, options.sample_time_s));
-    WriteOutput(directory / "robustness.csv", RobustnessCsv(commands, options.mode));
+    WriteOutput(directory / "response.csv", ResponseCsv(commands, raw.joint_names, mode, options.sample_time_s));
+    WriteOutput(directory / "robustness.csv", RobustnessCsv(commands, mode));
   }
-  WriteOutput("-", MarkdownTable(commands, options.mode));
+  WriteOutput("-", MarkdownTable(commands, mode));
 }
 
 int RunProgram(int argc, char** argv) {

@@ -1,14 +1,12 @@
-// From the raw command to its shaped copy: the ramped weight, the blend of the move and the blend of the tail.
+// The blend of the raw command with its shaped copy, under a weight that rises no faster than it may.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "velmora/native/array_types.hpp"
-#include "velmora/native/shaped_trajectory.hpp"
+#include "velmora/shaping/blend_shaped_trajectory.hpp"
+#include "velmora/shaping/shape_trajectory.hpp"
 #include "velmora/util/timing/trajectory.hpp"
 
 namespace velmora::examples {
-
-using native::Vector;
 
 /// How much shaping, and how it sets in.
 struct BlendParameters {
@@ -17,25 +15,14 @@ struct BlendParameters {
   double vibration_weight_rate_per_s = 50.0;    ///< steepest rise of the share; a longer rise keeps to it
 };
 
-/// The share of the shaped copy over time, with its derivatives.
-struct WeightRamp {
-  Vector weight;                      ///< per sample
-  Vector weight_rate_per_s;           ///< first derivative
-  Vector weight_acceleration_per_s2;  ///< second derivative
-};
-
-/// The rise from zero at the first of the sample times to the final weight, along `Smootherstep`.
+/// The rise from zero to the final weight that keeps to both limits.
 /// @throws native::InvalidArgumentError where one of the three validators refuses its parameter
-WeightRamp RampWeight(const Vector& time_s, const BlendParameters& parameters);
+shaping::WeightTransition TransitionOf(const BlendParameters& parameters);
 
-/// The raw command blended with its shaped copy, over all times of the copy.
-///
-/// Up to the end of `raw` the weight is ramped; on the tail beyond it the weight reached there stays, and the raw
-/// endpoint is held.
-/// @param raw the raw command, N samples
-/// @param shaped its shaped copy at the same N times and those of the tail
-/// @throws native::InvalidArgumentError as `RampWeight`, and where the shapes do not fit
+/// The raw command blended with its shaped copy: up to the end of `raw` the weight rises; on the tail beyond it the
+/// weight reached there stays, and the raw endpoint is held.
+/// @throws native::InvalidArgumentError as `TransitionOf` and `shaping::BlendShapedTrajectory`
 native::ShapedTrajectory BlendRawWithShaped(const util::timing::JointTrajectory& raw,
-                                            const native::ShapedTrajectory& shaped, const BlendParameters& parameters);
+                                            const shaping::ShapedCommand& shaped, const BlendParameters& parameters);
 
 }  // namespace velmora::examples

@@ -22,4 +22,11 @@ NB_MODULE(_core, module) {
   RegisterBlending(module);
   RegisterShapedTrajectory(module);
   RegisterTailBlend(module);
+  RegisterVibrationMode(module);
+  RegisterImpulseSequence(module);
+  RegisterDesigns(module);
+  RegisterAnalysis(module);
+  RegisterShapeTrajectory(module);
+  RegisterBlendShapedTrajectory(module);
+  RegisterStreamingShaper(module);
 }

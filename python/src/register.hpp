@@ -17,5 +17,12 @@ void RegisterParameters(nanobind::module_& module);
 void RegisterBlending(nanobind::module_& module);
 void RegisterShapedTrajectory(nanobind::module_& module);
 void RegisterTailBlend(nanobind::module_& module);
+void RegisterVibrationMode(nanobind::module_& module);
+void RegisterImpulseSequence(nanobind::module_& module);
+void RegisterDesigns(nanobind::module_& module);
+void RegisterAnalysis(nanobind::module_& module);
+void RegisterShapeTrajectory(nanobind::module_& module);
+void RegisterBlendShapedTrajectory(nanobind::module_& module);
+void RegisterStreamingShaper(nanobind::module_& module);
 
 }  // namespace velmora::python

@@ -1,116 +1,32 @@
-// suppress_vibration: its shapers, its machine against closed forms, the figures that it reports, and the program.
+// suppress_vibration: its machine against closed forms, the figures that it reports, and the program.
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
 #include <cmath>
 #include <cstdlib>
-#include <numeric>
 #include <string>
 #include <vector>
 
 #include "demonstration.hpp"
 #include "flexible_joint.hpp"
-#include "input_shaper.hpp"
 #include "move.hpp"
 #include "temporary_folder.hpp"
-#include "vibration_mode.hpp"
 #include "weighted_blend.hpp"
 
 namespace velmora::examples {
 namespace {
 
-using native::ShapedTrajectory;
 using util::timing::JointTrajectory;
 
 constexpr double kSampleTime_s = 0.001;
 
 JointTrajectory RawCommand() { return ResampledRestToRestMove(QuinticMove(), kSampleTime_s).trajectory; }
 
-double TotalAmplitude(const InputShaper& shaper) {
-  return std::accumulate(shaper.begin(), shaper.end(), 0.0,
-                         [](double sum, const ShaperImpulse& impulse) { return sum + impulse.amplitude; });
-}
-
-TEST(InputShaper, HasAmplitudesThatAddUpToOne) {
-  for (const double damping : {0.0, 0.02, 0.3}) {
-    const VibrationMode mode{5.0, damping};
-    EXPECT_NEAR(TotalAmplitude(ZeroVibrationShaper(mode)), 1.0, 1e-15);
-    EXPECT_NEAR(TotalAmplitude(ZeroVibrationDerivativeShaper(mode)), 1.0, 1e-15);
-  }
-}
-
-TEST(InputShaper, DelaysByHalfPeriodsOfTheDampedMode) {
-  const VibrationMode mode{5.0, 0.02};
-  const double half_period_s = 0.1 / std::sqrt(1.0 - 0.02 * 0.02);
-  const InputShaper zv = ZeroVibrationShaper(mode);
-  const InputShaper zvd = ZeroVibrationDerivativeShaper(mode);
-  ASSERT_EQ(zv.size(), 2U);
-  ASSERT_EQ(zvd.size(), 3U);
-  EXPECT_EQ(zv[0].delay_s, 0.0);
-  EXPECT_NEAR(zv[1].delay_s, half_period_s, 1e-15);
-  EXPECT_EQ(zvd[0].delay_s, 0.0);
-  EXPECT_NEAR(zvd[1].delay_s, half_period_s, 1e-15);
-  EXPECT_NEAR(zvd[2].delay_s, 2.0 * half_period_s, 1e-15);
-  EXPECT_EQ(AddedDuration_s(zvd), zvd[2].delay_s);
-}
-
-// The vibration after impulses A_k at t_k is the sum of A_k exp(zeta w t_k) (cos, sin)(wd t_k): a shaper makes it zero,
-// and ZVD its slope over the frequency too.
-TEST(InputShaper, LeavesNoVibrationOfItsMode) {
-  const VibrationMode mode{5.0, 0.02};
-  for (const InputShaper& shaper : {ZeroVibrationShaper(mode), ZeroVibrationDerivativeShaper(mode)}) {
-    double cosine = 0.0;
-    double sine = 0.0;
-    for (const ShaperImpulse& impulse : shaper) {
-      const double growth =
-          impulse.amplitude * std::exp(mode.damping_ratio * mode.angular_frequency_per_s() * impulse.delay_s);
-      cosine += growth * std::cos(mode.damped_angular_frequency_per_s() * impulse.delay_s);
-      sine += growth * std::sin(mode.damped_angular_frequency_per_s() * impulse.delay_s);
-    }
-    EXPECT_NEAR(cosine, 0.0, 1e-14);
-    EXPECT_NEAR(sine, 0.0, 1e-14);
-  }
-}
-
-TEST(ShapeTrajectory, HoldsTheEndsAndArrivesWhereTheRawCommandDoes) {
-  const JointTrajectory raw = RawCommand();
-  const InputShaper shaper = ZeroVibrationDerivativeShaper({5.0, 0.02});
-  const Eigen::Index samples = raw.time.size();
-  const Vector tail = TailTimes_s(raw.time[samples - 1], AddedDuration_s(shaper), kSampleTime_s);
-  const ShapedTrajectory shaped = ShapeTrajectory(raw, tail, shaper);
-  ASSERT_EQ(shaped.time.size(), samples + tail.size());
-  EXPECT_GE(tail[tail.size() - 1], raw.time[samples - 1] + AddedDuration_s(shaper));
-  EXPECT_LT(tail[tail.size() - 2], raw.time[samples - 1] + AddedDuration_s(shaper));
-  const Eigen::Index last = shaped.time.size() - 1;
-  EXPECT_NEAR(shaped.positions(last, 0), 1.0, 1e-12);
-  EXPECT_EQ(shaped.velocities(last, 0), 0.0);
-  EXPECT_EQ(shaped.accelerations(last, 0), 0.0);
-  // Before the first delay only the first copy moves.
-  EXPECT_DOUBLE_EQ(shaped.positions(50, 0), shaper[0].amplitude * raw.positions(50, 0));
-}
-
-// Half a sample off the grid the copies lie between the samples of the raw command, not on the nearest one.
-TEST(ShapeTrajectory, SamplesTheCopiesAtTheirExactTimes) {
-  const JointTrajectory raw(Matrix{{0.0}, {1.0}, {2.0}, {3.0}}, std::nullopt, std::nullopt, std::nullopt, 1.0,
-                            std::nullopt);
-  const ShapedTrajectory shaped = ShapeTrajectory(raw, Vector{{4.0}}, {{0.5, 0.0}, {0.5, 0.5}});
-  const std::vector<double> expected{0.0, 0.75, 1.75, 2.75, 3.0};
-  for (std::size_t i = 0; i < expected.size(); ++i) {
-    EXPECT_DOUBLE_EQ(shaped.positions(static_cast<Eigen::Index>(i), 0), expected[i]) << "sample " << i;
-  }
-}
-
-TEST(RampWeight, RisesAlongTheQuinticAndKeepsToTheSteepestRate) {
-  const Vector time_s{{0.0, 0.1, 0.2, 0.3}};
-  const WeightRamp ramp = RampWeight(time_s, {0.5, 0.2, 50.0});
-  EXPECT_DOUBLE_EQ(ramp.weight[0], 0.0);
-  EXPECT_DOUBLE_EQ(ramp.weight[1], 0.25);
-  EXPECT_DOUBLE_EQ(ramp.weight[2], 0.5);
-  EXPECT_DOUBLE_EQ(ramp.weight[3], 0.5);
-  EXPECT_DOUBLE_EQ(ramp.weight_rate_per_s[1], 0.5 * 1.875 / 0.2);
-  const WeightRamp slow = RampWeight(time_s, {0.5, 0.0, 0.5 * 1.875 / 0.2});
-  EXPECT_DOUBLE_EQ(slow.weight[1], 0.25) << "the rate makes the rise last 0.2 s";
+TEST(TransitionOf, LastsAsLongAsTheSteepestRateAsks) {
+  EXPECT_EQ(TransitionOf({0.5, 0.2, 50.0}).vibration_weight_transition_s, 0.2);
+  EXPECT_EQ(TransitionOf({0.5, 0.0, 0.5 * 1.875 / 0.2}).vibration_weight_transition_s, 0.2);
+  EXPECT_EQ(TransitionOf({0.5, 0.2, 50.0}).vibration_shaping_weight, 0.5);
 }
 
 // A constant acceleration a deflects by -a / w^2 about which the joint swings: q = -a/w^2 (1 - e^(-zeta w t) (cos wd t
@@ -118,8 +34,8 @@ TEST(RampWeight, RisesAlongTheQuinticAndKeepsToTheSteepestRate) {
 TEST(FlexibleJoint, FollowsTheClosedFormOfAStep) {
   const VibrationMode mode{5.0, 0.02};
   const FlexibleJoint joint(mode);
-  const double w = mode.angular_frequency_per_s();
-  const double wd = mode.damped_angular_frequency_per_s();
+  const double w = 2.0 * M_PI * mode.frequency_hz;
+  const double wd = 2.0 * M_PI * mode.damped_frequency_hz();
   for (const int steps : {1, 7, 1000}) {
     Deflection q;
     const double duration_s = 0.37;
@@ -134,14 +50,14 @@ TEST(FlexibleJoint, FollowsTheClosedFormOfAStep) {
 // A ramp of the acceleration from 0 at rate r without damping: q = -r (w t - sin w t) / w^3.
 TEST(FlexibleJoint, FollowsTheClosedFormOfARamp) {
   const VibrationMode mode{2.0, 0.0};
-  const double w = mode.angular_frequency_per_s();
+  const double w = 2.0 * M_PI * mode.frequency_hz;
   const Deflection q = FlexibleJoint(mode).Driven({}, 0.0, 4.0 * 0.3, 0.3);
   EXPECT_NEAR(q.position_rad, -4.0 * (w * 0.3 - std::sin(w * 0.3)) / (w * w * w), 1e-15);
 }
 
 TEST(FlexibleJoint, PeaksFreelyAtItsStartOrAtItsFirstTurn) {
   const FlexibleJoint undamped({1.0, 0.0});
-  const double w = VibrationMode{1.0, 0.0}.angular_frequency_per_s();
+  const double w = 2.0 * M_PI;
   EXPECT_NEAR(undamped.FreePeak_rad({0.3, 0.4 * w}), 0.5, 1e-14);
   EXPECT_NEAR(undamped.FreeEnvelope_rad({0.3, 0.4 * w}), 0.5, 1e-14);
   EXPECT_NEAR(FlexibleJoint({1.0, 0.2}).FreePeak_rad({-0.3, 0.0}), 0.3, 1e-14);

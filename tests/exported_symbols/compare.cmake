@@ -1,4 +1,4 @@
-# Compares the dynamic symbols of LIBRARY, as NM prints them, with the lists beside this file: run with cmake -P.
+# Compares the dynamic symbols of LIBRARY, as NM prints them, with the lists in the folder LISTS: run with cmake -P.
 # SPDX-License-Identifier: Apache-2.0
 cmake_minimum_required(VERSION 3.22)
 
@@ -19,10 +19,10 @@ endfunction()
 
 read_symbols(demangled -C)
 read_symbols(mangled)
-file(STRINGS ${CMAKE_CURRENT_LIST_DIR}/required.txt required)
+file(STRINGS ${LISTS}/required.txt required)
 list(APPEND required ${EIGEN_ABI_TAG})
-file(STRINGS ${CMAKE_CURRENT_LIST_DIR}/required_mangled.txt required_mangled)
-file(STRINGS ${CMAKE_CURRENT_LIST_DIR}/allowed.txt allowed)
+file(STRINGS ${LISTS}/required_mangled.txt required_mangled)
+file(STRINGS ${LISTS}/allowed.txt allowed)
 
 set(failed FALSE)
 foreach(symbol IN LISTS required)

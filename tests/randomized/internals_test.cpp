@@ -16,7 +16,7 @@
 #include "support/resampling_cases.hpp"
 #include "util/timing/cubic_spline.hpp"
 #include "util/timing/knot_second_derivatives.hpp"
-#include "util/timing/linear_resampling.hpp"
+#include "util/timing/linear_interpolation.hpp"
 #include "util/timing/three_point_derivative.hpp"
 #include "util/timing/time_grid.hpp"
 

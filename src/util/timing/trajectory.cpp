@@ -29,19 +29,6 @@ struct StrictlyIncreasingKernel {
   }
 };
 
-void CheckSampleCount(const Matrix& positions) {
-  if (positions.rows() < 1) {
-    ThrowInvalidArgument(
-        "JointTrajectory requires at least 1 sample to support velocity and acceleration evaluation, got 0.");
-  }
-}
-
-void CheckTimeCount(const Vector& time, const Matrix& positions) {
-  if (time.size() != positions.rows()) {
-    ThrowInvalidArgument("JointTrajectory.positions must align with JointTrajectory.time.");
-  }
-}
-
 void CheckTimeValues(const Vector& time) {
   // Of increasing times only the first and the last may be infinite, and a single one NaN.
   const bool increasing = native::RunKernel<StrictlyIncreasingKernel>(time.data(), time.size());
@@ -66,17 +53,6 @@ void CheckDerivative(const std::optional<Matrix>& derivative, const Matrix& posi
 }
 
 }  // namespace
-
-void CheckSizes(const JointTrajectory& trajectory) {
-  CheckSampleCount(trajectory.positions);
-  CheckTimeCount(trajectory.time, trajectory.positions);
-}
-
-void CheckShape(const Matrix& derivative, const Matrix& positions, const char* name) {
-  if (!native::HaveSameShape(derivative, positions)) {
-    ThrowInvalidArgument(std::string("JointTrajectory.") + name + " must match JointTrajectory.positions shape.");
-  }
-}
 
 JointTrajectory::JointTrajectory(Matrix given_positions, std::optional<Matrix> velocities,
                                  std::optional<Matrix> accelerations, std::optional<Vector> given_time,

@@ -8,7 +8,7 @@
 #include "support/arrays.hpp"
 #include "support/compare_bits.hpp"
 #include "support/expect_throws.hpp"
-#include "util/timing/linear_resampling.hpp"
+#include "util/timing/linear_interpolation.hpp"
 
 namespace velmora::util::timing {
 namespace {

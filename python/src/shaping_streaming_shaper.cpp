@@ -1,0 +1,145 @@
+// Shaping in a control loop: the classes JointSample and StreamingShaper.
+#include "velmora/shaping/streaming_shaper.hpp"
+
+#include <nanobind/nanobind.h>
+
+#include <cstdint>
+
+#include "conversions.hpp"
+#include "records.hpp"
+#include "register.hpp"
+
+namespace velmora::python {
+namespace {
+
+using shaping::JointSample;
+using shaping::StreamingShaper;
+using Sample = nb::pointer_and_handle<JointSample>;
+
+// clang-format off
+constexpr const char* kSampleDocstring = R"(Position, velocity and acceleration of all joints at one time.
+
+Parameters
+----------
+position, velocity, acceleration : (J,) array_like of float
+    One value per joint.
+
+Raises
+------
+TypeError, ValueError
+    For arguments that are no one-dimensional arrays of real numbers; the message names the argument.
+)";
+
+constexpr const char* kShaperDocstring = R"(Shapes a command as it comes, one sample at a time.
+
+What comes out is, to the last bit, what `shape_trajectory` with ``method="linear"`` and one sequence for all joints gives
+for the whole command at the times k `sample_time_s`.
+
+Parameters
+----------
+sequence : ImpulseSequence
+    The sequence of all joints.
+joints : int
+    Number of joints J.
+sample_time_s : float
+    Time between samples, finite and positive.
+
+Attributes
+----------
+at_rest : bool
+    Whether nothing would move any more without another sample.
+
+Raises
+------
+InvalidArgumentError
+    "joints must be non-negative."; "sample_time_s must be positive."
+MemoryError
+    Where memory runs out.
+TypeError, ValueError
+    For arguments of another kind; the message names the argument.
+
+Notes
+-----
+One shaper belongs to one thread.
+)";
+
+constexpr const char* kStepDocstring = R"(Take the next sample of the command, and return the shaped one of the same time.
+
+Raises
+------
+InvalidArgumentError
+    "raw sample must have the number of joints of the shaper."; "raw sample must contain only finite values."
+)";
+
+constexpr const char* kTailDocstring = R"(Soft stop: take the last sample once more, at rest, and return the shaped one.
+
+Raises
+------
+InvalidArgumentError
+    "no sample has been shaped yet."
+)";
+
+constexpr const char* kStopDocstring = R"(Hard stop: hold the last shaped position at rest, and forget the command.
+
+Raises
+------
+InvalidArgumentError
+    "no sample has been shaped yet."
+)";
+// clang-format on
+
+Eigen::Index ToCount(nb::handle source, const char* argument) {
+  std::int64_t count = 0;
+  if (PyBool_Check(source.ptr()) || !PyIndex_Check(source.ptr()) || !nb::try_cast(source, count)) {
+    RefuseType(source, argument, "an integer");
+  }
+  return static_cast<Eigen::Index>(count);
+}
+
+template <auto kField>
+nb::object View(Sample self) {
+  return ViewOf(self.p->*kField, self.h);
+}
+
+}  // namespace
+
+void RegisterStreamingShaper(nb::module_& module) {
+  nb::class_<JointSample> sample(module, "JointSample", kSampleDocstring);
+  sample
+      .def(
+          "__init__",
+          [](JointSample* place, nb::handle position, nb::handle velocity, nb::handle acceleration) {
+            new (place) JointSample{ToVector(position, "position"), ToVector(velocity, "velocity"),
+                                    ToVector(acceleration, "acceleration")};
+          },
+          nb::arg("position").none(), nb::arg("velocity").none(), nb::arg("acceleration").none())
+      .def_prop_ro("position", &View<&JointSample::position>)
+      .def_prop_ro("velocity", &View<&JointSample::velocity>)
+      .def_prop_ro("acceleration", &View<&JointSample::acceleration>)
+      .def(
+          "__eq__",
+          [](const JointSample& a, const JointSample& b) {
+            return SameBits(a.position, b.position) && SameBits(a.velocity, b.velocity) &&
+                   SameBits(a.acceleration, b.acceleration);
+          },
+          nb::is_operator());
+  AddRecordMethods(sample, {"position", "velocity", "acceleration"});
+
+  nb::class_<StreamingShaper>(module, "StreamingShaper", kShaperDocstring)
+      .def(
+          "__init__",
+          [](StreamingShaper* place, const shaping::ImpulseSequence& sequence, nb::handle joints,
+             nb::handle sample_time_s) {
+            new (place)
+                StreamingShaper(sequence, ToCount(joints, "joints"), ToDouble(sample_time_s, "sample_time_s"));
+          },
+          nb::arg("sequence"), nb::arg("joints").none(), nb::arg("sample_time_s").none())
+      .def(
+          "step", [](StreamingShaper& self, const JointSample& raw) { return JointSample(self.Step(raw)); },
+          nb::arg("raw"), kStepDocstring)
+      .def("step_tail", [](StreamingShaper& self) { return JointSample(self.StepTail()); }, kTailDocstring)
+      .def("hard_stop", [](StreamingShaper& self) { return JointSample(self.HardStop()); }, kStopDocstring)
+      .def_prop_ro("at_rest", &StreamingShaper::AtRest);
+}
+
+}  // namespace velmora::python

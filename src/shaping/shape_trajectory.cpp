@@ -1,0 +1,185 @@
+// Trajectories shaped by impulse sequences.
+// SPDX-License-Identifier: Apache-2.0
+#include "velmora/shaping/shape_trajectory.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <new>
+#include <optional>
+#include <utility>
+
+#include "native/finiteness.hpp"
+#include "native/throw_invalid_argument.hpp"
+#include "shaping/command_at_times.hpp"
+#include "shaping/impulse_sequence_sizes.hpp"
+#include "shaping/shaped_parts.hpp"
+#include "util/timing/trajectory_sizes.hpp"
+
+namespace velmora::shaping {
+namespace {
+
+using Eigen::Index;
+using native::ThrowInvalidArgument;
+
+// Samples that are shaped together: their copies, evaluated one after the other, stay in the processor's caches.
+constexpr Index kSamplesAtOnce = 256;
+// Counts beyond this cannot be held in any memory.
+constexpr double kMostSamples = 1e15;
+
+void CheckSequences(const std::vector<ImpulseSequence>& sequences, Index joints) {
+  const Index count = static_cast<Index>(sequences.size());
+  if (count != 1 && (count != joints || count == 0)) {
+    ThrowInvalidArgument("sequences must hold one sequence, or one per joint.");
+  }
+  for (const ImpulseSequence& sequence : sequences) CheckSizes(sequence);
+}
+
+// By how much each sequence is delayed so that all have the same centroid, and what all have in common then.
+struct Alignment {
+  std::vector<double> delays_s;
+  double lag_s = 0.0;
+  double added_duration_s = 0.0;
+};
+
+Alignment Align(const std::vector<ImpulseSequence>& sequences) {
+  Alignment alignment;
+  alignment.lag_s = sequences.front().centroid_s();
+  for (const ImpulseSequence& sequence : sequences) {
+    alignment.lag_s = std::max(alignment.lag_s, sequence.centroid_s());
+  }
+  for (const ImpulseSequence& sequence : sequences) {
+    alignment.delays_s.push_back(alignment.lag_s - sequence.centroid_s());
+    alignment.added_duration_s =
+        std::max(alignment.added_duration_s, alignment.delays_s.back() + sequence.duration_s());
+  }
+  return alignment;
+}
+
+// sum += amplitude * (copy - first)
+void AddCopy(double amplitude, const Matrix& copy, const Matrix& first, Matrix& sum) {
+  const double* const from = first.data();
+  const double* const to = copy.data();
+  double* const result = sum.data();
+  for (Index k = 0; k < sum.size(); ++k) result[k] += amplitude * (to[k] - from[k]);
+}
+
+// The shaped samples at these times, from column `column` on of the result.
+void ShapeColumns(const CommandAtTimes& command, const ImpulseSequence& sequence, double delay_s, const Vector& times_s,
+                  Index column, CommandRows& shaped) {
+  for (Index begin = 0; begin < times_s.size(); begin += kSamplesAtOnce) {
+    const Index count = std::min(kSamplesAtOnce, times_s.size() - begin);
+    const Vector delayed_s = times_s.segment(begin, count).array() - delay_s;
+    const CommandRows first = command.At(delayed_s);
+    CommandRows sum = first;
+    for (Index i = 1; i < sequence.times_s.size(); ++i) {
+      const CommandRows copy = command.At(delayed_s.array() - sequence.times_s[i]);
+      AddCopy(sequence.amplitudes[i], copy.positions, first.positions, sum.positions);
+      AddCopy(sequence.amplitudes[i], copy.velocities, first.velocities, sum.velocities);
+      AddCopy(sequence.amplitudes[i], copy.accelerations, first.accelerations, sum.accelerations);
+    }
+    const Index columns = sum.positions.cols();
+    shaped.positions.block(begin, column, count, columns) = sum.positions;
+    shaped.velocities.block(begin, column, count, columns) = sum.velocities;
+    shaped.accelerations.block(begin, column, count, columns) = sum.accelerations;
+  }
+}
+
+JointTrajectory OneJoint(const JointTrajectory& trajectory, Index joint, ResamplingMethod method) {
+  std::optional<Matrix> velocities;
+  std::optional<Matrix> accelerations;
+  if (method == ResamplingMethod::linear) {
+    CheckDerivatives(trajectory);
+    velocities = trajectory.velocities().col(joint);
+    accelerations = trajectory.accelerations().col(joint);
+  }
+  return JointTrajectory(trajectory.positions.col(joint), std::move(velocities), std::move(accelerations),
+                         trajectory.time, std::nullopt, std::nullopt);
+}
+
+CommandRows ShapeAll(const JointTrajectory& trajectory, const std::vector<ImpulseSequence>& sequences,
+                     const Alignment& alignment, const Vector& times_s, ResamplingMethod method) {
+  const Index joints = trajectory.positions.cols();
+  CommandRows shaped{Matrix(times_s.size(), joints), Matrix(times_s.size(), joints), Matrix(times_s.size(), joints)};
+  if (sequences.size() == 1) {
+    ShapeColumns(CommandAtTimes(trajectory, method), sequences.front(), 0.0, times_s, 0, shaped);
+    return shaped;
+  }
+  for (Index joint = 0; joint < joints; ++joint) {
+    const std::size_t k = static_cast<std::size_t>(joint);
+    const JointTrajectory one = OneJoint(trajectory, joint, method);
+    ShapeColumns(CommandAtTimes(one, method), sequences[k], alignment.delays_s[k], times_s, joint, shaped);
+  }
+  return shaped;
+}
+
+ShapedCommand Shape(const JointTrajectory& trajectory, const std::vector<ImpulseSequence>& sequences,
+                    const Vector& times_s, Index move_samples, const Alignment& alignment, ResamplingMethod method) {
+  const CommandRows shaped = ShapeAll(trajectory, sequences, alignment, times_s, method);
+  const Index last = trajectory.time.size() - 1;
+  const CommandAtTimes raw(trajectory, method);
+  Vector both_ends_s(last == 0 ? 1 : 2);
+  both_ends_s[0] = trajectory.time[0];
+  both_ends_s[both_ends_s.size() - 1] = trajectory.time[last];
+  const CommandRows ends = raw.At(both_ends_s);
+  const Index end = both_ends_s.size() - 1;
+  return {RowsOf(shaped, times_s, 0, move_samples),
+          RowsOf(shaped, times_s, move_samples, times_s.size() - move_samples),
+          alignment.added_duration_s,
+          alignment.lag_s,
+          ends.velocities.row(0),
+          ends.accelerations.row(0),
+          ends.velocities.row(end),
+          ends.accelerations.row(end)};
+}
+
+Index TailSamples(double added_duration_s, double sample_time_s) {
+  const double steps = std::ceil(added_duration_s / sample_time_s);
+  if (!(steps <= kMostSamples)) throw std::bad_alloc();
+  return static_cast<Index>(steps);
+}
+
+}  // namespace
+
+ShapedCommand ShapeTrajectory(const JointTrajectory& trajectory, const std::vector<ImpulseSequence>& sequences,
+                              double sample_time_s, ResamplingMethod method) {
+  util::timing::CheckSizes(trajectory);
+  CheckSequences(sequences, trajectory.positions.cols());
+  if (!native::IsFinite(sample_time_s) || sample_time_s <= 0.0) ThrowInvalidArgument("sample_time_s must be positive.");
+  const Alignment alignment = Align(sequences);
+  const Index samples = trajectory.time.size();
+  const Index tail_samples = TailSamples(alignment.added_duration_s, sample_time_s);
+  Vector times_s(samples + tail_samples);
+  times_s.head(samples) = trajectory.time;
+  for (Index k = 0; k < tail_samples; ++k) {
+    times_s[samples + k] = trajectory.time[samples - 1] + static_cast<double>(k + 1) * sample_time_s;
+  }
+  return Shape(trajectory, sequences, times_s, samples, alignment, method);
+}
+
+ShapedCommand ShapeTrajectory(const JointTrajectory& trajectory, const std::vector<ImpulseSequence>& sequences,
+                              const Vector& times_s, ResamplingMethod method) {
+  util::timing::CheckSizes(trajectory);
+  CheckSequences(sequences, trajectory.positions.cols());
+  if (!native::AllFinite(times_s)) ThrowInvalidArgument("times_s must contain only finite values.");
+  for (Index i = 1; i < times_s.size(); ++i) {
+    if (times_s[i] <= times_s[i - 1]) ThrowInvalidArgument("times_s must be strictly increasing.");
+  }
+  const double end_s = trajectory.time[trajectory.time.size() - 1];
+  const Index move_samples = std::upper_bound(times_s.begin(), times_s.end(), end_s) - times_s.begin();
+  return Shape(trajectory, sequences, times_s, move_samples, Align(sequences), method);
+}
+
+ShapedTrajectory JoinMoveAndTail(const ShapedCommand& command) {
+  CheckParts(command);
+  const Index samples = command.move.time.size();
+  const Index joints = command.move.positions.cols();
+  const Index all = samples + command.tail.time.size();
+  ShapedTrajectory joined{Matrix(all, joints), Matrix(all, joints), Matrix(all, joints), Vector(all)};
+  joined.positions << command.move.positions, command.tail.positions;
+  joined.velocities << command.move.velocities, command.tail.velocities;
+  joined.accelerations << command.move.accelerations, command.tail.accelerations;
+  joined.time << command.move.time, command.tail.time;
+  return joined;
+}
+
+}  // namespace velmora::shaping

@@ -1,0 +1,29 @@
+// The two parts of a shaped command: cut out, and checked.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "native/throw_invalid_argument.hpp"
+#include "shaping/command_at_times.hpp"
+#include "velmora/shaping/shape_trajectory.hpp"
+
+namespace velmora::shaping {
+
+inline ShapedTrajectory RowsOf(const CommandRows& rows, const Vector& times_s, Eigen::Index first, Eigen::Index count) {
+  return {rows.positions.middleRows(first, count), rows.velocities.middleRows(first, count),
+          rows.accelerations.middleRows(first, count), times_s.segment(first, count)};
+}
+
+inline bool HasShape(const ShapedTrajectory& part, Eigen::Index joints) {
+  const auto fits = [&](const Matrix& values) { return values.rows() == part.time.size() && values.cols() == joints; };
+  return fits(part.positions) && fits(part.velocities) && fits(part.accelerations);
+}
+
+/// @throws native::InvalidArgumentError "command parts must have matching sample and joint shapes"
+inline void CheckParts(const ShapedCommand& command) {
+  const Eigen::Index joints = command.move.positions.cols();
+  if (!HasShape(command.move, joints) || !HasShape(command.tail, joints)) {
+    native::ThrowInvalidArgument("command parts must have matching sample and joint shapes");
+  }
+}
+
+}  // namespace velmora::shaping

@@ -1,0 +1,9 @@
+# Runs `program table` and looks for what it prints, as a whole, in `document`.
+execute_process(
+  COMMAND ${program} ${table}
+  OUTPUT_VARIABLE printed COMMAND_ERROR_IS_FATAL ANY)
+file(READ ${document} text)
+string(FIND "${text}" "${printed}" position)
+if(position EQUAL -1)
+  message(FATAL_ERROR "not in ${document}:\n${printed}")
+endif()
