@@ -4,8 +4,8 @@
 
     PYTHONPATH=python fuzz/recordings.py SECONDS [SEED]
 
-A file that makes the readers raise anything else is kept beside this line's output. `python/tests/tools/formats` holds a
-short run of the same idea, with hypothesis.
+A file that makes the readers raise anything else is kept. `python/tests/tools/formats` holds a short run of the same
+idea, with hypothesis.
 """
 
 import random
@@ -66,9 +66,8 @@ def main(seconds: float, seed: int) -> int:
             faults += 1
             kept = path.rename(folder / f"fault_{faults}{suffix}")
             print(f"{kept}: {error!r}")
-    print(
-        f"{tried} files read with seed {seed}: {recordings} recordings, {tried - recordings - faults} errors, {faults} faults"
-    )
+    errors = tried - recordings - faults
+    print(f"{tried} files read with seed {seed}: {recordings} recordings, {errors} errors, {faults} faults")
     return int(faults > 0)
 
 
