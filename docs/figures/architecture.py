@@ -83,7 +83,8 @@ for pattern, targets_of in (("*.?pp", includes), ("*.py", imports)):
 
 used = {part for edge in edges for part in edge}
 print("digraph architecture {\n  rankdir=TB; newrank=true; bgcolor=white;")
-print('  node [shape=box, style="rounded,filled", fillcolor=white, color="#8a97a6", fontname="sans-serif", fontsize=11];')
+print('  node [shape=box, style="rounded,filled", fillcolor=white, color="#8a97a6"];')
+print('  node [fontname="sans-serif", fontsize=11];')
 print('  edge [color="#1f6fb2", fontname="sans-serif", fontsize=9, fontcolor="#8a97a6"];')
 for group, parts in reversed(PARTS.items()):
     print(f'  subgraph "cluster_{group}" {{\n    label="{TITLES[group]}"; style="rounded,filled"; color="#eef2f6";')

@@ -1,11 +1,12 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Compares the version and the date of the newest release in CHANGELOG.md with CITATION.cff and with the project's version."""
+"""Compares the newest release in CHANGELOG.md with CITATION.cff and with the project's version."""
 import re
 import sys
 from pathlib import Path
 
 root, version = Path(sys.argv[1]), sys.argv[2]
-release = re.search(r"^## \[(\d+\.\d+\.\d+)\] - (\d{4}-\d{2}-\d{2})$", (root / "CHANGELOG.md").read_text(), re.MULTILINE)
+changes = (root / "CHANGELOG.md").read_text()
+release = re.search(r"^## \[(\d+\.\d+\.\d+)\] - (\d{4}-\d{2}-\d{2})$", changes, re.MULTILINE)
 if release is None:
     sys.exit("CHANGELOG.md: no section of the form '## [1.2.3] - 2000-01-31'")
 cited = dict(re.findall(r"^(version|date-released): (\S+)$", (root / "CITATION.cff").read_text(), re.MULTILINE))
