@@ -34,12 +34,21 @@ def test_split_gives_pieces_with_their_rows() -> None:
 
 
 def test_peaks_keep_their_sign_and_first_time() -> None:
-    given = vm.JointTrajectory(
-        np.zeros((4, 2)), velocities=[[0, 3], [2, -3], [-2, 1], [1, -1]], time=[0.0, 1.0, 2.0, 3.0]
-    )
-    found = peaks(given)["velocities"]
-    assert found.values.tolist() == [2.0, 3.0]
-    assert found.times_s.tolist() == [1.0, 0.0]
+    velocities = np.array([[0.0, 3.0], [2.0, -3.0], [-2.0, 1.0], [1.0, -1.0]])
+    found = peaks(np.arange(4.0), np.zeros((4, 2)), velocities)
+    assert found["velocities"].values.tolist() == [2.0, 3.0]
+    assert found["velocities"].times_s.tolist() == [1.0, 0.0]
+
+
+def test_peaks_are_those_of_the_trajectory_of_all_joints() -> None:
+    generator = np.random.default_rng(3)
+    time_s, positions = np.cumsum(generator.uniform(0.5, 1.5, 50)), generator.normal(size=(50, 4))
+    trajectory = vm.JointTrajectory(positions, time=time_s)
+    for level, found in peaks(time_s, positions).items():
+        values = getattr(trajectory, level)
+        rows = np.abs(values).argmax(axis=0)
+        assert found.values.tolist() == values[rows, range(4)].tolist()
+        assert found.times_s.tolist() == time_s[rows].tolist()
 
 
 def test_resampling_is_that_of_the_library_to_the_last_bit() -> None:

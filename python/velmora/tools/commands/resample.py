@@ -141,7 +141,10 @@ def _report(
 
 def _largest(joints: tuple[str, ...], pieces: list[Resampled]) -> list[JsonObject]:
     """The peaks over all pieces; times are those of the piece."""
-    found = [peaks(piece.trajectory) for piece in pieces]
+    found = []
+    for piece in pieces:
+        on_grid = piece.trajectory
+        found.append(peaks(on_grid.time, on_grid.positions, on_grid.velocities, on_grid.accelerations))
     entries = []
     for j, joint in enumerate(joints):
         entry: JsonObject = {"joint": joint}

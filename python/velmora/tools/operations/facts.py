@@ -14,7 +14,6 @@ from velmora.tools.operations.checked import CheckOptions, checked, faulty_cells
 from velmora.tools.operations.clock_verdict import ClockVerdict, clock_verdict
 from velmora.tools.operations.finite import all_finite
 from velmora.tools.operations.peaks import peaks
-from velmora.tools.operations.resample import trajectory_of
 from velmora.tools.recording import Recording
 
 JsonObject = dict[str, Any]
@@ -46,7 +45,8 @@ def peak_facts(recording: Recording, options: CheckOptions) -> JsonObject:
         fit = checked(recording, options)
     except DataError as error:
         return {"peaks": None, "fault": str(error)}
-    found = peaks(trajectory_of(fit))
+    assert fit.stamps is not None
+    found = peaks(fit.stamps.seconds(), fit.positions, fit.velocities, fit.accelerations, fit.jerks)
     return {
         "fault": None,
         "peaks": [

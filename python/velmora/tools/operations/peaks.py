@@ -29,9 +29,35 @@ class Peaks:
     times_s: NDArray[np.float64]
 
 
-def peaks(trajectory: vm.JointTrajectory) -> dict[str, Peaks]:
-    """The peaks of velocity, acceleration and jerk: as given to the trajectory, else three-point differences."""
-    return {level: _peaks_of(getattr(trajectory, level), trajectory.time) for level in LEVELS}
+Given = NDArray[np.float64] | None
+
+
+def peaks(
+    time_s: NDArray[np.float64],
+    positions: NDArray[np.float64],
+    velocities: Given = None,
+    accelerations: Given = None,
+    jerks: Given = None,
+) -> dict[str, Peaks]:
+    """The peaks of velocity, acceleration and jerk: as given, else three-point differences.
+
+    One joint after the other, so that derivatives of a long recording take the memory of one joint.
+    """
+    found: dict[str, list[Peaks]] = {level: [] for level in LEVELS}
+    for j in range(positions.shape[1]):
+
+        def column(values: Given, j: int = j) -> Given:
+            return None if values is None else values[:, j : j + 1]
+
+        joint = vm.JointTrajectory(
+            positions[:, j : j + 1], column(velocities), column(accelerations), time_s, jerks=column(jerks)
+        )
+        for level in LEVELS:
+            found[level].append(_peaks_of(getattr(joint, level), time_s))
+    return {
+        level: Peaks(np.array([peak.values[0] for peak in entries]), np.array([peak.times_s[0] for peak in entries]))
+        for level, entries in found.items()
+    }
 
 
 def _peaks_of(values: NDArray[np.float64], time_s: NDArray[np.float64]) -> Peaks:
