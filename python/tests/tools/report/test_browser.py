@@ -294,3 +294,28 @@ def test_broken_data_are_told_and_the_tables_stay(browser: Any, file: Path, tmp_
     assert page.locator("#trouble").inner_text().startswith("The curves cannot be drawn: ")
     assert page.locator("#violations").is_visible()
     page.close()
+
+
+def test_lines_break_at_gaps(opening: Any, tmp_path: Path) -> None:
+    data = sample_data(with_after=False)
+    path = tmp_path / "gap.html"
+    path.write_bytes(build(replace(data, limits={}, violations=(), joints=("a", "b", "c"))))
+    opened = opening(path)
+    gap = int(data.before.gaps[0])
+    start, end = (float(time) for time in data.before.times[[gap, gap + 1]])
+    opened.page.evaluate(f"velmoraReport.zoomTo(null, {{from: {start - 1}, to: {end + 1}}})")
+    opened.settle()
+    # Colours, not greys, in the column of pixels at a time.
+    coloured = """(time) => {
+      const { plot } = velmoraReport.charts[0];
+      const x = Math.round(plot.valToPos(time, "x", true));
+      const { data } = plot.ctx.getImageData(x, plot.bbox.top, 1, plot.bbox.height);
+      let count = 0;
+      for (let i = 0; i < data.length; i += 4) {
+        const [red, green, blue, alpha] = data.subarray(i, i + 4);
+        count += alpha > 0 && Math.max(red, green, blue) - Math.min(red, green, blue) > 60;
+      }
+      return count;
+    }"""
+    assert opened.page.evaluate(coloured, (start + end) / 2) == 0
+    assert opened.page.evaluate(coloured, start - 0.5) >= 3
