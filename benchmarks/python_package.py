@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 # Times the Python package beside the C++ library, scipy and numpy, and prints the tables for docs/performance.md.
 """
-python_package.py [--write]       needs the package (PYTHONPATH) and build/benchmark (./scripts/benchmark-python)
+python_package.py [--write]       needs the package (PYTHONPATH); without build/benchmark there are no rows of C++
 python_package.py --child SAMPLES ROUNDS     one process of it: microseconds of each call, as JSON
 """
 
@@ -79,6 +79,8 @@ def run(command, tunables):
 
 
 def cpp_rounds(samples, tunables):
+    if not PROGRAM.exists():
+        return
     names = "|".join(CPP.values())
     command = [PROGRAM, f"--benchmark_filter=^({names})/library/{samples}/{JOINTS}$", "--benchmark_format=json"]
     command += [
@@ -143,7 +145,7 @@ def table(medians):
         for state, words in (("start", "as Python starts"), ("warm", "warm")):
             runs = [medians[state, size] for size in sizes]
             row(f"{title}, {words}", "microseconds", [run[job] for run in runs])
-            if job in CPP:
+            if job in CPP and PROGRAM.exists():
                 cpp = f"{CPP[job]}/C++"
                 bounded = factor if job in ("cubic", "linear") else None
                 row("", "more than in C++", [run[job] - run[cpp] for run in runs], overhead)

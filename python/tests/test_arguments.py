@@ -83,7 +83,6 @@ def test_a_matrix_is_taken(kind: str) -> None:
         np.array([0.0, 0.5, 1.0], np.float32),
         np.array([0.0, 9.0, 0.5, 9.0, 1.0])[::2],
         pd.Series([0.0, 0.5, 1.0], index=[5, 6, 7]),
-        pd.Series([0.0, 0.5, 1.0], dtype="float64[pyarrow]"),
         range(3),
     ],
 )
