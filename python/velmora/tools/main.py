@@ -18,6 +18,10 @@ COMMANDS = {
     "check": "Hold recordings against the limits of a robot.",
     "plot": "Draw recordings as png, svg or pdf.",
     "report": "Write a report that opens in a browser, one HTML file.",
+    "identify": "Find the vibration modes of a machine in a recording.",
+    "shapers": "Compare input shapers for the modes of a machine, and name three.",
+    "shape": "Shape a move so that it leaves less vibration.",
+    "verify": "Hold the vibration after shaping against what was predicted.",
     "convert": "Write a recording in another format, the same numbers to the last bit.",
     "completion": "Print the completion of commands and options for a shell.",
 }

@@ -150,7 +150,7 @@ def _resample_piece(recording: Recording, options: ResampleOptions, gaps: Gaps) 
     values = _columns(recording, on_grid, options.columns)
     result = replace(
         recording,
-        stamps=_stamps_from(recording, on_grid.time),
+        stamps=stamps_from(recording, on_grid.time),
         positions=values["positions"],
         velocities=values.get("velocities"),
         accelerations=values.get("accelerations"),
@@ -215,7 +215,7 @@ def _columns(
     return values
 
 
-def _stamps_from(recording: Recording, grid_s: NDArray[np.float64]) -> Stamps:
+def stamps_from(recording: Recording, grid_s: NDArray[np.float64]) -> Stamps:
     """The times of the grid with the origin of the recording."""
     assert recording.stamps is not None
     origin = recording.stamps.origin

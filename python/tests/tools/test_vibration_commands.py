@@ -1,0 +1,189 @@
+# SPDX-License-Identifier: Apache-2.0
+"""From a vibrating machine to a calm one by commands, on the simulated machine of the examples."""
+
+import json
+import runpy
+from pathlib import Path
+
+import numpy as np
+import pytest
+from velmora import shaping
+from velmora.tools.main import run
+
+GENERATOR = Path(__file__).parents[3] / "examples" / "data" / "generate_vibrating_machine.py"
+
+
+@pytest.fixture(scope="module")
+def machine(tmp_path_factory: pytest.TempPathFactory) -> Path:
+    """A folder with ringdown.csv, move.csv and before.csv, what the encoders see of the raw move."""
+    folder = tmp_path_factory.mktemp("machine")
+    generate = runpy.run_path(str(GENERATOR))["main"]
+    generate([str(folder)])
+    generate(["--run", str(folder / "move.csv"), str(folder / "before.csv")])
+    return folder
+
+
+@pytest.fixture
+def here(machine: Path, monkeypatch: pytest.MonkeyPatch) -> Path:
+    """The machine's folder as the current one."""
+    monkeypatch.chdir(machine)
+    return machine
+
+
+def drive(command: str, measured: str) -> None:
+    """Let the machine follow a command."""
+    runpy.run_path(str(GENERATOR))["main"](["--run", command, measured])
+
+
+def as_json(capsys: pytest.CaptureFixture[str], *arguments: str, code: int = 0) -> dict:  # type: ignore[type-arg]
+    """What a command prints with --json."""
+    capsys.readouterr()
+    assert run([*arguments, "--json"]) == code
+    found: dict = json.loads(capsys.readouterr().out)  # type: ignore[type-arg]
+    return found
+
+
+def test_three_commands_lead_from_a_ring_down_to_a_calm_move(here: Path, capsys: pytest.CaptureFixture[str]) -> None:
+    assert run(["identify", "ringdown.csv", "--plot", "modes.png"]) == 0
+    text = capsys.readouterr().out
+    assert "--mode 5:0.02" in text and "--mode 12:0.0" in text
+    assert run(["shapers", "--measured", "ringdown.csv", "--plot", "shapers.png"]) == 0
+    text = capsys.readouterr().out
+    assert "fast:" in text and "balanced:" in text and "safe:" in text and "measured in ringdown.csv" in text
+    assert run(["shape", "move.csv", "--measured", "ringdown.csv", "-o", "calm.csv", "--plot", "left.png"]) == 0
+    for picture in ("modes.png", "shapers.png", "left.png"):
+        content = (here / picture).read_bytes()
+        assert content.startswith(b"\x89PNG") and len(content) > 20_000
+    drive("calm.csv", "after.csv")
+    assert run(["verify", "before.csv", "after.csv", "--measured", "ringdown.csv", "--plot", "verified.svg"]) == 0
+    assert "as predicted" in capsys.readouterr().out
+
+
+def test_identify_reports_intervals_that_hold_the_truth(here: Path, capsys: pytest.CaptureFixture[str]) -> None:
+    found = as_json(capsys, "identify", "ringdown.csv")
+    assert found["command"] == "identify" and found["resampled"]
+    for mode, (frequency, damping) in zip(found["modes"], ((5.0, 0.02), (12.0, 0.05)), strict=True):
+        assert mode["frequency_hz"]["low"] <= frequency <= mode["frequency_hz"]["high"]
+        assert mode["damping_ratio"]["low"] <= damping <= mode["damping_ratio"]["high"]
+        assert list(mode["amplitudes"]) == ["base", "shoulder", "elbow"]
+
+
+def test_identify_refuses_with_the_name_of_the_file(here: Path, capsys: pytest.CaptureFixture[str]) -> None:
+    assert run(["identify", "ringdown.csv", "--from", "2.98"]) == 1
+    assert capsys.readouterr().err.startswith("ringdown.csv: ")
+
+
+def test_identify_finds_the_rest_after_a_move(here: Path, capsys: pytest.CaptureFixture[str]) -> None:
+    found = as_json(capsys, "identify", "before.csv")
+    assert 0.45 <= found["start_s"] <= 0.65
+    assert found["modes"][0]["frequency_hz"]["value"] == pytest.approx(5.0, abs=0.005)
+
+
+def test_the_three_answers_keep_their_promise(here: Path, capsys: pytest.CaptureFixture[str]) -> None:
+    found = as_json(capsys, "shapers", "--mode", "5:0.02")
+    times = [found["answers"][name]["added_s"] for name in ("fast", "balanced", "safe")]
+    assert times == sorted(times)
+    mode = shaping.VibrationMode(5.0, 0.02)
+    for name, share in (("fast", 0.01), ("balanced", 0.11), ("safe", 0.21)):
+        answer = found["answers"][name]
+        assert min(answer["amplitudes"]) > 0.0
+        sequence = shaping.ImpulseSequence(answer["times_s"], answer["amplitudes"])
+        band = np.linspace(5.0 * (1.0 - share), 5.0 * (1.0 + share), 301)
+        assert np.max(shaping.residual_over_frequency(sequence, mode, band)) <= 0.0501
+        assert 0.0 < answer["stretched_instead"] < 1.0
+    zv = next(shaper for shaper in found["shapers"] if shaper["name"] == "zv")
+    shifts = {entry["shift"]: entry["residual"] for entry in zv["residuals"]}
+    assert shifts[0.0] < 1e-9
+    assert shifts[0.1] == pytest.approx(0.1564, abs=0.02)
+
+
+def test_a_range_replaces_what_is_assumed(here: Path, capsys: pytest.CaptureFixture[str]) -> None:
+    found = as_json(capsys, "shapers", "--mode", "5:0.02", "--range", "4.5:5.5")
+    assert (found["modes"][0]["low_hz"], found["modes"][0]["high_hz"]) == (4.5, 5.5)
+    assert "4.5 to 5.5 Hz" in found["answers"]["fast"]["reason"]
+    fast = found["answers"]["fast"]
+    sequence = shaping.ImpulseSequence(fast["times_s"], fast["amplitudes"])
+    band = np.linspace(4.5, 5.5, 301)
+    assert np.max(shaping.residual_over_frequency(sequence, shaping.VibrationMode(5.0, 0.02), band)) <= 0.0501
+
+
+def test_shaping_keeps_the_promise_of_its_report(here: Path, capsys: pytest.CaptureFixture[str]) -> None:
+    (here / "limits.yaml").write_text(
+        "joint_limits:\n  base:\n    has_velocity_limits: true\n    max_velocity: 5.0\n", encoding="utf-8"
+    )
+    report = as_json(
+        capsys,
+        *("shape", "move.csv", "--mode", "5:0.02", "--shaper", "zvd", "--weight", "0.7"),
+        *("-o", "calm7.csv", "--limits", "limits.yaml", "--period", "0.01"),
+    )
+    assert report["added_s"] == pytest.approx(0.2, rel=1e-3)
+    assert 0.0 < report["lag_s"] < 0.1
+    (mode,) = report["modes"]
+    # The sequence of the blend is 0.3 of nothing and 0.7 of a shaper that leaves nothing.
+    decay = np.exp(-0.02 * 2.0 * np.pi * 5.0 * report["added_s"])
+    assert mode["predicted"] == pytest.approx(0.3 * decay, rel=1e-6)
+    assert mode["swing_after"] / mode["swing_before"] == pytest.approx(mode["predicted"], rel=0.01)
+    assert mode["delays_rounded"] == pytest.approx(mode["predicted"], abs=0.02)
+    for peak in report["peaks"]:
+        if peak["quantity"] != "jerk":
+            assert abs(peak["after"]) <= abs(peak["before"]) * 1.001
+    assert any(peak["limit"] is not None for peak in report["peaks"])
+    raw = np.loadtxt("move.csv", delimiter=",", skiprows=1)
+    calm = np.genfromtxt("calm7.csv", delimiter=",", skip_header=1)
+    assert calm.shape[0] == raw.shape[0] + round(0.2 / 0.004) + (1 if report["added_s"] > 0.2 else 0)
+    np.testing.assert_allclose(calm[-1, 1:4], raw[-1, 1:4], atol=1e-6)
+    drive("calm7.csv", "after7.csv")
+    verified = as_json(capsys, "verify", "before.csv", "after7.csv", "--mode", "5:0.02", "--weight", "0.7")
+    assert verified["modes"][0]["left"]["value"] == pytest.approx(mode["predicted"], abs=0.01)
+
+
+def test_verify_tells_a_shaper_that_was_not_used(here: Path, capsys: pytest.CaptureFixture[str]) -> None:
+    found = as_json(capsys, "verify", "before.csv", "before.csv", "--mode", "5:0.02", code=1)
+    assert not found["modes"][0]["as_predicted"]
+    assert found["modes"][0]["left"]["value"] > 0.8
+
+
+WRONG = [
+    (["shapers"], "modes of the machine: one of --mode 5:0.02 and --measured ringdown.csv was expected"),
+    (["shapers", "--mode", "five"], "--mode five: FREQUENCY:DAMPING in Hz and as a ratio was expected, such as 5:0.02"),
+    (["shapers", "--mode", "5:1.5"], "VibrationMode.damping_ratio must be in [0, 1)."),
+    (["shapers", "--mode", "5", "--range", "6:7"], "--range 6:7: LOW:HIGH in Hz around the mode at 5 Hz was expected"),
+    (["shapers", "--mode", "5", "--range", "4:6", "--range", "4:6"], "--range: 2 ranges for 1 mode; one for each"),
+    (["shapers", "--mode", "5", "--plot", "a.gif"], "--plot a.gif: .png, .svg or .pdf was expected"),
+    (["shape", "move.csv", "--mode", "5", "-o", "-", "--json"], "--json -o -: both go to standard output"),
+]
+
+
+@pytest.mark.parametrize(("arguments", "message"), WRONG)
+def test_wrong_usage_is_explained(
+    here: Path, capsys: pytest.CaptureFixture[str], arguments: list[str], message: str
+) -> None:
+    assert run(arguments) == 2
+    assert message in capsys.readouterr().err
+
+
+def test_outputs_are_not_replaced_unasked(here: Path, capsys: pytest.CaptureFixture[str]) -> None:
+    (here / "taken.csv").write_text("mine", encoding="utf-8")
+    assert run(["shape", "move.csv", "--mode", "5:0.02", "-o", "taken.csv"]) == 2
+    assert "exists already" in capsys.readouterr().err
+    assert (here / "taken.csv").read_text(encoding="utf-8") == "mine"
+
+
+def test_a_report_of_each_command_has_its_section(here: Path, capsys: pytest.CaptureFixture[str]) -> None:
+    from velmora.tools.report import build
+    from velmora.tools.report.data import ReportData, Track
+
+    try:
+        build(ReportData("x", ("j",), Track(np.arange(2.0), {"positions": np.zeros((2, 1))})))
+    except Exception as error:
+        pytest.skip(f"the report's plotting library is not built in here: {error}")
+    drive("move.csv", "same.csv")
+    for arguments, title in (
+        (["identify", "ringdown.csv"], "Vibration"),
+        (["shapers", "--mode", "5:0.02"], "Shapers"),
+        (["shape", "move.csv", "--mode", "5:0.02", "-o", "reported.csv"], "What is left of the vibration"),
+        (["verify", "before.csv", "same.csv", "--mode", "5:0.02", "--weight", "0"], "Measured against predicted"),
+    ):
+        name = f"{arguments[0]}.html"
+        assert run([*arguments, "--report", name]) == 0
+        assert title in (here / name).read_text(encoding="utf-8")

@@ -1,0 +1,163 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Shapes a recorded move for some modes, and says what that costs and what it leaves."""
+
+from __future__ import annotations
+
+from dataclasses import dataclass, replace
+
+import numpy as np
+import velmora as vm
+from numpy.typing import NDArray
+from velmora import shaping
+from velmora.tools.operations.peaks import Peaks, peaks
+from velmora.tools.operations.resample import stamps_from, trajectory_of
+from velmora.tools.operations.vibration import KnownMode, amplitude, design, response, rounded, worst_residual
+from velmora.tools.recording import Recording
+
+Array = NDArray[np.float64]
+
+# A quarter of a swing at 20 steps a swing moves an amplitude by less than a thousandth.
+STEPS_PER_SWING = 40.0
+# Ends of a move that carry more than this share of its peak velocity or acceleration are not at rest.
+AT_REST = 0.01
+
+
+@dataclass(frozen=True)
+class ShapeOptions:
+    """Which shaper, how much of it, and the period of the controller that will run it."""
+
+    known: tuple[KnownMode, ...]
+    shaper: str
+    weight: float = 1.0
+    period_s: float | None = None
+    method: str = "cubic"
+
+
+@dataclass(frozen=True)
+class Left:
+    """What a command leaves of a mode, in the unit of the positions and as a share of the raw command's."""
+
+    known: KnownMode
+    raw: float
+    shaped: float
+    predicted: float  # the share by the sequence alone
+    worst: float  # the same over the frequencies at which the mode may lie
+    times_s: Array
+    raw_swing: Array  # of the joint that swings most
+    shaped_swing: Array
+
+
+@dataclass(frozen=True)
+class Shaped:
+    """The shaped move and its report."""
+
+    recording: Recording
+    raw: vm.JointTrajectory
+    trajectory: vm.JointTrajectory
+    sequence: shaping.ImpulseSequence  # that the blend amounts to
+    added_s: float
+    lag_s: float
+    path_deviation: float
+    peaks_before: dict[str, Peaks]
+    peaks_after: dict[str, Peaks]
+    left: tuple[Left, ...]
+    period_s: float
+    rounded: tuple[float, ...]  # residual per mode with the delays rounded to the period
+    warnings: tuple[str, ...]
+
+
+def shape(recording: Recording, options: ShapeOptions) -> Shaped:
+    """Shape a checked recording: as long as before, and the tail until all copies have ended.
+
+    Raises
+    ------
+    ValueError
+        Where there is no shaper of that kind for the modes, or the spline fails.
+    """
+    raw = trajectory_of(recording)
+    sequence = design(options.shaper, options.known)
+    period = float(np.median(np.diff(raw.time))) if options.period_s is None else options.period_s
+    tail_step = float(np.median(np.diff(raw.time)))
+    shaped = shaping.shape_trajectory(raw, sequence, sample_time_s=tail_step, method=options.method)
+    blended = shaping.blend_shaped_trajectory(raw, shaped, options.weight)
+    whole = shaping.join_move_and_tail(blended)
+    trajectory = vm.JointTrajectory(
+        whole.positions, velocities=whole.velocities, accelerations=whole.accelerations, time=whole.time
+    )
+    effective = shaping.blended_sequence(sequence, options.weight)
+    short = shaping.blended_sequence(rounded(sequence, period), options.weight)
+    return Shaped(
+        recording=_recording_of(recording, whole),
+        raw=raw,
+        trajectory=trajectory,
+        sequence=effective,
+        added_s=blended.added_duration_s if options.weight > 0.0 else 0.0,
+        lag_s=effective.centroid_s,
+        path_deviation=shaping.path_deviation(raw, blended),
+        peaks_before=peaks(raw),
+        peaks_after=peaks(trajectory),
+        left=tuple(_left(k, raw, trajectory, effective) for k in options.known),
+        period_s=period,
+        rounded=tuple(shaping.residual_vibration(short, k.mode) for k in options.known),
+        warnings=_warnings(recording, blended, raw),
+    )
+
+
+def _recording_of(recording: Recording, whole: vm.ShapedTrajectory) -> Recording:
+    return replace(
+        recording,
+        stamps=stamps_from(recording, whole.time),
+        positions=whole.positions,
+        velocities=whole.velocities,
+        accelerations=whole.accelerations,
+        jerks=None,
+        efforts=None,
+        rows=np.arange(1, len(whole.time) + 1),
+        missing=None,
+    )
+
+
+def swing_of(trajectory: vm.JointTrajectory, mode: shaping.VibrationMode, until_s: float) -> tuple[Array, Array]:
+    """Even times to `until_s`, and the swing (N, J) of the mode on top of every joint over them."""
+    step = min(1.0 / (STEPS_PER_SWING * mode.frequency_hz), float(np.median(np.diff(trajectory.time))))
+    times = np.arange(round(until_s / step) + 1) * step
+    columns = [np.interp(times, trajectory.time, column, right=0.0) for column in trajectory.accelerations.T]
+    return times, response(times, np.column_stack(columns), mode)
+
+
+def _left(
+    known: KnownMode, raw: vm.JointTrajectory, shaped: vm.JointTrajectory, sequence: shaping.ImpulseSequence
+) -> Left:
+    mode = known.mode
+    until = float(shaped.time[-1]) + 3.0 / mode.frequency_hz
+    times, before = swing_of(raw, mode, until)
+    _, after = swing_of(shaped, mode, until)
+    step = float(times[1])
+    last_raw, last_shaped = amplitude(before, mode, step), amplitude(after, mode, step)
+    joint = int(np.argmax(last_raw))
+    # Back to the end of each move, where the residual is defined.
+    rate = 2.0 * np.pi * mode.frequency_hz * mode.damping_ratio
+    growths = [float(np.exp(rate * (times[-1] - move.time[-1]))) for move in (raw, shaped)]
+    return Left(
+        known,
+        float(last_raw[joint]) * growths[0],
+        float(last_shaped[joint]) * growths[1],
+        shaping.residual_vibration(sequence, mode),
+        worst_residual(sequence, (known,)),
+        times,
+        before[:, joint],
+        after[:, joint],
+    )
+
+
+def _warnings(recording: Recording, command: shaping.ShapedCommand, raw: vm.JointTrajectory) -> tuple[str, ...]:
+    found = []
+    fastest = float(np.max(np.abs(raw.velocities), initial=0.0))
+    for where, velocity in (("start", command.start_velocity), ("end", command.end_velocity)):
+        most = float(np.max(np.abs(velocity), initial=0.0))
+        if most > AT_REST * fastest:
+            found.append(
+                f"{recording.source}: the move does not {where} at rest (velocity {most:.3g}); rest was expected; the "
+                "shaper splits this step into smaller ones but does not remove it"
+            )
+    return tuple(found)
