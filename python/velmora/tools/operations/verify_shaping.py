@@ -139,7 +139,7 @@ def _fit(recording: Recording, times_s: Array, start_s: float, poles: Poles) -> 
     times = times_s[inside] - start_s
     found = project(times, recording.positions[inside], np.ones(recording.positions.shape[1]), poles)
     columns = basis(times, poles)
-    noise = np.sqrt(np.sum(found.residuals**2, axis=0) / max(1, times.size - poles.linear_count))
+    noise: Array = np.sqrt(np.sum(found.residuals**2, axis=0) / max(1, times.size - poles.linear_count))
     return _Decay(found.coefficients, np.linalg.inv(columns.T @ columns), noise)
 
 
