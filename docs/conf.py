@@ -34,6 +34,7 @@ architecture.write_bytes(draw.stdout)
 
 exclude_patterns = ["snippets", "node_modules"]
 nitpicky = True
+suppress_warnings = ["myst.header"]  # the reports at the top skip a level of heading
 
 # Pages are Markdown; code cells run while the site is built, and an error in one ends the build.
 myst_enable_extensions = ["amsmath", "attrs_inline", "colon_fence", "deflist", "dollarmath"]
