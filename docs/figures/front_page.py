@@ -9,7 +9,7 @@ from velmora import shaping
 mode = shaping.VibrationMode(frequency_hz=5.0, damping_ratio=0.02)
 time = np.arange(0.0, 2.001, 0.001)
 raw = vm.JointTrajectory(vm.smootherstep(time / 0.35)[:, None], time=time)
-shaped = shaping.shape_trajectory(raw, shaping.zvd(mode), time).trajectory
+shaped = shaping.shape_trajectory(raw, shaping.zvd(mode), times_s=time).move
 w, z = 2 * np.pi * mode.frequency_hz, mode.damping_ratio
 machine = ([w**2], [1.0, 2 * z * w, w**2])
 

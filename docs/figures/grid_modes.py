@@ -28,6 +28,6 @@ for row, (mode, sentence) in zip(panels, MODES.items()):
     row[0].set_title(f"{mode}: {sentence}", loc="left", fontsize=9, weight="bold")
     row[0].set(xlim=(-0.04, 1.26), ylabel="position in rad")
     row[1].set(xlim=(0.8, 1.26))
-    row[1].text(grid.time[-1], 1.04, f"ends at {grid.time[-1]:.3g} s", ha="center", fontsize=8)
+    row[1].text(0.82, -0.3, f"ends at {grid.time[-1]:.3g} s", fontsize=8)
 panels[-1, 0].set_xlabel("time in s; the move ends at the dashed line")
 panels[-1, 1].set_xlabel("the end, enlarged")
