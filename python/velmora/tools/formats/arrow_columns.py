@@ -9,6 +9,7 @@ from typing import TYPE_CHECKING
 
 import numpy as np
 from numpy.typing import NDArray
+
 from velmora.tools.formats import stamps as clock
 from velmora.tools.formats.plan import Plan
 from velmora.tools.recording import QUANTITIES, Layout, Note, Recording, Stamps
@@ -63,10 +64,18 @@ def numbers(column: pa.Array) -> tuple[NDArray[np.float64], NDArray[np.bool_] | 
         column = column.combine_chunks()
     if column.type != pa.float64():
         column = pc.cast(column, pa.float64(), safe=False)
+    start, stop = column.offset, column.offset + len(column)
+    if start == stop:
+        return np.empty(0), None
+    # Straight from Arrow's memory: its own conversion would import pandas first (half a second).
+    there, content = column.buffers()
+    values = np.frombuffer(content, np.float64, count=stop)[start:]
     if column.null_count == 0:
-        return column.to_numpy(zero_copy_only=True), None
-    absent = column.is_null().to_numpy(zero_copy_only=False)
-    return column.to_numpy(zero_copy_only=False), absent
+        return values, None
+    absent = np.unpackbits(np.frombuffer(there, np.uint8), count=stop, bitorder="little")[start:] == 0
+    values = values.copy()
+    values[absent] = np.nan
+    return values, absent
 
 
 def _list_matrix(column: pa.Array, elements: int) -> NDArray[np.float64]:
@@ -173,9 +182,18 @@ def stamps_at_rate(rate_hz: float | None, samples: int) -> Stamps | None:
 
 def cells(whole: Recording, quantity: str, joint: int, rows: slice) -> pa.Array:
     """Cells to write, empty where the file had none; a NaN in a given derivative is always one that was missing."""
-    import pyarrow as pa
-
     values = np.ascontiguousarray(getattr(whole, quantity)[rows, joint])
     if quantity != "positions":
-        return pa.array(values, mask=np.isnan(values))
-    return pa.array(values, mask=None if whole.missing is None else np.ascontiguousarray(whole.missing[rows, joint]))
+        return arrow_array(values, np.isnan(values))
+    return arrow_array(values, None if whole.missing is None else whole.missing[rows, joint])
+
+
+def arrow_array(values: NDArray[np.generic], absent: NDArray[np.bool_] | None = None) -> pa.Array:
+    """Doubles or 64-bit integers for Arrow, whose own conversion would import pandas first (half a second)."""
+    import pyarrow as pa
+
+    there = None
+    if absent is not None and absent.any():
+        there = pa.py_buffer(np.packbits(~absent, bitorder="little"))
+    kind = pa.int64() if values.dtype == np.int64 else pa.float64()
+    return pa.Array.from_buffers(kind, len(values), [there, pa.py_buffer(np.ascontiguousarray(values))])

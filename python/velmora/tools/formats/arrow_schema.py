@@ -8,6 +8,7 @@ from typing import TYPE_CHECKING
 
 import numpy as np
 from numpy.typing import NDArray
+
 from velmora.tools.columns import meaning, written_columns
 from velmora.tools.errors import DataError
 from velmora.tools.formats import addresses, arrow_columns, text_times
@@ -187,7 +188,7 @@ def tables(recording: Recording, quantities: tuple[str, ...]) -> Iterator[pa.Tab
             if column.quantity == "time":
                 assert stored is not None
                 fields.append(stored[0])
-                arrays.append(pa.array(stored[1][rows]))
+                arrays.append(arrow_columns.arrow_array(stored[1][rows]))
             elif column.element is not None:
                 lists.setdefault(column.name, []).append(column)
                 if len(lists[column.name]) == 1:
@@ -199,7 +200,7 @@ def tables(recording: Recording, quantities: tuple[str, ...]) -> Iterator[pa.Tab
         for name, parts in lists.items():
             place = next(index for index, array in enumerate(arrays) if array is None)
             matrix = np.stack([getattr(recording, part.quantity)[rows, joints[part.joint]] for part in parts], axis=1)
-            arrays[place] = pa.FixedSizeListArray.from_arrays(pa.array(matrix.ravel()), len(parts))
+            arrays[place] = pa.FixedSizeListArray.from_arrays(arrow_columns.arrow_array(matrix.ravel()), len(parts))
             fields[place] = pa.field(name, arrays[place].type)
         yield pa.table(arrays, schema=pa.schema(fields))
 

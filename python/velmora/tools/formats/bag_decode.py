@@ -11,6 +11,7 @@ from typing import NamedTuple
 
 import numpy as np
 from numpy.typing import NDArray
+
 from velmora.tools.columns import clean
 from velmora.tools.errors import DataError
 from velmora.tools.formats.bag_layout import BadMessage, Definitions, Layout, Span, walk

@@ -9,6 +9,7 @@ from collections.abc import Iterator
 
 import numpy as np
 from numpy.typing import NDArray
+
 from velmora.tools.formats import addresses
 from velmora.tools.formats.bag_contents import Contents
 from velmora.tools.formats.bag_decode import Block, Channel

@@ -7,6 +7,7 @@ from collections.abc import Sequence
 
 import numpy as np
 from numpy.typing import NDArray
+
 from velmora.tools.errors import DataError
 from velmora.tools.formats import addresses
 from velmora.tools.formats import stamps as clock

@@ -8,6 +8,7 @@ import struct
 from collections.abc import Iterator
 
 import numpy as np
+
 from velmora.tools.formats import addresses
 from velmora.tools.formats.bag_contents import Contents
 from velmora.tools.formats.bag_decode import Block, Channel

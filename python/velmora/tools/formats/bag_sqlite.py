@@ -8,6 +8,7 @@ from collections.abc import Iterator
 from urllib.parse import quote
 
 import numpy as np
+
 from velmora.tools.formats.bag_contents import Contents
 from velmora.tools.formats.bag_decode import Block, Channel
 

@@ -10,6 +10,7 @@ from pathlib import Path
 
 import numpy as np
 from numpy.typing import NDArray
+
 from velmora.tools.errors import DataError, UsageError
 from velmora.tools.formats.bag_decode import JOINT_STATE
 from velmora.tools.formats.bag_layout import walk

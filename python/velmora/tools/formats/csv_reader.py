@@ -9,6 +9,7 @@ from typing import TYPE_CHECKING
 
 import numpy as np
 from numpy.typing import NDArray
+
 from velmora.tools.errors import DataError
 from velmora.tools.formats import addresses, arrow_columns, csv_dialect, text_times
 from velmora.tools.formats.csv_dialect import COMMENT_MARKS, EMPTY_CELLS, Dialect

@@ -9,6 +9,7 @@ from typing import IO, Any
 
 import numpy as np
 from numpy.typing import NDArray
+
 from velmora.tools.columns import clean
 from velmora.tools.errors import DataError
 from velmora.tools.formats import addresses

@@ -10,6 +10,7 @@ from typing import IO
 import numpy as np
 from numpy.lib import format as npy
 from numpy.typing import NDArray
+
 from velmora.tools.columns import clean
 from velmora.tools.errors import DataError
 from velmora.tools.formats import addresses

@@ -9,6 +9,7 @@ from __future__ import annotations
 
 import numpy as np
 from numpy.typing import NDArray
+
 from velmora.tools.errors import DataError, UsageError
 from velmora.tools.recording import UNIT_NS, Stamps
 

@@ -7,9 +7,10 @@ from typing import TYPE_CHECKING
 
 import numpy as np
 from numpy.typing import NDArray
+
 from velmora.tools.errors import DataError
 from velmora.tools.formats import stamps as clock
-from velmora.tools.formats.arrow_columns import numbers
+from velmora.tools.formats.arrow_columns import arrow_array, numbers
 from velmora.tools.formats.csv_dialect import NUMBER, Dialect
 from velmora.tools.formats.plan import Plan
 from velmora.tools.recording import UNIT_NS, Stamps
@@ -136,14 +137,14 @@ def written(stamps: Stamps, rows: slice, unit_is_known: bool) -> pa.Array:
     values: NDArray[np.generic] = stamps.values[rows]
     if values.dtype == np.int64:
         if stamps.unit == "ns":
-            return pa.array(values)
+            return arrow_array(values)
         scale = UNIT_NS[stamps.unit]
         if np.abs(stamps.values[rows]).max(initial=0) >= clock.WHOLE_BELOW_NS:
             return _decimal_text(values.astype(np.int64, copy=False), _DECIMALS[stamps.unit], unit_is_known)
         values = stamps.values[rows] / scale
     else:
         values = stamps.values[rows] * (1e9 / UNIT_NS[stamps.unit])
-    text = pc.cast(pa.array(values), pa.string())
+    text = pc.cast(arrow_array(values), pa.string())
     if unit_is_known:
         return text
     return pc.replace_substring_regex(text, r"^(-?\d+)$", r"\1.0")
@@ -155,8 +156,8 @@ def _decimal_text(values: NDArray[np.int64], decimals: int, unit_is_known: bool)
     import pyarrow.compute as pc
 
     whole, rest = np.divmod(np.abs(values), 10**decimals)
-    sign = pc.if_else(pa.array(values < 0), "-", "")
-    digits = pc.utf8_lpad(pc.cast(pa.array(rest), pa.string()), decimals, "0")
-    text = pc.binary_join_element_wise(sign, pc.cast(pa.array(whole), pa.string()), "")
+    sign = pc.if_else(pc.less(arrow_array(values), 0), "-", "")
+    digits = pc.utf8_lpad(pc.cast(arrow_array(rest), pa.string()), decimals, "0")
+    text = pc.binary_join_element_wise(sign, pc.cast(arrow_array(whole), pa.string()), "")
     text = pc.utf8_rtrim(pc.binary_join_element_wise(text, digits, "."), "0")
     return pc.utf8_rtrim(text, ".") if unit_is_known else pc.replace_substring_regex(text, r"\.$", ".0")
