@@ -1,4 +1,5 @@
 // Blends of a raw trajectory with its shaped copy.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/shaping/blend_shaped_trajectory.hpp"
 
 #include <nanobind/nanobind.h>

@@ -1,4 +1,5 @@
 // Shaped trajectories: the class ShapedCommand and the functions around it.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/shaping/shape_trajectory.hpp"
 
 #include <nanobind/nanobind.h>

@@ -1,4 +1,5 @@
 // Shaping in a control loop: the classes JointSample and StreamingShaper.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/shaping/streaming_shaper.hpp"
 
 #include <nanobind/nanobind.h>

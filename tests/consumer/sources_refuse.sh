@@ -6,7 +6,7 @@ set -euo pipefail
 source_folder=$1
 shift
 # These hold no arithmetic: calls of others, a throw, a tag, a choice of names, a dispatch.
-without_arithmetic=(util/timing/cubic_resampling.cpp native/throw_invalid_argument.cpp native/eigen_abi.cpp util/timing/resampling_options.cpp
+without_arithmetic=(util/timing/cubic_resampling.cpp util/timing/trajectory_sizes.cpp native/throw_invalid_argument.cpp native/eigen_abi.cpp util/timing/resampling_options.cpp
   util/timing/resampling.cpp control/shaper/tail_blend.cpp)
 failed=0
 count=0

@@ -1,4 +1,5 @@
 // Memory: a control loop allocates none, and elsewhere every allocation that fails is reported without a trace.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
 #include <functional>

@@ -1,4 +1,5 @@
 // Blends of a raw trajectory with its shaped copy: values, derivatives, checks, and the closed form of their residual.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/shaping/blend_shaped_trajectory.hpp"
 
 #include <gtest/gtest.h>

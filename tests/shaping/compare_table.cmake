@@ -1,4 +1,5 @@
 # Runs `program table` and looks for what it prints, as a whole, in `document`.
+# SPDX-License-Identifier: Apache-2.0
 execute_process(
   COMMAND ${program} ${table}
   OUTPUT_VARIABLE printed COMMAND_ERROR_IS_FATAL ANY)

@@ -1,4 +1,5 @@
 // An arm of flexible joints, each with two vibration modes, simulated step by step by exact discretisation.
+// SPDX-License-Identifier: Apache-2.0
 #include "shaping/flexible_arm.hpp"
 
 #include <cmath>

@@ -1,4 +1,5 @@
 // An arm of flexible joints, each with two vibration modes, simulated step by step by exact discretisation.
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <vector>

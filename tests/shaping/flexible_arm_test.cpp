@@ -1,4 +1,5 @@
 // What is left of two modes of a simulated arm of seven joints: raw, under every shaper, and under blends of the two.
+// SPDX-License-Identifier: Apache-2.0
 #include "shaping/flexible_arm.hpp"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,6 @@
 // Prints digests of what the input-shaping library gives for thousands of calls, one line per routine.
 //   velmora_input_shaping_corpus [unsigned-zeros]   all zeros count as one, for an emulated processor that loses signs
+// SPDX-License-Identifier: Apache-2.0
 #include <cstdio>
 #include <exception>
 #include <optional>

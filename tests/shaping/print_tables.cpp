@@ -1,5 +1,6 @@
 // Prints the tables of docs/reference/shapers.md and the figures of docs/explanations/shaping_trades_time_for_calm.md.
 //   velmora_shaper_tables undamped | damped | specified | path
+// SPDX-License-Identifier: Apache-2.0
 #include <cmath>
 #include <cstdio>
 #include <optional>

@@ -1,4 +1,5 @@
 // Shaped trajectories: literal cases, a plain oracle, the checks, and what the ends report.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/shaping/shape_trajectory.hpp"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
 // Shaping sample by sample: the bits of the whole, the stops, the checks, and no allocation.
+// SPDX-License-Identifier: Apache-2.0
 #include "velmora/shaping/streaming_shaper.hpp"
 
 #include <gtest/gtest.h>

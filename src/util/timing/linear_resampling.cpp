@@ -6,6 +6,7 @@
 #include <optional>
 #include <utility>
 
+#include "native/exact_arithmetic.hpp"
 #include "native/throw_invalid_argument.hpp"
 #include "util/timing/linear_interpolation.hpp"
 #include "util/timing/resampled_parts.hpp"
