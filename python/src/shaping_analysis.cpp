@@ -162,10 +162,12 @@ void RegisterAnalysis(nb::module_& module) {
   band.def(
           "__init__",
           [](InsensitivityBand* place, nb::handle low_hz, nb::handle high_hz, nb::handle width) {
-            new (place) InsensitivityBand{ToDouble(low_hz, "low_hz"), ToDouble(high_hz, "high_hz"),
-                                          ToDouble(width, "width")};
+            new (place)
+                InsensitivityBand{ToDouble(low_hz, "low_hz"), ToDouble(high_hz, "high_hz"), ToDouble(width, "width")};
           },
-          nb::arg("low_hz").none(), nb::arg("high_hz").none(), nb::arg("width").none())
+          nb::arg("low_hz").none(), nb::arg("high_hz").none(), nb::arg("width").none(),
+          nb::sig("def __init__(self, low_hz: velmora._typing.Real, high_hz: velmora._typing.Real, width: "
+                  "velmora._typing.Real) -> None"))
       .def_prop_ro("low_hz", [](const InsensitivityBand& self) { return self.low_hz; })
       .def_prop_ro("high_hz", [](const InsensitivityBand& self) { return self.high_hz; })
       .def_prop_ro("width", [](const InsensitivityBand& self) { return self.width; })
@@ -174,7 +176,7 @@ void RegisterAnalysis(nb::module_& module) {
           [](const InsensitivityBand& a, const InsensitivityBand& b) {
             return a.low_hz == b.low_hz && a.high_hz == b.high_hz && a.width == b.width;
           },
-          nb::is_operator());
+          nb::is_operator(), nb::sig("def __eq__(self, other: object) -> bool"));
   AddRecordMethods(band, {"low_hz", "high_hz", "width"});
 
   module.def("residual_vibration", &shaping::ResidualVibration, nb::arg("sequence"), nb::arg("mode"),
@@ -185,14 +187,20 @@ void RegisterAnalysis(nb::module_& module) {
         const Vector given = ToVector(frequencies_hz, "frequencies_hz");
         return ToArray(shaping::ResidualOverFrequency(sequence, mode, given));
       },
-      nb::arg("sequence"), nb::arg("mode"), nb::arg("frequencies_hz").none(), kOverFrequencyDocstring);
+      nb::arg("sequence"), nb::arg("mode"), nb::arg("frequencies_hz").none(),
+      nb::sig("def residual_over_frequency(sequence: ImpulseSequence, mode: VibrationMode, frequencies_hz: "
+              "velmora._typing.VectorLike) -> velmora._typing.FloatArray"),
+      kOverFrequencyDocstring);
   module.def(
       "residual_over_damping",
       [](const ImpulseSequence& sequence, const VibrationMode& mode, nb::handle damping_ratios) {
         const Vector given = ToVector(damping_ratios, "damping_ratios");
         return ToArray(shaping::ResidualOverDamping(sequence, mode, given));
       },
-      nb::arg("sequence"), nb::arg("mode"), nb::arg("damping_ratios").none(), kOverDampingDocstring);
+      nb::arg("sequence"), nb::arg("mode"), nb::arg("damping_ratios").none(),
+      nb::sig("def residual_over_damping(sequence: ImpulseSequence, mode: VibrationMode, damping_ratios: "
+              "velmora._typing.VectorLike) -> velmora._typing.FloatArray"),
+      kOverDampingDocstring);
   module.def(
       "insensitivity",
       [](const ImpulseSequence& sequence, const VibrationMode& mode, nb::handle tolerance) {
@@ -200,7 +208,10 @@ void RegisterAnalysis(nb::module_& module) {
         const nb::gil_scoped_release unlocked;
         return shaping::Insensitivity(sequence, mode, given);
       },
-      nb::arg("sequence"), nb::arg("mode"), nb::arg("tolerance").none(), kInsensitivityDocstring);
+      nb::arg("sequence"), nb::arg("mode"), nb::arg("tolerance").none(),
+      nb::sig("def insensitivity(sequence: ImpulseSequence, mode: VibrationMode, tolerance: velmora._typing.Real) -> "
+              "InsensitivityBand"),
+      kInsensitivityDocstring);
 }
 
 }  // namespace velmora::python

@@ -90,8 +90,8 @@ ShapedCommand Blend(const SharedTrajectory& raw, const ShapedCommand& shaped, nb
   raw.Get(kVelocities);
   raw.Get(kAccelerations);
   return raw.Read([&](const JointTrajectory& held) {
-    return transition ? shaping::BlendShapedTrajectory(
-                            held, shaped, shaping::WeightTransition{std::get<double>(given), *transition})
+    return transition ? shaping::BlendShapedTrajectory(held, shaped,
+                                                       shaping::WeightTransition{std::get<double>(given), *transition})
                       : shaping::BlendShapedTrajectory(held, shaped, given);
   });
 }
@@ -100,13 +100,19 @@ ShapedCommand Blend(const SharedTrajectory& raw, const ShapedCommand& shaped, nb
 
 void RegisterBlendShapedTrajectory(nb::module_& module) {
   module.def("blend_shaped_trajectory", &Blend, nb::arg("raw"), nb::arg("shaped"), nb::arg("weight").none(),
-             nb::arg("transition_s").none() = nb::none(), kBlendDocstring);
+             nb::arg("transition_s").none() = nb::none(),
+             nb::sig("def blend_shaped_trajectory(raw: JointTrajectory, shaped: ShapedCommand, weight: "
+                     "velmora._typing.Real | velmora._typing.VectorLike, transition_s: velmora._typing.Real | None = "
+                     "None) -> ShapedCommand"),
+             kBlendDocstring);
   module.def(
       "blended_sequence",
       [](const shaping::ImpulseSequence& sequence, nb::handle weight) {
         return shaping::BlendedSequence(sequence, ToDouble(weight, "weight"));
       },
-      nb::arg("sequence"), nb::arg("weight").none(), kSequenceDocstring);
+      nb::arg("sequence"), nb::arg("weight").none(),
+      nb::sig("def blended_sequence(sequence: ImpulseSequence, weight: velmora._typing.Real) -> ImpulseSequence"),
+      kSequenceDocstring);
 }
 
 }  // namespace velmora::python

@@ -23,7 +23,8 @@ Parameters
 ----------
 mode : VibrationMode
     The mode that is to be left at rest.
-)" + parameters + R"(
+)" + parameters +
+         R"(
 Returns
 -------
 ImpulseSequence
@@ -32,14 +33,16 @@ ImpulseSequence
 Raises
 ------
 InvalidArgumentError
-)" + errors + R"(    The messages of `ImpulseSequence`, for a mode so slow or so fast that its times leave the range of numbers.
+)" + errors +
+         R"(    The messages of `ImpulseSequence`, for a mode so slow or so fast that its times leave the range of numbers.
 TypeError, ValueError
     For arguments of another kind; the message names the argument.
 
 Notes
 -----
 Any number of threads may call it at once. Source of the method:
-)" + source + "\n";
+)" + source +
+         "\n";
 }
 
 constexpr const char* kNone = "";
@@ -55,10 +58,8 @@ constexpr const char* kSinghose =
     "W. Singhose, W. Seering, N. Singer, \"Residual vibration reduction using vector diagrams\", 1994.";
 constexpr const char* kHumps =
     "W. Singhose, L. Porter, T. Tuttle, N. Singer, \"Vibration reduction using multi-hump input shapers\", 1997.";
-constexpr const char* kNegative =
-    "W. Singhose, N. Singer, W. Seering, \"Time-optimal negative input shapers\", 1997.";
-constexpr const char* kRobust =
-    "J. Vaughan, A. Yano, W. Singhose, \"Comparison of robust input shapers\", 2008.";
+constexpr const char* kNegative = "W. Singhose, N. Singer, W. Seering, \"Time-optimal negative input shapers\", 1997.";
+constexpr const char* kRobust = "J. Vaughan, A. Yano, W. Singhose, \"Comparison of robust input shapers\", 2008.";
 
 template <ImpulseSequence (*kDesign)(const VibrationMode&)>
 void AddDesign(nb::module_& module, const char* name, const std::string& docstring) {
@@ -76,7 +77,10 @@ void AddTolerantDesign(nb::module_& module, const char* name, const std::string&
         const nb::gil_scoped_release unlocked;
         return kDesign(mode, given);
       },
-      nb::arg("mode"), nb::arg("tolerance").none(), docstring.c_str());
+      nb::arg("mode"), nb::arg("tolerance").none(),
+      nb::sig(("def " + std::string(name) + "(mode: VibrationMode, tolerance: velmora._typing.Real) -> ImpulseSequence")
+                  .c_str()),
+      docstring.c_str());
 }
 
 ImpulseSequence Specified(const VibrationMode& mode, nb::handle low_hz, nb::handle high_hz, nb::handle tolerance) {
@@ -90,8 +94,8 @@ ImpulseSequence Specified(const VibrationMode& mode, nb::handle low_hz, nb::hand
 }  // namespace
 
 void RegisterDesigns(nb::module_& module) {
-  AddDesign<&shaping::Zv>(
-      module, "zv", Docstring("Zero vibration: two impulses half a damped period apart.", kNone, kNone, kSinger));
+  AddDesign<&shaping::Zv>(module, "zv",
+                          Docstring("Zero vibration: two impulses half a damped period apart.", kNone, kNone, kSinger));
   AddDesign<&shaping::Zvd>(
       module, "zvd",
       Docstring("Zero vibration and derivative: three impulses that last one damped period.", kNone, kNone, kSinger));
@@ -127,12 +131,15 @@ void RegisterDesigns(nb::module_& module) {
                 kNone, kUnityErrors, kNegative));
   module.def("specified_insensitivity", &Specified, nb::arg("mode"), nb::arg("low_hz").none(),
              nb::arg("high_hz").none(), nb::arg("tolerance").none(),
+             nb::sig("def specified_insensitivity(mode: VibrationMode, low_hz: velmora._typing.Real, high_hz: "
+                     "velmora._typing.Real, tolerance: velmora._typing.Real) -> ImpulseSequence"),
              Docstring("Specified insensitivity: the shortest positive sequence that keeps the tolerance over a range "
                        "of frequencies.",
                        "low_hz, high_hz : float\n    The range, which holds the frequency of the mode.\n"
                        "tolerance : float\n    Tolerated residual vibration, above 0 and below 1.\n",
                        "    \"tolerance must be in (0, 1).\"; \"low_hz must be finite and positive.\"; \"high_hz must "
-                       "be finite and\n    positive.\"; \"mode.frequency_hz must lie between low_hz and high_hz.\"; \"high_hz must not exceed 4 times low_hz.\"; "
+                       "be finite and\n    positive.\"; \"mode.frequency_hz must lie between low_hz and high_hz.\"; "
+                       "\"high_hz must not exceed 4 times low_hz.\"; "
                        "\"No sequence of this design was\n    found for this range and tolerance.\"\n",
                        kRobust)
                  .c_str());

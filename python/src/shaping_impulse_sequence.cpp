@@ -99,9 +99,15 @@ void RegisterImpulseSequence(nb::module_& module) {
           [](ImpulseSequence* place, nb::handle times_s, nb::handle amplitudes) {
             new (place) ImpulseSequence(ToVector(times_s, "times_s"), ToVector(amplitudes, "amplitudes"));
           },
-          nb::arg("times_s").none(), nb::arg("amplitudes").none())
-      .def_prop_ro("times_s", [](Self self) { return ViewOf(self.p->times_s, self.h); })
-      .def_prop_ro("amplitudes", [](Self self) { return ViewOf(self.p->amplitudes, self.h); })
+          nb::arg("times_s").none(), nb::arg("amplitudes").none(),
+          nb::sig("def __init__(self, times_s: velmora._typing.VectorLike, amplitudes: velmora._typing.VectorLike) -> "
+                  "None"))
+      .def_prop_ro(
+          "times_s", [](Self self) { return ViewOf(self.p->times_s, self.h); },
+          nb::for_getter(nb::sig("def times_s(self) -> velmora._typing.FloatArray")), "(n,) delays in seconds.")
+      .def_prop_ro(
+          "amplitudes", [](Self self) { return ViewOf(self.p->amplitudes, self.h); },
+          nb::for_getter(nb::sig("def amplitudes(self) -> velmora._typing.FloatArray")), "(n,) shares of the copies.")
       .def_prop_ro("duration_s", &ImpulseSequence::duration_s)
       .def_prop_ro("centroid_s", &ImpulseSequence::centroid_s)
       .def(
@@ -109,7 +115,7 @@ void RegisterImpulseSequence(nb::module_& module) {
           [](const ImpulseSequence& a, const ImpulseSequence& b) {
             return SameBits(a.times_s, b.times_s) && SameBits(a.amplitudes, b.amplitudes);
           },
-          nb::is_operator());
+          nb::is_operator(), nb::sig("def __eq__(self, other: object) -> bool"));
   AddRecordMethods(sequence, {"times_s", "amplitudes"});
   module.def("convolve", &shaping::Convolve, nb::arg("first"), nb::arg("second"),
              nb::call_guard<nb::gil_scoped_release>(), kConvolveDocstring);

@@ -226,7 +226,11 @@ void RegisterShapeTrajectory(nb::module_& module) {
   record
       .def("__init__", &InitCommand, nb::arg("move"), nb::arg("tail"), nb::arg("added_duration_s").none(),
            nb::arg("lag_s").none(), nb::arg("start_velocity").none(), nb::arg("start_acceleration").none(),
-           nb::arg("end_velocity").none(), nb::arg("end_acceleration").none())
+           nb::arg("end_velocity").none(), nb::arg("end_acceleration").none(),
+           nb::sig("def __init__(self, move: ShapedTrajectory, tail: ShapedTrajectory, added_duration_s: "
+                   "velmora._typing.Real, lag_s: velmora._typing.Real, start_velocity: velmora._typing.VectorLike, "
+                   "start_acceleration: velmora._typing.VectorLike, end_velocity: velmora._typing.VectorLike, "
+                   "end_acceleration: velmora._typing.VectorLike) -> None"))
       .def_prop_ro(
           "move", [](const ShapedCommand& self) -> const ShapedTrajectory& { return self.move; },
           nb::rv_policy::reference_internal)
@@ -235,10 +239,14 @@ void RegisterShapeTrajectory(nb::module_& module) {
           nb::rv_policy::reference_internal)
       .def_prop_ro("added_duration_s", [](const ShapedCommand& self) { return self.added_duration_s; })
       .def_prop_ro("lag_s", [](const ShapedCommand& self) { return self.lag_s; })
-      .def_prop_ro("start_velocity", &View<&ShapedCommand::start_velocity>)
-      .def_prop_ro("start_acceleration", &View<&ShapedCommand::start_acceleration>)
-      .def_prop_ro("end_velocity", &View<&ShapedCommand::end_velocity>)
-      .def_prop_ro("end_acceleration", &View<&ShapedCommand::end_acceleration>)
+      .def_prop_ro("start_velocity", &View<&ShapedCommand::start_velocity>,
+                   nb::for_getter(nb::sig("def start_velocity(self) -> velmora._typing.FloatArray")))
+      .def_prop_ro("start_acceleration", &View<&ShapedCommand::start_acceleration>,
+                   nb::for_getter(nb::sig("def start_acceleration(self) -> velmora._typing.FloatArray")))
+      .def_prop_ro("end_velocity", &View<&ShapedCommand::end_velocity>,
+                   nb::for_getter(nb::sig("def end_velocity(self) -> velmora._typing.FloatArray")))
+      .def_prop_ro("end_acceleration", &View<&ShapedCommand::end_acceleration>,
+                   nb::for_getter(nb::sig("def end_acceleration(self) -> velmora._typing.FloatArray")))
       .def(
           "__eq__",
           [](const ShapedCommand& a, const ShapedCommand& b) {
@@ -247,25 +255,30 @@ void RegisterShapeTrajectory(nb::module_& module) {
                    SameBits(a.start_acceleration, b.start_acceleration) && SameBits(a.end_velocity, b.end_velocity) &&
                    SameBits(a.end_acceleration, b.end_acceleration);
           },
-          nb::is_operator());
+          nb::is_operator(), nb::sig("def __eq__(self, other: object) -> bool"));
   AddRecordMethods(record, {"move", "tail", "added_duration_s", "lag_s", "start_velocity", "start_acceleration",
-                             "end_velocity", "end_acceleration"});
+                            "end_velocity", "end_acceleration"});
 
   // Kept for as long as the process runs, as the function is.
   static const nb::handle cubic =
       nb::object(nb::module_::import_("velmora._enums").attr("ResamplingMethod")(1)).release();
   module.def("shape_trajectory", &Shape, nb::arg("trajectory"), nb::arg("sequences").none(),
              nb::arg("sample_time_s").none() = nb::none(), nb::arg("times_s").none() = nb::none(),
-             nb::arg("method").none() = cubic, kShapeDocstring);
+             nb::arg("method").none() = cubic,
+             nb::sig("def shape_trajectory(trajectory: JointTrajectory, sequences: ImpulseSequence | "
+                     "collections.abc.Sequence[ImpulseSequence], sample_time_s: velmora._typing.Real | None = None, "
+                     "times_s: velmora._typing.VectorLike | None = None, method: velmora._typing.Method = 'cubic') -> "
+                     "ShapedCommand"),
+             kShapeDocstring);
   module.def("join_move_and_tail", &shaping::JoinMoveAndTail, nb::arg("command"),
              nb::call_guard<nb::gil_scoped_release>(), kJoinDocstring);
   module.def(
       "path_deviation",
       [](const SharedTrajectory& trajectory, const ShapedCommand& command) {
-        return trajectory.Read(
-            [&](const JointTrajectory& held) { return shaping::PathDeviation(held, command); });
+        return trajectory.Read([&](const JointTrajectory& held) { return shaping::PathDeviation(held, command); });
       },
-      nb::arg("trajectory"), nb::arg("command"), nb::call_guard<nb::gil_scoped_release>(), kDeviationDocstring);
+      nb::arg("trajectory"), nb::arg("command"), nb::call_guard<nb::gil_scoped_release>(),
+      nb::sig("def path_deviation(trajectory: JointTrajectory, command: ShapedCommand) -> float"), kDeviationDocstring);
 }
 
 }  // namespace velmora::python

@@ -113,17 +113,22 @@ void RegisterStreamingShaper(nb::module_& module) {
             new (place) JointSample{ToVector(position, "position"), ToVector(velocity, "velocity"),
                                     ToVector(acceleration, "acceleration")};
           },
-          nb::arg("position").none(), nb::arg("velocity").none(), nb::arg("acceleration").none())
-      .def_prop_ro("position", &View<&JointSample::position>)
-      .def_prop_ro("velocity", &View<&JointSample::velocity>)
-      .def_prop_ro("acceleration", &View<&JointSample::acceleration>)
+          nb::arg("position").none(), nb::arg("velocity").none(), nb::arg("acceleration").none(),
+          nb::sig("def __init__(self, position: velmora._typing.VectorLike, velocity: velmora._typing.VectorLike, "
+                  "acceleration: velmora._typing.VectorLike) -> None"))
+      .def_prop_ro("position", &View<&JointSample::position>,
+                   nb::for_getter(nb::sig("def position(self) -> velmora._typing.FloatArray")))
+      .def_prop_ro("velocity", &View<&JointSample::velocity>,
+                   nb::for_getter(nb::sig("def velocity(self) -> velmora._typing.FloatArray")))
+      .def_prop_ro("acceleration", &View<&JointSample::acceleration>,
+                   nb::for_getter(nb::sig("def acceleration(self) -> velmora._typing.FloatArray")))
       .def(
           "__eq__",
           [](const JointSample& a, const JointSample& b) {
             return SameBits(a.position, b.position) && SameBits(a.velocity, b.velocity) &&
                    SameBits(a.acceleration, b.acceleration);
           },
-          nb::is_operator());
+          nb::is_operator(), nb::sig("def __eq__(self, other: object) -> bool"));
   AddRecordMethods(sample, {"position", "velocity", "acceleration"});
 
   nb::class_<StreamingShaper>(module, "StreamingShaper", kShaperDocstring)
@@ -131,15 +136,18 @@ void RegisterStreamingShaper(nb::module_& module) {
           "__init__",
           [](StreamingShaper* place, const shaping::ImpulseSequence& sequence, nb::handle joints,
              nb::handle sample_time_s) {
-            new (place)
-                StreamingShaper(sequence, ToCount(joints, "joints"), ToDouble(sample_time_s, "sample_time_s"));
+            new (place) StreamingShaper(sequence, ToCount(joints, "joints"), ToDouble(sample_time_s, "sample_time_s"));
           },
-          nb::arg("sequence"), nb::arg("joints").none(), nb::arg("sample_time_s").none())
+          nb::arg("sequence"), nb::arg("joints").none(), nb::arg("sample_time_s").none(),
+          nb::sig("def __init__(self, sequence: ImpulseSequence, joints: typing.SupportsIndex, sample_time_s: "
+                  "velmora._typing.Real) -> None"))
       .def(
           "step", [](StreamingShaper& self, const JointSample& raw) { return JointSample(self.Step(raw)); },
           nb::arg("raw"), kStepDocstring)
-      .def("step_tail", [](StreamingShaper& self) { return JointSample(self.StepTail()); }, kTailDocstring)
-      .def("hard_stop", [](StreamingShaper& self) { return JointSample(self.HardStop()); }, kStopDocstring)
+      .def(
+          "step_tail", [](StreamingShaper& self) { return JointSample(self.StepTail()); }, kTailDocstring)
+      .def(
+          "hard_stop", [](StreamingShaper& self) { return JointSample(self.HardStop()); }, kStopDocstring)
       .def_prop_ro("at_rest", &StreamingShaper::AtRest);
 }
 

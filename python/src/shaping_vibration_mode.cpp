@@ -59,10 +59,11 @@ void RegisterVibrationMode(nb::module_& module) {
   mode.def(
           "__init__",
           [](VibrationMode* place, nb::handle frequency_hz, nb::handle damping_ratio) {
-            new (place)
-                VibrationMode(ToDouble(frequency_hz, "frequency_hz"), ToDouble(damping_ratio, "damping_ratio"));
+            new (place) VibrationMode(ToDouble(frequency_hz, "frequency_hz"), ToDouble(damping_ratio, "damping_ratio"));
           },
-          nb::arg("frequency_hz").none(), nb::arg("damping_ratio").none())
+          nb::arg("frequency_hz").none(), nb::arg("damping_ratio").none(),
+          nb::sig(
+              "def __init__(self, frequency_hz: velmora._typing.Real, damping_ratio: velmora._typing.Real) -> None"))
       .def_prop_ro("frequency_hz", [](const VibrationMode& self) { return self.frequency_hz; })
       .def_prop_ro("damping_ratio", [](const VibrationMode& self) { return self.damping_ratio; })
       .def_prop_ro("damped_frequency_hz", &VibrationMode::damped_frequency_hz)
@@ -73,7 +74,7 @@ void RegisterVibrationMode(nb::module_& module) {
           [](const VibrationMode& a, const VibrationMode& b) {
             return a.frequency_hz == b.frequency_hz && a.damping_ratio == b.damping_ratio;
           },
-          nb::is_operator());
+          nb::is_operator(), nb::sig("def __eq__(self, other: object) -> bool"));
   AddRecordMethods(mode, {"frequency_hz", "damping_ratio"});
 }
 
