@@ -3,7 +3,6 @@
 
 from __future__ import annotations
 
-from collections.abc import Callable
 from dataclasses import dataclass
 
 import numpy as np
@@ -76,28 +75,18 @@ def parse_range(text: str, mode: shaping.VibrationMode) -> tuple[float, float]:
 
 def design(name: str, known: tuple[KnownMode, ...], tolerance: float = TOLERANCE) -> shaping.ImpulseSequence:
     """The shaper of that name for all modes: the sequences for each, one after the other."""
-    one: Callable[[KnownMode], shaping.ImpulseSequence]
-    if name == "si":
-
-        def one(k: KnownMode) -> shaping.ImpulseSequence:
-            return shaping.specified_insensitivity(k.mode, k.low_hz, k.high_hz, tolerance)
-
-    elif name.endswith("ei"):
-
-        def one(k: KnownMode) -> shaping.ImpulseSequence:
-            found: shaping.ImpulseSequence = getattr(shaping, name)(k.mode, tolerance)
-            return found
-
-    else:
-
-        def one(k: KnownMode) -> shaping.ImpulseSequence:
-            found: shaping.ImpulseSequence = getattr(shaping, name)(k.mode)
-            return found
-
-    sequence = one(known[0])
+    sequence = _design_for(name, known[0], tolerance)
     for k in known[1:]:
-        sequence = shaping.convolve(sequence, one(k))
+        sequence = shaping.convolve(sequence, _design_for(name, k, tolerance))
     return sequence
+
+
+def _design_for(name: str, known: KnownMode, tolerance: float) -> shaping.ImpulseSequence:
+    if name == "si":
+        return shaping.specified_insensitivity(known.mode, known.low_hz, known.high_hz, tolerance)
+    arguments = (known.mode, tolerance) if name.endswith("ei") else (known.mode,)
+    found: shaping.ImpulseSequence = getattr(shaping, name)(*arguments)
+    return found
 
 
 def residual_at(sequence: shaping.ImpulseSequence, known: tuple[KnownMode, ...], shift: float) -> float:
