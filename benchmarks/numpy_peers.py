@@ -4,6 +4,7 @@
 numpy_peers.py --check < RESULTS       RESULTS as `velmora_benchmarks --check` prints them
 numpy_peers.py JOB SAMPLES JOINTS ROUNDS [SUFFIX]     SUFFIX is appended to the name of the peer
 """
+
 import json
 import sys
 import time

@@ -152,8 +152,11 @@ def long_recording(entries):
         return []
     seconds = statistics.median(run["cpu_time"] for run in runs) / 1e9
     memory = max(run["peak_memory_mb"] for run in runs)
-    return ["", f"Cubic resampling of 1,000,000 samples of 7 joints onto as many grid points: {seconds:.2f} s (goal: less "
-            f"than 2 s), and {memory:,.0f} MB at the peak of the whole process (goal: less than 1,000 MB)."]
+    return [
+        "",
+        f"Cubic resampling of 1,000,000 samples of 7 joints onto as many grid points: {seconds:.2f} s (goal: less "
+        f"than 2 s), and {memory:,.0f} MB at the peak of the whole process (goal: less than 1,000 MB).",
+    ]
 
 
 def markdown(run):
@@ -164,12 +167,21 @@ def markdown(run):
     lines = [
         f"`{run['command']}` on {machine['date']}: {machine['cpu']}, {machine['cores']} cores (one used), "
         f"{machine['compiler']}, Release build. Columns are numbers of samples.",
-        "", "### 7 joints, warm", "",
-        "In parentheses the goal; bold where it is not reached.", "", *goals.markdown(),
-        "", "Not reached in this run:" if goals.missed else "Every goal is reached in this run.",
-        *([""] if goals.missed else []), *(f"- {miss}" for miss in goals.missed),
+        "",
+        "### 7 joints, warm",
+        "",
+        "In parentheses the goal; bold where it is not reached.",
+        "",
+        *goals.markdown(),
+        "",
+        "Not reached in this run:" if goals.missed else "Every goal is reached in this run.",
+        *([""] if goals.missed else []),
+        *(f"- {miss}" for miss in goals.missed),
         *long_recording(run["entries"]["warm"]),
-        "", "The library's own time per call:", "", *goals.own_times(),
+        "",
+        "The library's own time per call:",
+        "",
+        *goals.own_times(),
     ]
     for regime, times, joints in (("cold", cold, 7), ("warm", warm, 1), ("warm", warm, 32)):
         if any(j == joints for _, _, _, j in times):

@@ -56,7 +56,9 @@ def plan(quick):
 
 def execute(command, tunables):
     environment = dict(os.environ, GLIBC_TUNABLES=tunables, OPENBLAS_NUM_THREADS="1")
-    return subprocess.run(list(map(str, command)), env=environment, check=True, stdout=subprocess.PIPE, text=True).stdout
+    return subprocess.run(
+        list(map(str, command)), env=environment, check=True, stdout=subprocess.PIPE, text=True
+    ).stdout
 
 
 def time_numpy(peer, rounds, regime):
@@ -91,11 +93,19 @@ def run(quick):
     for regime, names, rounds, numpy_peer in plan(quick):
         print(f"benchmark: {regime} {names}", file=sys.stderr, flush=True)
         entries[regime] += time_numpy(numpy_peer, (rounds + 1) // 2, regime)
-        timed = json.loads(execute([
-            PROGRAM, f"--benchmark_filter={names}", f"--benchmark_repetitions={rounds}",
-            f"--benchmark_min_time={ROUND_S}", "--benchmark_enable_random_interleaving=true",
-            "--benchmark_format=json",
-        ], ALLOCATOR[regime]))
+        timed = json.loads(
+            execute(
+                [
+                    PROGRAM,
+                    f"--benchmark_filter={names}",
+                    f"--benchmark_repetitions={rounds}",
+                    f"--benchmark_min_time={ROUND_S}",
+                    "--benchmark_enable_random_interleaving=true",
+                    "--benchmark_format=json",
+                ],
+                ALLOCATOR[regime],
+            )
+        )
         compiler = timed["context"]["compiler"]
         entries[regime] += timed["benchmarks"]
         entries[regime] += time_numpy(numpy_peer, (rounds + 1) // 2, regime)

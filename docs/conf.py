@@ -29,7 +29,9 @@ extensions = [
 graphviz_output_format = "svg"
 architecture = ROOT / "build" / "docs" / "architecture.dot"
 architecture.parent.mkdir(parents=True, exist_ok=True)
-draw = subprocess.run([sys.executable, ROOT / "docs" / "figures" / "architecture.py", ROOT], capture_output=True, check=True)
+draw = subprocess.run(
+    [sys.executable, ROOT / "docs" / "figures" / "architecture.py", ROOT], capture_output=True, check=True
+)
 architecture.write_bytes(draw.stdout)
 
 exclude_patterns = ["snippets", "node_modules"]

@@ -23,7 +23,11 @@ for routine, samples, joints in itertools.product(range(14), (0, 1, 2, 3, 4, 5, 
 
 # See Compare in knots.cpp: knots, joints, values of the steps, whether they are taken as steps, start, values.
 for knots, joints, step in itertools.product((0, 1, 2, 3, 31, 87, 120), (0, 2), (2, 8, 12, 13, 100, 200)):
-    write("knots", f"{knots}_{joints}_{step}", bytes([knots, joints, 4, step, 120, 9, step, 100, 1, 0, 0, 0, 5, 70, 33, 150, 7, 90]))
+    write(
+        "knots",
+        f"{knots}_{joints}_{step}",
+        bytes([knots, joints, 4, step, 120, 9, step, 100, 1, 0, 0, 0, 5, 70, 33, 150, 7, 90]),
+    )
 
 header = "time_s,shoulder,elbow\n"
 recordings = {
@@ -50,5 +54,8 @@ for name, text in recordings.items():
 
 # See Analyse and ShapeAndStream in shaping.cpp: which of them, mode, design, tolerance, samples, joints.
 for routine, design, frequency, damping in itertools.product((0, 1), range(10), (8, 40), (0, 15, 90)):
-    write("shaping", f"{routine}_{design}_{frequency}_{damping}",
-          bytes([routine, 0, frequency, damping, design, 0, 25, 30, 3, 0, 9, 5, 120, 9, 140, 80, 3, 100, 50, 2, 60]))
+    write(
+        "shaping",
+        f"{routine}_{design}_{frequency}_{damping}",
+        bytes([routine, 0, frequency, damping, design, 0, 25, 30, 3, 0, 9, 5, 120, 9, 140, 80, 3, 100, 50, 2, 60]),
+    )

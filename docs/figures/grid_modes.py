@@ -14,7 +14,7 @@ MODES = {
 move = vm.JointTrajectory([[0.0], [0.08], [0.42], [0.82], [1.0]], time=[0.0, 0.2, 0.45, 0.7, 1.0])
 fine = move.resample(0.01, grid_mode="exact_duration_adjust_dt")
 figure, panels = plt.subplots(4, 2, sharex="col", sharey=True, figsize=(8.5, 8.5), width_ratios=[2, 1])
-for row, (mode, sentence) in zip(panels, MODES.items()):
+for row, (mode, sentence) in zip(panels, MODES.items(), strict=True):
     grid = move.resample(0.3, grid_mode=mode)
     for panel in row:
         panel.axvline(move.end_time_s, color=MUTED, linewidth=1, linestyle="--")
@@ -22,7 +22,7 @@ for row, (mode, sentence) in zip(panels, MODES.items()):
         panel.vlines(grid.time, 0, grid.positions[:, 0], color=ACCENT, linewidth=1)
         panel.plot(grid.time, grid.positions, "o", color=ACCENT)
         panel.set(ylim=(-0.45, 1.15), yticks=[0, 0.5, 1])
-    for before, after in zip(grid.time, grid.time[1:]):
+    for before, after in zip(grid.time[:-1], grid.time[1:], strict=True):
         row[0].annotate("", (after, -0.14), (before, -0.14), arrowprops={"arrowstyle": "<->", "color": INK, "lw": 0.8})
         row[0].text((before + after) / 2, -0.19, f"{after - before:.3g} s", ha="center", va="top", fontsize=8)
     row[0].set_title(f"{mode}: {sentence}", loc="left", fontsize=9, weight="bold")

@@ -30,8 +30,13 @@ def main():
             stamp = time(sec=stamp_ns // 10**9, nanosec=stamp_ns % 10**9)
             positions = np.array([float(cell) for cell in row[1:]])
             # Velocities and efforts are empty, as drivers without such sensors leave them.
-            message = joint_state(header=header(stamp=stamp, frame_id="base"), name=joints, position=positions,
-                                  velocity=np.empty(0), effort=np.empty(0))
+            message = joint_state(
+                header=header(stamp=stamp, frame_id="base"),
+                name=joints,
+                position=positions,
+                velocity=np.empty(0),
+                effort=np.empty(0),
+            )
             writer.write(connection, stamp_ns + LOGGED_AFTER_NS, store.serialize_cdr(message, joint_state.__msgtype__))
 
 

@@ -15,7 +15,7 @@ import re
 import matplotlib
 
 matplotlib.use("Agg")
-import matplotlib.pyplot as plt  # noqa: E402  (the backend must be chosen first)
+import matplotlib.pyplot as plt
 
 COLOURS = {"raw": "#c44e00", "zv": "#56a5d8", "zvd": "#00568f", "blend": "#2e8b57"}
 STYLES = {"raw": "-", "zv": "--", "zvd": "-", "blend": "-"}
@@ -70,8 +70,16 @@ def draw_commands(axes, response, keys, joint):
     raw_end = last_change(time, response[f"raw_{joint}"])
     end = max(last_change(time, response[f"{key}_{joint}"]) for key in keys)
     axes.axvspan(raw_end, end, color="0.92", zorder=0)
-    axes.text((raw_end + end) / 2, 0.04, "tail:\nblend with the\nheld raw endpoint", ha="center", va="bottom",
-              fontsize=9, color="0.3", transform=axes.get_xaxis_transform())
+    axes.text(
+        (raw_end + end) / 2,
+        0.04,
+        "tail:\nblend with the\nheld raw endpoint",
+        ha="center",
+        va="bottom",
+        fontsize=9,
+        color="0.3",
+        transform=axes.get_xaxis_transform(),
+    )
     axes.set_xlim(time[0], end + 0.15 * (end - time[0]))
     axes.set_title("What the joint is told")
     axes.set_xlabel("time [s]")

@@ -10,7 +10,6 @@ from typing import Any
 import numpy as np
 import pandas as pd
 import pytest
-
 import velmora as vm
 
 VALUES = [[0.0, 1.0], [2.0, 3.0], [5.0, 8.0]]
@@ -142,10 +141,7 @@ def test_other_kinds_are_a_type_error(value: Any, got: str) -> None:
         (lambda: vm.validate_vibration_shaping_weight(value), "vibration_shaping_weight", NUMBER),
         (lambda: vm.blend_arrays(VALUES, VALUES, value), "weight", EITHER),
     ):
-        if value is None and argument == "time":
-            got_here = "a object of dtype object"
-        else:
-            got_here = got
+        got_here = "a object of dtype object" if value is None and argument == "time" else got
         with pytest.raises(TypeError) as raised:
             call()
         assert str(raised.value) == f"{argument} must be {expected}, got {got_here}."

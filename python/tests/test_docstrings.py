@@ -9,7 +9,6 @@ import inspect
 from typing import Any
 
 import pytest
-
 import velmora as vm
 
 

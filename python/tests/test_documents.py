@@ -17,7 +17,7 @@ END = "end of the output of one command"
 
 
 def commands_of(page: Path) -> list[tuple[str, str]]:
-    """Each command of a page's console blocks, with the output that the page shows below it ('' where it shows none)."""
+    """Each command of a page's console blocks, with the output shown below it ('' where none is)."""
     commands: list[tuple[str, str]] = []
     for block in BLOCK.findall(page.read_text(encoding="utf-8")):
         for line in block.splitlines():
@@ -49,7 +49,11 @@ def test_console_blocks_do_what_they_show(page: Path, tmp_path: Path, commands_f
     shutil.copytree(ROOT / "examples" / "data", tmp_path, dirs_exist_ok=True)
     commands = commands_of(page)
     script = "".join(f"{{ {command}\n}} 2>&1; code=$?; echo '{END}' $code; (exit $code)\n" for command, _ in commands)
-    environment = os.environ | {"PATH": f"{commands_folder}:{os.environ['PATH']}", "COLUMNS": "100", "VELMORA": str(ROOT)}
+    environment = os.environ | {
+        "PATH": f"{commands_folder}:{os.environ['PATH']}",
+        "COLUMNS": "100",
+        "VELMORA": str(ROOT),
+    }
     run = subprocess.run(
         ["bash"], input=script, cwd=tmp_path, env=environment, capture_output=True, text=True, timeout=300, check=False
     )

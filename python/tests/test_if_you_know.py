@@ -6,7 +6,6 @@ from __future__ import annotations
 import numpy as np
 import pandas as pd
 import pytest
-
 import velmora as vm
 
 T = np.array([0.0, 0.1, 0.25, 0.35, 0.6])

@@ -13,7 +13,6 @@ from typing import Any
 
 import numpy as np
 import pytest
-
 import velmora as vm
 from velmora import _core
 

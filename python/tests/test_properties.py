@@ -7,12 +7,11 @@ import pickle
 from typing import Any
 
 import numpy as np
+import velmora as vm
 from hypothesis import given, settings
 from hypothesis import strategies as st
 from hypothesis.extra import numpy as hnp
 from numpy.typing import NDArray
-
-import velmora as vm
 
 VALUES = st.floats(allow_nan=False, allow_infinity=False, width=64)
 SHAPES = st.tuples(st.integers(1, 40), st.integers(0, 9))

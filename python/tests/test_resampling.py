@@ -8,10 +8,9 @@ from typing import Any
 
 import numpy as np
 import pytest
+import velmora as vm
 from hypothesis import given
 from hypothesis import strategies as st
-
-import velmora as vm
 
 METHODS = list(vm.ResamplingMethod)
 MODES = list(vm.ResamplingTimeGridMode)

@@ -11,7 +11,6 @@ from typing import Any
 
 import numpy as np
 import pytest
-
 import velmora as vm
 
 
@@ -72,7 +71,7 @@ def test_records_copy_pickle_compare_and_show_themselves() -> None:
     assert box != vm.JointStateBox([-1.0], [2.5])
     assert limits != vm.JointStateLimits(box)
     assert limits != vm.JointStateLimits(box, None, vm.JointStateBox([0.0], [1.0]))
-    assert TAIL != vm.ShapedTrajectory(TAIL.positions, TAIL.velocities, TAIL.accelerations, [1.0, 2.0])
+    assert vm.ShapedTrajectory(TAIL.positions, TAIL.velocities, TAIL.accelerations, [1.0, 2.0]) != TAIL
     nan = vm.ShapedTrajectory([[math.nan]], [[0.0]], [[0.0]], [0.0])
     assert nan == pickle.loads(pickle.dumps(nan))
     assert repr(box) == "JointStateBox(lower=array([-1.]), upper=array([2.]))"

@@ -10,7 +10,6 @@ from concurrent.futures import ThreadPoolExecutor
 from typing import Any
 
 import numpy as np
-
 import velmora as vm
 
 THREADS = 8
@@ -38,7 +37,7 @@ def test_first_calls_from_many_threads_give_the_serial_bits() -> None:
     for _ in range(20):
         shared = make()
         order = [NAMES[::-1], NAMES, NAMES[1:] + NAMES[:1]]
-        answers = at_once(lambda i, t=shared: {name: getattr(t, name) for name in order[i % 3]})  # type: ignore[misc]
+        answers = at_once(lambda i, t=shared, order=order: {name: getattr(t, name) for name in order[i % 3]})  # type: ignore[misc]
         for answer in answers:
             assert [answer[name].tobytes() for name in NAMES] == expected
             for name in NAMES:

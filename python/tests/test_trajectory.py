@@ -12,7 +12,6 @@ from typing import Any
 
 import numpy as np
 import pytest
-
 import velmora as vm
 
 POSITIONS = [[0.0, 1.0], [0.5, 0.5], [2.0, -1.0]]

@@ -75,7 +75,8 @@ ImpulseSequence Convolve(const ImpulseSequence& first, const ImpulseSequence& se
   impulses.reserve(static_cast<std::size_t>(first.times_s.size() * second.times_s.size()));
   for (Index i = 0; i < first.times_s.size(); ++i) {
     for (Index j = 0; j < second.times_s.size(); ++j) {
-      impulses.push_back({first.times_s[i] + second.times_s[j], first.amplitudes[i] * second.amplitudes[j], impulses.size()});
+      impulses.push_back(
+          {first.times_s[i] + second.times_s[j], first.amplitudes[i] * second.amplitudes[j], impulses.size()});
     }
   }
   std::sort(impulses.begin(), impulses.end(), [](const Impulse& a, const Impulse& b) {

@@ -54,7 +54,9 @@ def main():
     all_sources = "".join(sources.values())
     for page, text in pages.items():
         if page.parent.name in FOLDERS_WITH_SNIPPETS and "../snippets/" in text:
-            problems += [f"{page}: no snippet asserts {n}" for n in set(long_numbers(text)) - set(long_numbers(all_sources))]
+            problems += [
+                f"{page}: no snippet asserts {n}" for n in set(long_numbers(text)) - set(long_numbers(all_sources))
+            ]
             quoted = re.findall(r"`\"([^`]*)\"`", text)
             problems += [f"{page}: no snippet asserts '{message}'" for message in quoted if message not in all_sources]
     if not shown:

@@ -17,7 +17,13 @@ SITE = ROOT / "build" / "docs" / "html"
 PAGES = [page.relative_to(SITE).as_posix() for page in sorted(SITE.rglob("*.html")) if "_static" not in page.parts]
 AXE = ROOT / "build" / "docs" / "npm" / "node_modules" / "axe-core" / "axe.min.js"
 SIZES = {"telephone": (390, 844), "desktop": (1280, 900)}
-QUIET = ["--no-sandbox", "--disable-gpu", "--disable-background-networking", "--disable-component-update", "--disable-sync"]
+QUIET = [
+    "--no-sandbox",
+    "--disable-gpu",
+    "--disable-background-networking",
+    "--disable-component-update",
+    "--disable-sync",
+]
 
 
 class Page(HTMLParser):
@@ -58,9 +64,9 @@ def test_links_lead_somewhere_and_pictures_have_text(name: str) -> None:
         target, anchor = urldefrag(urljoin(f"/{name}", link))
         path = unquote(target).lstrip("/")
         path = path + "index.html" if path.endswith("/") or not path else path
-        if not (SITE / path).exists():
-            broken.append(link)
-        elif anchor and path.endswith(".html") and unquote(anchor) not in parsed(path).anchors:
+        if not (SITE / path).exists() or (
+            anchor and path.endswith(".html") and unquote(anchor) not in parsed(path).anchors
+        ):
             broken.append(link)
     assert broken == []
     assert parsed(name).pictures_without_text == []
@@ -95,8 +101,13 @@ def test_pages_are_quiet_accessible_and_fit(browser: Browser, address: str, size
     findings: list[str] = []
     for name in PAGES:
         page = context.new_page()
-        page.on("console", lambda message: findings.append(f"{name}: {message.text}") if message.type == "error" else None)
-        page.on("request", lambda request: request.url.startswith((address, "data:", "blob:")) or findings.append(request.url))
+        page.on(
+            "console", lambda message, name=name: findings.append(f"{name}: {message.text}") if message.type == "error" else None
+        )
+        page.on(
+            "request",
+            lambda request: request.url.startswith((address, "data:", "blob:")) or findings.append(request.url),
+        )
         page.goto(address + name, wait_until="networkidle")
         wide = page.evaluate("document.documentElement.scrollWidth - window.innerWidth")
         if wide > 0:

@@ -3,6 +3,7 @@
 
 write_examples.py FOLDER ROOT HEADER...    one source file per header, ROOT/HEADER, and a main function into FOLDER
 """
+
 import re
 import sys
 from pathlib import Path
@@ -14,8 +15,9 @@ EXAMPLE = re.compile(r"^ *///? @code\{\.cpp\}\n(.*?)^ */// @endcode$", re.MULTIL
 
 names = []
 for header in headers:
-    text = next(path for path in map(Path(root).joinpath, (f"include/{header}", f"bundled/include/{header}"))
-                if path.exists()).read_text(encoding="utf-8")
+    text = next(
+        path for path in map(Path(root).joinpath, (f"include/{header}", f"bundled/include/{header}")) if path.exists()
+    ).read_text(encoding="utf-8")
     examples = EXAMPLE.findall(text)
     if not examples and header not in WITHOUT_EXAMPLE:
         sys.exit(f"{header}: no example between @code{{.cpp}} and @endcode")
@@ -27,12 +29,15 @@ for header in headers:
     bodies = "".join("{\n" + re.sub(r"^ */// ?", "", example, flags=re.MULTILINE) + "}\n" for example in examples)
     Path(folder, f"{name}_example.cpp").write_text(
         f'#include "{header}"\n\n#undef NDEBUG\n#include <cassert>\n\n'
-        f"void {name}();\n\nvoid {name}() {{\nusing namespace {namespace};\n{bodies}}}\n", encoding="utf-8")
+        f"void {name}();\n\nvoid {name}() {{\nusing namespace {namespace};\n{bodies}}}\n",
+        encoding="utf-8",
+    )
     names.append(name)
 
 declarations = "".join(f"void {name}();\n" for name in names)
 calls = "".join(f"  {name}();\n" for name in names)
 Path(folder, "main_example.cpp").write_text(
     f'#include <cstdio>\n\n{declarations}\nint main() {{\n{calls}  std::puts("{len(names)} examples run");\n}}\n',
-    encoding="utf-8")
+    encoding="utf-8",
+)
 print(";".join(f"{folder}/{name}_example.cpp" for name in [*names, "main"]))

@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 """Compares the newest release in CHANGELOG.md with CITATION.cff and with the project's version."""
+
 import re
 import sys
 from pathlib import Path

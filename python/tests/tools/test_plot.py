@@ -12,7 +12,6 @@ import pytest
 
 sys.path.insert(0, str(Path(__file__).parent / "report"))
 from report_sample import renamed, sample_data, times_of, values_at
-
 from velmora.tools.plot import _broken, draw
 from velmora.tools.report import Bounds, ReportData, Track
 

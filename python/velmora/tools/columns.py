@@ -12,6 +12,7 @@ from typing import NamedTuple
 
 import numpy as np
 from numpy.typing import NDArray
+
 from velmora.tools.recording import QUANTITIES, Column, Recording
 from velmora.tools.text import printable
 

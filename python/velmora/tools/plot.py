@@ -8,6 +8,7 @@ from typing import TYPE_CHECKING
 
 import numpy as np
 from numpy.typing import NDArray
+
 from velmora.tools.report import buckets
 from velmora.tools.report.data import NAMES, QUANTITIES, Bounds, Quantity, ReportData, Track, unit_of
 from velmora.tools.report.html import clean

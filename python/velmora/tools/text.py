@@ -32,7 +32,7 @@ def listed(names: Sequence[str], most: int = 5) -> str:
 
 
 def nearest(name: str, names: Iterable[str]) -> str:
-    """"; did you mean 'NAME'?" for the most similar name, or nothing."""
+    """ "; did you mean 'NAME'?" for the most similar name, or nothing."""
     found = difflib.get_close_matches(name, list(names), n=1, cutoff=0.5)
     return f"; did you mean {quoted(found[0])}?" if found else ""
 
@@ -66,6 +66,10 @@ def table(head: Sequence[str], rows: Iterable[Sequence[str]], indent: str = "  "
     """Lines of aligned columns, the first flush left and the others flush right."""
     lines = [list(head), *(list(row) for row in rows)]
     widths = [max(len(line[column]) for line in lines) for column in range(len(head))]
-    return [(indent + "  ".join([line[0].ljust(widths[0]),
-                                 *(cell.rjust(width) for cell, width in zip(line[1:], widths[1:]))])).rstrip()
-            for line in lines]
+    return [
+        (
+            indent
+            + "  ".join([line[0].ljust(widths[0]), *(cell.rjust(width) for cell, width in zip(line[1:], widths[1:]))])
+        ).rstrip()
+        for line in lines
+    ]

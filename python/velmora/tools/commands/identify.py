@@ -7,6 +7,7 @@ from typing import TYPE_CHECKING, Any
 
 import click
 import numpy as np
+
 from velmora.tools.batch.tasks import JsonObject
 from velmora.tools.commands import common, reading
 from velmora.tools.commands import vibration_options as shared
@@ -15,6 +16,7 @@ from velmora.tools.text import table
 
 if TYPE_CHECKING:
     from matplotlib.figure import Figure
+
     from velmora.identify import Estimate, Identification
 
 

@@ -7,6 +7,7 @@ from typing import TYPE_CHECKING, Any
 
 import click
 import numpy as np
+
 from velmora.tools import formats, output
 from velmora.tools.batch.tasks import JsonObject
 from velmora.tools.commands import common, reading
@@ -18,6 +19,7 @@ from velmora.tools.text import table
 
 if TYPE_CHECKING:
     from matplotlib.figure import Figure
+
     from velmora.tools.operations.shape_move import Left, Shaped
     from velmora.tools.recording import Recording
 

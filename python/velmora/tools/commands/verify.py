@@ -6,6 +6,7 @@ from __future__ import annotations
 from typing import TYPE_CHECKING, Any
 
 import click
+
 from velmora.tools.batch.tasks import JsonObject
 from velmora.tools.commands import common, reading
 from velmora.tools.commands import vibration_options as shared
@@ -14,6 +15,7 @@ from velmora.tools.text import table
 
 if TYPE_CHECKING:
     from matplotlib.figure import Figure
+
     from velmora.tools.operations.verify_shaping import Verification
     from velmora.tools.recording import Recording
 

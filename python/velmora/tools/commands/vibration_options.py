@@ -12,6 +12,7 @@ from typing import TYPE_CHECKING, Any, TypeVar
 
 import click
 import numpy as np
+
 import velmora
 from velmora.tools import config, formats, output
 from velmora.tools.batch.tasks import JsonObject, digest_of
@@ -23,6 +24,7 @@ from velmora.tools.text import count
 
 if TYPE_CHECKING:
     from matplotlib.figure import Figure
+
     from velmora.identify import Identification
     from velmora.tools.operations.vibration import KnownMode
     from velmora.tools.report.data import ReportData

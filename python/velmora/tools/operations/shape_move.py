@@ -6,8 +6,9 @@ from __future__ import annotations
 from dataclasses import dataclass, replace
 
 import numpy as np
-import velmora as vm
 from numpy.typing import NDArray
+
+import velmora as vm
 from velmora import shaping
 from velmora.tools.operations.peaks import Peaks, peaks
 from velmora.tools.operations.resample import stamps_from, trajectory_of

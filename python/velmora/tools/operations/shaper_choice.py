@@ -6,6 +6,7 @@ from __future__ import annotations
 from dataclasses import dataclass
 
 import numpy as np
+
 from velmora import shaping
 from velmora.tools.operations.vibration import (
     NAMES,

@@ -7,6 +7,7 @@ from dataclasses import dataclass
 
 import numpy as np
 from numpy.typing import NDArray
+
 from velmora import shaping
 from velmora._damped_sinusoids import Poles, basis, project
 from velmora.identify import Identification, identify_modes

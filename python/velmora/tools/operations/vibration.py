@@ -8,6 +8,7 @@ from dataclasses import dataclass
 import numpy as np
 from numpy.typing import NDArray
 from scipy.signal import lfilter
+
 from velmora import shaping
 from velmora.tools.errors import UsageError
 

@@ -7,6 +7,7 @@ from dataclasses import dataclass
 
 import numpy as np
 from numpy.typing import NDArray
+
 from velmora.tools.report.data import QUANTITIES, Quantity, ReportData, Track, TrackName
 
 ROWS = 1 << 17  # rows looked at at a time

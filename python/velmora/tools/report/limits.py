@@ -5,6 +5,7 @@ from __future__ import annotations
 
 import numpy as np
 from numpy.typing import NDArray
+
 from velmora.tools.operations.check import TOLERANCE
 from velmora.tools.report.data import Bounds
 

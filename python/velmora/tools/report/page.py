@@ -10,6 +10,7 @@ from functools import cache
 from pathlib import Path
 
 import numpy as np
+
 from velmora.tools.errors import UsageError
 from velmora.tools.report import body, tables
 from velmora.tools.report.data import NAMES, QUANTITIES, Plot, ReportData, unit_of

@@ -11,6 +11,7 @@ from typing import TypedDict
 
 import numpy as np
 from numpy.typing import NDArray
+
 from velmora.tools.report import buckets
 from velmora.tools.report.data import QUANTITIES, Bounds, Plot, Quantity, ReportData, Track, TrackName
 from velmora.tools.report.encode import Writer

@@ -9,6 +9,7 @@ from __future__ import annotations
 
 import numpy as np
 from numpy.typing import NDArray
+
 from velmora.tools.report.data import Curve, Plot, ReportData, Track, unit_of
 
 LONGEST = 4096  # samples of a segment

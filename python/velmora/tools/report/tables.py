@@ -4,6 +4,7 @@
 from __future__ import annotations
 
 import numpy as np
+
 from velmora.tools.report.data import NAMES, QUANTITIES, Bounds, Quantity, ReportData, Track, TrackName, unit_of
 from velmora.tools.report.events import Peak, Peaks, ratio
 from velmora.tools.report.html import escaped, goto, number, rows

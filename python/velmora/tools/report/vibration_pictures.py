@@ -194,6 +194,7 @@ def save(figure: Figure, path: str) -> None:
     from pathlib import Path
 
     from matplotlib import rc_context
+
     from velmora.tools.plot import METADATA
 
     kind = Path(path).suffix[1:].lower()
