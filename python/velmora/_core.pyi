@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """The compiled part of velmora; import its names from `velmora`."""
 
+from collections.abc import Sequence
 from typing import ClassVar, SupportsIndex, overload
 
 import velmora._enums
@@ -806,3 +807,988 @@ def blend_tail_with_held_raw_endpoint(raw_position: velmora._typing.VectorLike, 
     array([[1.5 ],
            [1.25]])
     """
+
+class VibrationMode:
+    """
+    One vibration mode of a machine: ``q'' + 2 z w q' + w^2 q = 0``.
+
+    Parameters
+    ----------
+    frequency_hz : float
+        Undamped natural frequency f in Hz, ``w = 2 pi f``; finite and positive.
+    damping_ratio : float
+        Damping ratio z, at least 0 and below 1.
+
+    Attributes
+    ----------
+    damped_frequency_hz : float
+        Frequency of the free oscillation, ``f sqrt(1 - z^2)``.
+    damped_period_s : float
+        Its period.
+    half_period_decay : float
+        Share K of its amplitude that a free oscillation keeps over half a period, ``exp(-z pi / sqrt(1 - z^2))``.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "VibrationMode.frequency_hz must be finite and positive.", then "VibrationMode.damping_ratio must be in [0, 1)."
+    TypeError, ValueError
+        For arguments that are no real numbers; the message names the argument.
+
+    Notes
+    -----
+    Unchangeable, so that any number of threads may use it. It can be copied and pickled, and equals a mode of the same
+    values.
+
+    Examples
+    --------
+    >>> from velmora import shaping
+    >>> shaping.VibrationMode(4.0, 0.0).damped_period_s
+    0.25
+    """
+
+    def __init__(self, frequency_hz: velmora._typing.Real, damping_ratio: velmora._typing.Real) -> None: ...
+
+    @property
+    def frequency_hz(self) -> float: ...
+
+    @property
+    def damping_ratio(self) -> float: ...
+
+    @property
+    def damped_frequency_hz(self) -> float: ...
+
+    @property
+    def damped_period_s(self) -> float: ...
+
+    @property
+    def half_period_decay(self) -> float: ...
+
+    def __eq__(self, other: object) -> bool: ...
+
+    def __copy__(self) -> object: ...
+
+    def __deepcopy__(self, memo: dict[int, object]) -> object: ...
+
+    def __reduce__(self) -> tuple[object, ...]: ...
+
+    def __repr__(self) -> str: ...
+
+    __hash__: ClassVar[None]  # type: ignore[assignment]
+
+class ImpulseSequence:
+    """
+    Impulses that shape a command: it becomes the sum of its delayed, scaled copies.
+
+    Parameters
+    ----------
+    times_s : (n,) array_like of float
+        Delays in seconds, strictly increasing from 0; n is at least 1.
+    amplitudes : (n,) array_like of float
+        Share of each copy; negative ones are allowed. Their sum may miss 1 by up to 1e-9: the last one is then replaced by 1
+        less the sum of those before it.
+
+    Attributes
+    ----------
+    duration_s : float
+        How much longer a shaped command takes: the last time.
+    centroid_s : float
+        How far a shaped command lags behind the raw one: the sum of amplitude times time.
+
+    Raises
+    ------
+    InvalidArgumentError
+        In this order: "ImpulseSequence requires at least 1 impulse, got 0."; "ImpulseSequence.times_s must contain only
+        finite values."; "ImpulseSequence.times_s must start at 0."; "ImpulseSequence.times_s must be strictly increasing.";
+        "ImpulseSequence.amplitudes must match ImpulseSequence.times_s length."; "ImpulseSequence.amplitudes must contain
+        only finite values."; "ImpulseSequence.amplitudes must sum to 1."
+    TypeError, ValueError
+        For arguments of another kind or number of dimensions; the message names the argument.
+
+    Notes
+    -----
+    Unchangeable, so that any number of threads may use it. It can be copied and pickled, and equals a sequence of the same
+    bits.
+
+    Examples
+    --------
+    >>> from velmora import shaping
+    >>> shaping.ImpulseSequence([0.0, 0.1], [0.5, 0.5]).centroid_s
+    0.05
+    """
+
+    def __init__(self, times_s: velmora._typing.VectorLike, amplitudes: velmora._typing.VectorLike) -> None: ...
+
+    @property
+    def times_s(self) -> velmora._typing.FloatArray:
+        """(n,) delays in seconds."""
+
+    @property
+    def amplitudes(self) -> velmora._typing.FloatArray:
+        """(n,) shares of the copies."""
+
+    @property
+    def duration_s(self) -> float: ...
+
+    @property
+    def centroid_s(self) -> float: ...
+
+    def __eq__(self, other: object) -> bool: ...
+
+    def __copy__(self) -> object: ...
+
+    def __deepcopy__(self, memo: dict[int, object]) -> object: ...
+
+    def __reduce__(self) -> tuple[object, ...]: ...
+
+    def __repr__(self) -> str: ...
+
+    __hash__: ClassVar[None]  # type: ignore[assignment]
+
+def convolve(first: ImpulseSequence, second: ImpulseSequence) -> ImpulseSequence:
+    """
+    Return the sequence that shapes as two do one after the other, in any order.
+
+    With it the vibration of two modes is suppressed by one sequence for each. Impulses at most 1e-9 of the total duration
+    later than the first of a group are merged into that one.
+
+    Parameters
+    ----------
+    first, second : ImpulseSequence
+        Sequences of n and m impulses.
+
+    Returns
+    -------
+    ImpulseSequence
+        Up to n m impulses.
+
+    Raises
+    ------
+    InvalidArgumentError
+        The messages of `ImpulseSequence`, where values overflow.
+    TypeError
+        For arguments that are no sequences.
+
+    Notes
+    -----
+    Takes time in n m log(n m). Any number of threads may call it at once.
+
+    Examples
+    --------
+    >>> from velmora import shaping
+    >>> zv = shaping.zv(shaping.VibrationMode(1.0, 0.0))
+    >>> shaping.convolve(zv, zv)
+    ImpulseSequence(times_s=array([0. , 0.5, 1. ]), amplitudes=array([0.25, 0.5 , 0.25]))
+    """
+
+def zv(mode: VibrationMode) -> ImpulseSequence:
+    """
+    Zero vibration: two impulses half a damped period apart.
+
+    Parameters
+    ----------
+    mode : VibrationMode
+        The mode that is to be left at rest.
+
+    Returns
+    -------
+    ImpulseSequence
+        The sequence; the same bits on every machine.
+
+    Raises
+    ------
+    InvalidArgumentError
+        The messages of `ImpulseSequence`, for a mode so slow or so fast that its times leave the range of numbers.
+    TypeError, ValueError
+        For arguments of another kind; the message names the argument.
+
+    Notes
+    -----
+    Any number of threads may call it at once. Source of the method:
+    N. C. Singer, W. P. Seering, "Preshaping command inputs to reduce system vibration", 1990.
+    """
+
+def zvd(mode: VibrationMode) -> ImpulseSequence:
+    """
+    Zero vibration and derivative: three impulses that last one damped period.
+
+    Parameters
+    ----------
+    mode : VibrationMode
+        The mode that is to be left at rest.
+
+    Returns
+    -------
+    ImpulseSequence
+        The sequence; the same bits on every machine.
+
+    Raises
+    ------
+    InvalidArgumentError
+        The messages of `ImpulseSequence`, for a mode so slow or so fast that its times leave the range of numbers.
+    TypeError, ValueError
+        For arguments of another kind; the message names the argument.
+
+    Notes
+    -----
+    Any number of threads may call it at once. Source of the method:
+    N. C. Singer, W. P. Seering, "Preshaping command inputs to reduce system vibration", 1990.
+    """
+
+def zvdd(mode: VibrationMode) -> ImpulseSequence:
+    """
+    Zero vibration and two derivatives: four impulses that last one and a half damped periods.
+
+    Parameters
+    ----------
+    mode : VibrationMode
+        The mode that is to be left at rest.
+
+    Returns
+    -------
+    ImpulseSequence
+        The sequence; the same bits on every machine.
+
+    Raises
+    ------
+    InvalidArgumentError
+        The messages of `ImpulseSequence`, for a mode so slow or so fast that its times leave the range of numbers.
+    TypeError, ValueError
+        For arguments of another kind; the message names the argument.
+
+    Notes
+    -----
+    Any number of threads may call it at once. Source of the method:
+    N. C. Singer, W. P. Seering, "Preshaping command inputs to reduce system vibration", 1990.
+    """
+
+def mzv(mode: VibrationMode) -> ImpulseSequence:
+    """
+    Zero vibration by three impulses 3/8 of a damped period apart.
+
+    Parameters
+    ----------
+    mode : VibrationMode
+        The mode that is to be left at rest.
+
+    Returns
+    -------
+    ImpulseSequence
+        The sequence; the same bits on every machine.
+
+    Raises
+    ------
+    InvalidArgumentError
+        The messages of `ImpulseSequence`, for a mode so slow or so fast that its times leave the range of numbers.
+    TypeError, ValueError
+        For arguments of another kind; the message names the argument.
+
+    Notes
+    -----
+    Any number of threads may call it at once. Source of the method:
+    N. C. Singer, W. P. Seering, "Preshaping command inputs to reduce system vibration", 1990.
+    """
+
+def ei(mode: VibrationMode, tolerance: velmora._typing.Real) -> ImpulseSequence:
+    """
+    Extra insensitive: the tolerance at the mode, where the residual is largest in between, and exactly zero on both sides.
+
+    Parameters
+    ----------
+    mode : VibrationMode
+        The mode that is to be left at rest.
+    tolerance : float
+        Tolerated residual vibration as a share of the unshaped one, above 0 and below 1.
+
+    Returns
+    -------
+    ImpulseSequence
+        The sequence; the same bits on every machine.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "tolerance must be in (0, 1)."; "No sequence of this design was found for this damping_ratio and tolerance."
+        The messages of `ImpulseSequence`, for a mode so slow or so fast that its times leave the range of numbers.
+    TypeError, ValueError
+        For arguments of another kind; the message names the argument.
+
+    Notes
+    -----
+    Any number of threads may call it at once. Source of the method:
+    W. Singhose, W. Seering, N. Singer, "Residual vibration reduction using vector diagrams", 1994.
+    """
+
+def two_hump_ei(mode: VibrationMode, tolerance: velmora._typing.Real) -> ImpulseSequence:
+    """
+    Two-hump extra insensitive: zero at the mode and on both sides, the tolerance on the humps between.
+
+    Parameters
+    ----------
+    mode : VibrationMode
+        The mode that is to be left at rest.
+    tolerance : float
+        Tolerated residual vibration as a share of the unshaped one, above 0 and below 1.
+
+    Returns
+    -------
+    ImpulseSequence
+        The sequence; the same bits on every machine.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "tolerance must be in (0, 1)."; "No sequence of this design was found for this damping_ratio and tolerance."
+        The messages of `ImpulseSequence`, for a mode so slow or so fast that its times leave the range of numbers.
+    TypeError, ValueError
+        For arguments of another kind; the message names the argument.
+
+    Notes
+    -----
+    Any number of threads may call it at once. Source of the method:
+    W. Singhose, L. Porter, T. Tuttle, N. Singer, "Vibration reduction using multi-hump input shapers", 1997.
+    """
+
+def three_hump_ei(mode: VibrationMode, tolerance: velmora._typing.Real) -> ImpulseSequence:
+    """
+    Three-hump extra insensitive: the tolerance at the mode and on a hump on either side of it.
+
+    Parameters
+    ----------
+    mode : VibrationMode
+        The mode that is to be left at rest.
+    tolerance : float
+        Tolerated residual vibration as a share of the unshaped one, above 0 and below 1.
+
+    Returns
+    -------
+    ImpulseSequence
+        The sequence; the same bits on every machine.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "tolerance must be in (0, 1)."; "No sequence of this design was found for this damping_ratio and tolerance."
+        The messages of `ImpulseSequence`, for a mode so slow or so fast that its times leave the range of numbers.
+    TypeError, ValueError
+        For arguments of another kind; the message names the argument.
+
+    Notes
+    -----
+    Any number of threads may call it at once. Source of the method:
+    W. Singhose, L. Porter, T. Tuttle, N. Singer, "Vibration reduction using multi-hump input shapers", 1997.
+    """
+
+def um_zv(mode: VibrationMode) -> ImpulseSequence:
+    """
+    Unity-magnitude zero vibration: amplitudes 1, -1, 1. Shorter than `zv`, but a shaped command may exceed
+    the raw one's velocities and accelerations up to 3 times.
+
+    Parameters
+    ----------
+    mode : VibrationMode
+        The mode that is to be left at rest.
+
+    Returns
+    -------
+    ImpulseSequence
+        The sequence; the same bits on every machine.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "No sequence of this design was found for this damping_ratio."
+        The messages of `ImpulseSequence`, for a mode so slow or so fast that its times leave the range of numbers.
+    TypeError, ValueError
+        For arguments of another kind; the message names the argument.
+
+    Notes
+    -----
+    Any number of threads may call it at once. Source of the method:
+    W. Singhose, N. Singer, W. Seering, "Time-optimal negative input shapers", 1997.
+    """
+
+def um_zvd(mode: VibrationMode) -> ImpulseSequence:
+    """
+    Unity-magnitude zero vibration and derivative: amplitudes 1, -1, 1, -1, 1. See `um_zv`; here up to 5 times.
+
+    Parameters
+    ----------
+    mode : VibrationMode
+        The mode that is to be left at rest.
+
+    Returns
+    -------
+    ImpulseSequence
+        The sequence; the same bits on every machine.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "No sequence of this design was found for this damping_ratio."
+        The messages of `ImpulseSequence`, for a mode so slow or so fast that its times leave the range of numbers.
+    TypeError, ValueError
+        For arguments of another kind; the message names the argument.
+
+    Notes
+    -----
+    Any number of threads may call it at once. Source of the method:
+    W. Singhose, N. Singer, W. Seering, "Time-optimal negative input shapers", 1997.
+    """
+
+def specified_insensitivity(mode: VibrationMode, low_hz: velmora._typing.Real, high_hz: velmora._typing.Real, tolerance: velmora._typing.Real) -> ImpulseSequence:
+    """
+    Specified insensitivity: the shortest positive sequence that keeps the tolerance over a range of frequencies.
+
+    Parameters
+    ----------
+    mode : VibrationMode
+        The mode that is to be left at rest.
+    low_hz, high_hz : float
+        The range, which holds the frequency of the mode.
+    tolerance : float
+        Tolerated residual vibration, above 0 and below 1.
+
+    Returns
+    -------
+    ImpulseSequence
+        The sequence; the same bits on every machine.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "tolerance must be in (0, 1)."; "low_hz must be finite and positive."; "high_hz must be finite and
+        positive."; "mode.frequency_hz must lie between low_hz and high_hz."; "high_hz must not exceed 4 times low_hz."; "No sequence of this design was
+        found for this range and tolerance."
+        The messages of `ImpulseSequence`, for a mode so slow or so fast that its times leave the range of numbers.
+    TypeError, ValueError
+        For arguments of another kind; the message names the argument.
+
+    Notes
+    -----
+    Any number of threads may call it at once. Source of the method:
+    J. Vaughan, A. Yano, W. Singhose, "Comparison of robust input shapers", 2008.
+    """
+
+class InsensitivityBand:
+    """
+    The connected band of frequencies in which a sequence keeps a tolerated residual.
+
+    Parameters
+    ----------
+    low_hz, high_hz : float
+        Ends of the band in Hz.
+    width : float
+        ``(high_hz - low_hz) / f``, the insensitivity.
+    """
+
+    def __init__(self, low_hz: velmora._typing.Real, high_hz: velmora._typing.Real, width: velmora._typing.Real) -> None: ...
+
+    @property
+    def low_hz(self) -> float: ...
+
+    @property
+    def high_hz(self) -> float: ...
+
+    @property
+    def width(self) -> float: ...
+
+    def __eq__(self, other: object) -> bool: ...
+
+    def __copy__(self) -> object: ...
+
+    def __deepcopy__(self, memo: dict[int, object]) -> object: ...
+
+    def __reduce__(self) -> tuple[object, ...]: ...
+
+    def __repr__(self) -> str: ...
+
+    __hash__: ClassVar[None]  # type: ignore[assignment]
+
+def residual_vibration(sequence: ImpulseSequence, mode: VibrationMode) -> float:
+    """
+    Return the residual vibration of a mode after a sequence, ``exp(-z w t_n) sqrt(C^2 + S^2)``.
+
+    Parameters
+    ----------
+    sequence : ImpulseSequence
+        The sequence.
+    mode : VibrationMode
+        The machine's mode, which need not be the one that the sequence was designed for.
+
+    Returns
+    -------
+    float
+        Amplitude at the end of the shaped command as a share of that at the end of the unshaped one: 0 for no vibration.
+
+    Raises
+    ------
+    TypeError
+        For arguments of other classes.
+
+    Notes
+    -----
+    Linear in the number of impulses. Any number of threads may call it at once. Source of the method: N. C. Singer,
+    W. P. Seering, "Preshaping command inputs to reduce system vibration", 1990.
+
+    Examples
+    --------
+    >>> from velmora import shaping
+    >>> sequence = shaping.zvd(shaping.VibrationMode(5.0, 0.0))
+    >>> round(shaping.residual_vibration(sequence, shaping.VibrationMode(5.5, 0.0)), 4)
+    0.0245
+    """
+
+def residual_over_frequency(sequence: ImpulseSequence, mode: VibrationMode, frequencies_hz: velmora._typing.VectorLike) -> velmora._typing.FloatArray:
+    """
+    Return the residual vibration over frequency, all with the damping of a mode.
+
+    Parameters
+    ----------
+    sequence : ImpulseSequence
+        The sequence.
+    mode : VibrationMode
+        Gives the damping ratio.
+    frequencies_hz : (F,) array_like of float
+        Undamped natural frequencies in any order, finite and non-negative.
+
+    Returns
+    -------
+    (F,) numpy.ndarray
+        Residual vibration at each of them.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "frequencies_hz must be finite and non-negative."
+    TypeError, ValueError
+        For arguments of another kind or number of dimensions; the message names the argument.
+
+    Notes
+    -----
+    Linear in F and the number of impulses. Any number of threads may call it at once.
+    """
+
+def residual_over_damping(sequence: ImpulseSequence, mode: VibrationMode, damping_ratios: velmora._typing.VectorLike) -> velmora._typing.FloatArray:
+    """
+    Return the residual vibration over damping, all at the frequency of a mode.
+
+    Parameters
+    ----------
+    sequence : ImpulseSequence
+        The sequence.
+    mode : VibrationMode
+        Gives the undamped natural frequency.
+    damping_ratios : (Z,) array_like of float
+        Damping ratios in any order, at least 0 and below 1.
+
+    Returns
+    -------
+    (Z,) numpy.ndarray
+        Residual vibration at each of them.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "damping_ratios must be in [0, 1)."
+    TypeError, ValueError
+        For arguments of another kind or number of dimensions; the message names the argument.
+
+    Notes
+    -----
+    Linear in Z and the number of impulses. Any number of threads may call it at once.
+    """
+
+def insensitivity(sequence: ImpulseSequence, mode: VibrationMode, tolerance: velmora._typing.Real) -> InsensitivityBand:
+    """
+    Return the connected band of frequencies around a mode in which the residual is at most the tolerance.
+
+    A hump within the band belongs to it where it exceeds the tolerance by no more than a millionth of it: humps that are
+    designed to touch the tolerance do so up to roundings, and must not cut the band. With a hump that is higher the band ends
+    before it. The search ends at ten times the frequency of the mode.
+
+    Parameters
+    ----------
+    sequence : ImpulseSequence
+        The sequence.
+    mode : VibrationMode
+        The mode in the band; its damping ratio holds for all of it.
+    tolerance : float
+        Tolerated residual vibration, above 0 and below 1.
+
+    Returns
+    -------
+    InsensitivityBand
+        The band; of width 0 where the residual of the mode itself is larger.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "tolerance must be in (0, 1)."
+    TypeError, ValueError
+        For arguments of another kind; the message names the argument.
+
+    Notes
+    -----
+    Any number of threads may call it at once. Source of the method: J. Vaughan, A. Yano, W. Singhose, "Comparison of robust
+    input shapers", 2008.
+
+    Examples
+    --------
+    >>> from velmora import shaping
+    >>> mode = shaping.VibrationMode(5.0, 0.0)
+    >>> round(shaping.insensitivity(shaping.zvd(mode), mode, 0.05).width, 3)
+    0.287
+    """
+
+class ShapedCommand:
+    """
+    A shaped command in two parts, and what shaping had to do at its ends.
+
+    Attributes
+    ----------
+    move : ShapedTrajectory
+        The N samples up to the end of the raw command.
+    tail : ShapedTrajectory
+        The samples after it, until all copies have ended.
+    added_duration_s : float
+        How much longer the shaped command takes.
+    lag_s : float
+        How far it lags behind the raw one on average.
+    start_velocity, start_acceleration, end_velocity, end_acceleration : (J,) numpy.ndarray
+        Of the raw command at its first and last sample. Before and after them it is held at rest; where these are not zero
+        the shaped command steps, by each amplitude's share.
+
+    Notes
+    -----
+    Unchangeable, so that any number of threads may use it. It can be copied and pickled, and equals a command of the same
+    bits.
+    """
+
+    def __init__(self, move: ShapedTrajectory, tail: ShapedTrajectory, added_duration_s: velmora._typing.Real, lag_s: velmora._typing.Real, start_velocity: velmora._typing.VectorLike, start_acceleration: velmora._typing.VectorLike, end_velocity: velmora._typing.VectorLike, end_acceleration: velmora._typing.VectorLike) -> None: ...
+
+    @property
+    def move(self) -> ShapedTrajectory: ...
+
+    @property
+    def tail(self) -> ShapedTrajectory: ...
+
+    @property
+    def added_duration_s(self) -> float: ...
+
+    @property
+    def lag_s(self) -> float: ...
+
+    @property
+    def start_velocity(self) -> velmora._typing.FloatArray: ...
+
+    @property
+    def start_acceleration(self) -> velmora._typing.FloatArray: ...
+
+    @property
+    def end_velocity(self) -> velmora._typing.FloatArray: ...
+
+    @property
+    def end_acceleration(self) -> velmora._typing.FloatArray: ...
+
+    def __eq__(self, other: object) -> bool: ...
+
+    def __copy__(self) -> object: ...
+
+    def __deepcopy__(self, memo: dict[int, object]) -> object: ...
+
+    def __reduce__(self) -> tuple[object, ...]: ...
+
+    def __repr__(self) -> str: ...
+
+    __hash__: ClassVar[None]  # type: ignore[assignment]
+
+def shape_trajectory(trajectory: JointTrajectory, sequences: ImpulseSequence | Sequence[ImpulseSequence], sample_time_s: velmora._typing.Real | None = None, times_s: velmora._typing.VectorLike | None = None, method: velmora._typing.Method = 'cubic') -> ShapedCommand:
+    """
+    Return a trajectory shaped by impulse sequences.
+
+    It is the sum of its delayed copies weighted by the amplitudes, each evaluated at its exact time. Before the first and
+    after the last sample the raw command is held at rest.
+
+    Parameters
+    ----------
+    trajectory : JointTrajectory
+        The raw command, N samples of J joints.
+    sequences : ImpulseSequence or sequence of ImpulseSequence
+        One for all joints, with which a straight line in joint space stays straight, or one per joint: the shorter ones are
+        then delayed until the centroids of all coincide.
+    sample_time_s : float, optional
+        Sample at the trajectory's own times, and after its end with this spacing until all copies have ended.
+    times_s : (M,) array_like of float, optional
+        Sample at these times instead, finite and strictly increasing. One of the two has to be given.
+    method : ResamplingMethod or {"cubic", "linear"}
+        Interpolation between samples. "cubic" is the library's spline with its derivatives; "linear" interpolates
+        positions, velocities and accelerations of the trajectory alike.
+
+    Returns
+    -------
+    ShapedCommand
+        The command in two parts.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "sequences must hold one sequence, or one per joint."; "sample_time_s must be positive.", or "times_s must contain
+        only finite values." and "times_s must be strictly increasing."; "Cubic-spline construction produced non-finite
+        coefficients."; "Unsupported resampling method: '<text>'."
+    MemoryError
+        Where memory runs out, and for a tail too long to be counted.
+    TypeError, ValueError
+        For arguments of another kind or number of dimensions, and where not exactly one of `sample_time_s` and `times_s` is
+        given; the message names the argument.
+
+    Notes
+    -----
+    Linear in the number of samples, joints and impulses. Any number of threads may call it at once. Source of the method:
+    N. C. Singer, W. P. Seering, "Preshaping command inputs to reduce system vibration", 1990.
+
+    Examples
+    --------
+    >>> import velmora as vm
+    >>> from velmora import shaping
+    >>> raw = vm.JointTrajectory([[0.0], [1.0], [2.0]], dt=1.0)
+    >>> halves = shaping.ImpulseSequence([0.0, 0.5], [0.5, 0.5])
+    >>> shaping.shape_trajectory(raw, halves, 1.0, method="linear").move.positions
+    array([[0.  ],
+           [0.75],
+           [1.75]])
+    """
+
+def join_move_and_tail(command: ShapedCommand) -> ShapedTrajectory:
+    """
+    Return both parts of a command in one: the samples of the move, then those of the tail.
+
+    Parameters
+    ----------
+    command : ShapedCommand
+        A shaped command.
+
+    Returns
+    -------
+    ShapedTrajectory
+        N + M samples of J joints.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "command parts must have matching sample and joint shapes"
+    TypeError
+        For anything but a `ShapedCommand`.
+
+    Notes
+    -----
+    Any number of threads may call it at once.
+    """
+
+def path_deviation(trajectory: JointTrajectory, command: ShapedCommand) -> float:
+    """
+    Return how far a shaped command leaves the path of the raw one.
+
+    Parameters
+    ----------
+    trajectory : JointTrajectory
+        The raw command.
+    command : ShapedCommand
+        The same command shaped.
+
+    Returns
+    -------
+    float
+        The largest distance in joint space, over the samples of the command, to the nearest point of the raw path; the path
+        is the polyline through the raw samples.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "trajectory and command must have the same number of joints."; "command parts must have matching sample and joint
+        shapes"
+    TypeError
+        For arguments of other classes.
+
+    Notes
+    -----
+    Takes time in the samples of the command times those of the trajectory within the added duration. Any number of threads
+    may call it at once.
+    """
+
+def blend_shaped_trajectory(raw: JointTrajectory, shaped: ShapedCommand, weight: velmora._typing.Real | velmora._typing.VectorLike, transition_s: velmora._typing.Real | None = None) -> ShapedCommand:
+    """
+    Blend a raw trajectory with its shaped copy: ``(1 - w) * raw + w * shaped``.
+
+    Beyond the end of the raw trajectory its endpoint is held and blended with the tail, with the weight of the last sample.
+    Where the weight changes with time, velocities and accelerations get the terms of the product rule, so that they remain
+    derivatives of the positions.
+
+    Parameters
+    ----------
+    raw : JointTrajectory
+        The raw trajectory, N samples of J joints.
+    shaped : ShapedCommand
+        Its shaped copy, sampled at the same times.
+    weight : float or (N,) array_like of float
+        Share of the shaped copy in [0, 1]: one value, or one per sample of the raw trajectory.
+    transition_s : float, optional
+        Let the weight rise from 0 to this one value along `velmora.smootherstep` in so many seconds.
+
+    Returns
+    -------
+    ShapedCommand
+        The blend.
+
+    Raises
+    ------
+    InvalidArgumentError
+        In this order: "command parts must have matching sample and joint shapes"; "raw and shaped.move must have the same
+        number of joints."; "raw and shaped.move must have the same sample times."; "per-sample shaping weights must match
+        the sample count"; "vibration_shaping_weight must be in [0.0, 1.0]"; "vibration_weight_transition_s must be
+        non-negative".
+    TypeError, ValueError
+        For arguments of another kind or number of dimensions; the message names the argument.
+
+    Notes
+    -----
+    Linear in the number of elements. Any number of threads may call it at once.
+    """
+
+def blended_sequence(sequence: ImpulseSequence, weight: velmora._typing.Real) -> ImpulseSequence:
+    """
+    Return the sequence that a blend with a constant weight amounts to.
+
+    Its `residual_vibration` is that of the blend.
+
+    Parameters
+    ----------
+    sequence : ImpulseSequence
+        The sequence of the shaped copy.
+    weight : float
+        Share of the shaped copy in [0, 1].
+
+    Returns
+    -------
+    ImpulseSequence
+        The weight times the given one, and the rest at time 0.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "vibration_shaping_weight must be in [0.0, 1.0]"
+    TypeError, ValueError
+        For arguments of another kind; the message names the argument.
+
+    Notes
+    -----
+    Any number of threads may call it at once.
+    """
+
+class JointSample:
+    """
+    Position, velocity and acceleration of all joints at one time.
+
+    Parameters
+    ----------
+    position, velocity, acceleration : (J,) array_like of float
+        One value per joint.
+
+    Raises
+    ------
+    TypeError, ValueError
+        For arguments that are no one-dimensional arrays of real numbers; the message names the argument.
+    """
+
+    def __init__(self, position: velmora._typing.VectorLike, velocity: velmora._typing.VectorLike, acceleration: velmora._typing.VectorLike) -> None: ...
+
+    @property
+    def position(self) -> velmora._typing.FloatArray: ...
+
+    @property
+    def velocity(self) -> velmora._typing.FloatArray: ...
+
+    @property
+    def acceleration(self) -> velmora._typing.FloatArray: ...
+
+    def __eq__(self, other: object) -> bool: ...
+
+    def __copy__(self) -> object: ...
+
+    def __deepcopy__(self, memo: dict[int, object]) -> object: ...
+
+    def __reduce__(self) -> tuple[object, ...]: ...
+
+    def __repr__(self) -> str: ...
+
+    __hash__: ClassVar[None]  # type: ignore[assignment]
+
+class StreamingShaper:
+    """
+    Shapes a command as it comes, one sample at a time.
+
+    What comes out is, to the last bit, what `shape_trajectory` with ``method="linear"`` and one sequence for all joints gives
+    for the whole command at the times k `sample_time_s`.
+
+    Parameters
+    ----------
+    sequence : ImpulseSequence
+        The sequence of all joints.
+    joints : int
+        Number of joints J.
+    sample_time_s : float
+        Time between samples, finite and positive.
+
+    Attributes
+    ----------
+    at_rest : bool
+        Whether nothing would move any more without another sample.
+
+    Raises
+    ------
+    InvalidArgumentError
+        "joints must be non-negative."; "sample_time_s must be positive."
+    MemoryError
+        Where memory runs out.
+    TypeError, ValueError
+        For arguments of another kind; the message names the argument.
+
+    Notes
+    -----
+    One shaper belongs to one thread.
+    """
+
+    def __init__(self, sequence: ImpulseSequence, joints: SupportsIndex, sample_time_s: velmora._typing.Real) -> None: ...
+
+    def step(self, raw: JointSample) -> JointSample:
+        """
+        Take the next sample of the command, and return the shaped one of the same time.
+
+        Raises
+        ------
+        InvalidArgumentError
+            "raw sample must have the number of joints of the shaper."; "raw sample must contain only finite values.\"
+        """
+
+    def step_tail(self) -> JointSample:
+        """
+        Soft stop: take the last sample once more, at rest, and return the shaped one.
+
+        Raises
+        ------
+        InvalidArgumentError
+            "no sample has been shaped yet.\"
+        """
+
+    def hard_stop(self) -> JointSample:
+        """
+        Hard stop: hold the last shaped position at rest, and forget the command.
+
+        Raises
+        ------
+        InvalidArgumentError
+            "no sample has been shaped yet.\"
+        """
+
+    @property
+    def at_rest(self) -> bool: ...
