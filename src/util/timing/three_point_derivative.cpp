@@ -31,8 +31,8 @@ struct Weights {
   Value later;
 };
 
-// At each of the three samples, from the steps before and after the middle one. The order of operations is part of the
-// result's promise.
+// At the first, the middle and the last of the three samples, from the two steps between them. Every operation is
+// rounded by itself, in the order written, but for the fused ones: the bits of the result depend on it.
 VELMORA_ALWAYS_INLINE Weights<double> WeightsAtFirst(double h0, double h1) {
   return {-std::fma(2.0, h0, h1) / ((h1 + h0) * h0), (h1 + h0) / (h1 * h0), -h0 / ((h1 + h0) * h1)};
 }
@@ -71,8 +71,11 @@ VELMORA_ALWAYS_INLINE void WeightsAtMiddles(const double* t, Index count, Stretc
   }
 }
 
-// `count` derivative rows, each from three rows of which the first start at `rows`: the middle product first, then the
-// earlier, then the later term, so that every machine rounds alike. Each row is loaded once.
+// `count` rows of the derivative, the first from the three rows at `rows`, the next from one row further down and so
+// on:
+//   d = later_weight x_later + (earlier_weight x_earlier + middle_weight x_middle)
+// with both sums fused, so that every machine rounds alike. A row that was the later one is the middle one next and
+// then the earlier one, so each is loaded once.
 template <typename Processor, typename Block>
 VELMORA_ALWAYS_INLINE void CombineRows(const Block& columns, const double* earlier_weight, const double* middle_weight,
                                        const double* later_weight, Index count, const double* rows, Index joints,
@@ -119,8 +122,8 @@ struct DerivativeKernel {
   static VELMORA_ALWAYS_INLINE void Run(const double* x, const double* t, Index samples, Index joints, double* d) {
     const Index last = samples - 1;
     CombineRow<Processor>(WeightsAtFirst(t[1] - t[0], t[2] - t[1]), x, joints, d);
-    // Divisions side by side cost no more than one, and those of the next stretch run while the rows of this one are
-    // combined.
+    // The weights of a stretch of samples are formed together, since four divisions side by side cost no more than one,
+    // and one stretch ahead, since the processor divides while it combines rows.
     std::array<StretchWeights, 2> stretches;
     StretchWeights* weights = stretches.data();
     StretchWeights* next_weights = weights + 1;
@@ -135,7 +138,7 @@ struct DerivativeKernel {
         ForEachColumnBlock(joints, [=](const auto& columns) VELMORA_ALWAYS_INLINE_LAMBDA {
           CombineRows<Processor>(columns, earlier, middle, later, count, rows, joints, result);
         });
-      } else {  // down one block after the other the memory beyond the caches is read too slowly
+      } else {  // row by row: in blocks, wide rows would be read in pieces, which is slow beyond the caches
         for (Index k = 0; k < count; ++k) {
           CombineRow<Processor>({earlier[k], middle[k], later[k]}, rows + k * joints, joints, result + k * joints);
         }
