@@ -155,8 +155,8 @@ def long_recording(entries, with_goals):
     seconds_goal, memory_goal = (" (goal: less than 2 s)", " (goal: less than 1,000 MB)") if with_goals else ("", "")
     return [
         "",
-        f"Cubic resampling of 1,000,000 samples of 7 joints onto as many grid points: {seconds:.2f} s{seconds_goal}, and "
-        f"{memory:,.0f} MB at the peak of the whole process{memory_goal}.",
+        f"Cubic resampling of 1,000,000 samples of 7 joints onto as many grid points: {seconds:.2f} s{seconds_goal}, "
+        f"and {memory:,.0f} MB at the peak of the whole process{memory_goal}.",
     ]
 
 
