@@ -9,6 +9,7 @@
 #include "support/compare_bits.hpp"
 #include "support/expect_throws.hpp"
 #include "util/timing/linear_interpolation.hpp"
+#include "util/timing/linear_resampling.hpp"
 
 namespace velmora::util::timing {
 namespace {
