@@ -23,7 +23,7 @@ def commands_of(page: Path) -> list[tuple[str, str]]:
         for line in block.splitlines():
             if line.startswith("$ "):
                 commands.append((line[2:], ""))
-            elif line.startswith("> "):
+            elif line.startswith(">"):
                 commands[-1] = (commands[-1][0] + "\n" + line[2:], "")
             else:
                 commands[-1] = (commands[-1][0], commands[-1][1] + line + "\n")
