@@ -118,7 +118,8 @@ struct InterpolationKernel {
     for (Index i = 0; i < query_count;) {
       const double query = queries[i];
       const bool not_finite = last > 0 && !native::IsFinite(query);
-      // Written so that a query is inside here if it is inside for LocateInside, also where times were overwritten by NaN.
+      // Written so that a query is inside here if it is inside for LocateInside, also where times were overwritten by
+      // NaN.
       const bool before_all = last == 0 || !(query > times[0]);
       if (not_finite || before_all || !(query < times[last])) {
         if (not_finite) {
