@@ -4,8 +4,8 @@
 
 #include "agreement.hpp"
 #include "contender.hpp"
-#include "native/cpu_dispatch.hpp"
-#include "native/row_lanes.hpp"
+#include "internal/cpu_dispatch.hpp"
+#include "internal/row_lanes.hpp"
 #include "peers/eigen_expressions.hpp"
 #include "util/timing/three_point_derivative.hpp"
 
@@ -20,20 +20,20 @@ using util::timing::ThreePointSampleDerivative;
 struct DivisionsKernel {
   template <typename Processor>
   static VELMORA_ALWAYS_INLINE void Run(const double* t, Eigen::Index samples, double* quotients) {
-    for (Eigen::Index i = 1; i + native::kLanes < samples; i += native::kLanes, quotients += 3 * native::kLanes) {
-      const native::Lanes here = native::Load<native::Lanes>(t + i);
-      const native::Lanes before = here - native::Load<native::Lanes>(t + i - 1);
-      const native::Lanes after = native::Load<native::Lanes>(t + i + 1) - here;
-      native::Store<native::Lanes>(after / before, quotients);
-      native::Store<native::Lanes>(here / before, quotients + native::kLanes);
-      native::Store<native::Lanes>(before / after, quotients + 2 * native::kLanes);
+    for (Eigen::Index i = 1; i + internal::kLanes < samples; i += internal::kLanes, quotients += 3 * internal::kLanes) {
+      const internal::Lanes here = internal::Load<internal::Lanes>(t + i);
+      const internal::Lanes before = here - internal::Load<internal::Lanes>(t + i - 1);
+      const internal::Lanes after = internal::Load<internal::Lanes>(t + i + 1) - here;
+      internal::Store<internal::Lanes>(after / before, quotients);
+      internal::Store<internal::Lanes>(here / before, quotients + internal::kLanes);
+      internal::Store<internal::Lanes>(before / after, quotients + 2 * internal::kLanes);
     }
   }
 };
 
 Vector Divisions(const Recording& r) {
   Vector quotients(3 * r.trajectory.time.size());
-  native::RunKernel<DivisionsKernel>(r.trajectory.time.data(), r.trajectory.time.size(), quotients.data());
+  internal::RunKernel<DivisionsKernel>(r.trajectory.time.data(), r.trajectory.time.size(), quotients.data());
   return quotients;
 }
 

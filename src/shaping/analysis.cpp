@@ -4,8 +4,8 @@
 
 #include <cmath>
 
-#include "native/finiteness.hpp"
-#include "native/throw_invalid_argument.hpp"
+#include "internal/finiteness.hpp"
+#include "internal/throw_invalid_argument.hpp"
 #include "shaping/impulse_sequence_sizes.hpp"
 #include "shaping/peak.hpp"
 #include "shaping/residual_vector.hpp"
@@ -74,8 +74,8 @@ double ResidualVibration(const ImpulseSequence& sequence, const VibrationMode& m
 Vector ResidualOverFrequency(const ImpulseSequence& sequence, const VibrationMode& mode, const Vector& frequencies_hz) {
   CheckSizes(sequence);
   for (const double frequency_hz : frequencies_hz) {
-    if (!native::IsFinite(frequency_hz) || frequency_hz < 0.0) {
-      native::ThrowInvalidArgument("frequencies_hz must be finite and non-negative.");
+    if (!internal::IsFinite(frequency_hz) || frequency_hz < 0.0) {
+      internal::ThrowInvalidArgument("frequencies_hz must be finite and non-negative.");
     }
   }
   Vector residuals(frequencies_hz.size());
@@ -87,7 +87,7 @@ Vector ResidualOverDamping(const ImpulseSequence& sequence, const VibrationMode&
   CheckSizes(sequence);
   for (const double damping_ratio : damping_ratios) {
     if (!(damping_ratio >= 0.0 && damping_ratio < 1.0)) {
-      native::ThrowInvalidArgument("damping_ratios must be in [0, 1).");
+      internal::ThrowInvalidArgument("damping_ratios must be in [0, 1).");
     }
   }
   Vector residuals(damping_ratios.size());

@@ -6,8 +6,8 @@
 #include <optional>
 #include <utility>
 
-#include "native/exact_arithmetic.hpp"
-#include "native/throw_invalid_argument.hpp"
+#include "internal/exact_arithmetic.hpp"
+#include "internal/throw_invalid_argument.hpp"
 #include "shaping/impulse_sequence_sizes.hpp"
 #include "shaping/shaped_parts.hpp"
 #include "util/timing/trajectory_sizes.hpp"
@@ -21,7 +21,7 @@ namespace {
 
 using control::shaper::BlendArrays;
 using Eigen::Index;
-using native::ThrowInvalidArgument;
+using internal::ThrowInvalidArgument;
 
 // A weight over time, with its derivatives.
 struct WeightCurve {

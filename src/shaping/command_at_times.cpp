@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "native/exact_arithmetic.hpp"
+#include "internal/exact_arithmetic.hpp"
 #include "util/timing/cubic_spline.hpp"
 #include "util/timing/linear_interpolation.hpp"
 #include "util/timing/trajectory_sizes.hpp"

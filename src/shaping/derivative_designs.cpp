@@ -4,7 +4,7 @@
 #include <initializer_list>
 #include <utility>
 
-#include "native/exact_arithmetic.hpp"
+#include "internal/exact_arithmetic.hpp"
 #include "shaping/elementary_functions.hpp"
 #include "shaping/residual_vector.hpp"
 #include "velmora/shaping/designs.hpp"

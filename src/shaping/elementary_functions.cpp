@@ -5,7 +5,7 @@
 #include <cmath>
 #include <limits>
 
-#include "native/finiteness.hpp"
+#include "internal/finiteness.hpp"
 
 namespace velmora::shaping {
 namespace {
@@ -77,7 +77,7 @@ double Exp(double x) {
 }
 
 SineCosine SineCosineOfTurns(double turns) {
-  if (!native::IsFinite(turns)) {
+  if (!internal::IsFinite(turns)) {
     constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
     return {kNan, kNan};
   }

@@ -3,8 +3,8 @@
 #include <cmath>
 #include <utility>
 
-#include "native/finiteness.hpp"
-#include "native/throw_invalid_argument.hpp"
+#include "internal/finiteness.hpp"
+#include "internal/throw_invalid_argument.hpp"
 #include "shaping/elementary_functions.hpp"
 #include "shaping/equations.hpp"
 #include "shaping/residual_vector.hpp"
@@ -127,7 +127,7 @@ Vector UndampedUnknowns(const Unknowns& layout, const Impulses& undamped) {
 }
 
 bool MeetsItsDescription(const Unknowns& layout, const Vector& values, double damping_ratio, double tolerance) {
-  if (!native::AllFinite(values)) return false;
+  if (!internal::AllFinite(values)) return false;
   Vector residuals(layout.count());
   EvaluateConstraints(layout, values, damping_ratio, tolerance, residuals);
   for (const double residual : residuals) {
@@ -166,7 +166,7 @@ ImpulseSequence Design(const VibrationMode& mode, double tolerance, Vector undam
     values = NewtonSteps(equations, std::move(values), step < steps ? kIterationsPerStep : kFinalIterations);
   }
   if (!MeetsItsDescription(layout, values, mode.damping_ratio, tolerance)) {
-    native::ThrowInvalidArgument("No sequence of this design was found for this damping_ratio and tolerance.");
+    internal::ThrowInvalidArgument("No sequence of this design was found for this damping_ratio and tolerance.");
   }
   return ForMode(layout.impulses_of(values), mode);
 }

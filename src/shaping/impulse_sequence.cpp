@@ -9,15 +9,15 @@
 #include <utility>
 #include <vector>
 
-#include "native/finiteness.hpp"
-#include "native/throw_invalid_argument.hpp"
+#include "internal/finiteness.hpp"
+#include "internal/throw_invalid_argument.hpp"
 #include "shaping/impulse_sequence_sizes.hpp"
 
 namespace velmora::shaping {
 namespace {
 
 using Eigen::Index;
-using native::ThrowInvalidArgument;
+using internal::ThrowInvalidArgument;
 
 constexpr double kLargestMissOfOne = 1e-9;
 constexpr double kCoincidingShareOfDuration = 1e-9;
@@ -40,13 +40,13 @@ ImpulseSequence::ImpulseSequence(Vector given_times_s, Vector given_amplitudes)
     : times_s(std::move(given_times_s)), amplitudes(std::move(given_amplitudes)) {
   const Index impulses = times_s.size();
   CheckImpulseCount(times_s);
-  if (!native::AllFinite(times_s)) ThrowInvalidArgument("ImpulseSequence.times_s must contain only finite values.");
+  if (!internal::AllFinite(times_s)) ThrowInvalidArgument("ImpulseSequence.times_s must contain only finite values.");
   if (times_s[0] != 0.0) ThrowInvalidArgument("ImpulseSequence.times_s must start at 0.");
   for (Index i = 1; i < impulses; ++i) {
     if (times_s[i] <= times_s[i - 1]) ThrowInvalidArgument("ImpulseSequence.times_s must be strictly increasing.");
   }
   CheckAmplitudeCount(amplitudes, times_s);
-  if (!native::AllFinite(amplitudes)) {
+  if (!internal::AllFinite(amplitudes)) {
     ThrowInvalidArgument("ImpulseSequence.amplitudes must contain only finite values.");
   }
   const double before_last = SumOfAllButLast(amplitudes);

@@ -2,12 +2,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "shaping/impulse_sequence_sizes.hpp"
 
-#include "native/exact_arithmetic.hpp"
-#include "native/throw_invalid_argument.hpp"
+#include "internal/exact_arithmetic.hpp"
+#include "internal/throw_invalid_argument.hpp"
 
 namespace velmora::shaping {
 
-using native::ThrowInvalidArgument;
+using internal::ThrowInvalidArgument;
 
 void CheckImpulseCount(const Vector& times_s) {
   if (times_s.size() < 1) ThrowInvalidArgument("ImpulseSequence requires at least 1 impulse, got 0.");

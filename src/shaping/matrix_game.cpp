@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "native/exact_arithmetic.hpp"
+#include "internal/exact_arithmetic.hpp"
 
 namespace velmora::shaping {
 namespace {

@@ -4,8 +4,8 @@
 #include <cmath>
 #include <limits>
 
-#include "native/exact_arithmetic.hpp"
-#include "native/throw_invalid_argument.hpp"
+#include "internal/exact_arithmetic.hpp"
+#include "internal/throw_invalid_argument.hpp"
 #include "shaping/shaped_parts.hpp"
 #include "util/timing/trajectory_sizes.hpp"
 #include "velmora/shaping/shape_trajectory.hpp"
@@ -62,7 +62,7 @@ double LargestSquaredDistance(const JointTrajectory& trajectory, const ShapedTra
 double PathDeviation(const JointTrajectory& trajectory, const ShapedCommand& command) {
   util::timing::CheckSizes(trajectory);
   if (command.move.positions.cols() != trajectory.positions.cols()) {
-    native::ThrowInvalidArgument("trajectory and command must have the same number of joints.");
+    internal::ThrowInvalidArgument("trajectory and command must have the same number of joints.");
   }
   CheckParts(command);
   return std::sqrt(std::max(LargestSquaredDistance(trajectory, command.move, command.added_duration_s),

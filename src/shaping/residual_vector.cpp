@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "shaping/residual_vector.hpp"
 
-#include "native/exact_arithmetic.hpp"
+#include "internal/exact_arithmetic.hpp"
 #include "shaping/elementary_functions.hpp"
 
 namespace velmora::shaping {

@@ -8,8 +8,8 @@
 #include <optional>
 #include <utility>
 
-#include "native/finiteness.hpp"
-#include "native/throw_invalid_argument.hpp"
+#include "internal/finiteness.hpp"
+#include "internal/throw_invalid_argument.hpp"
 #include "shaping/command_at_times.hpp"
 #include "shaping/impulse_sequence_sizes.hpp"
 #include "shaping/shaped_parts.hpp"
@@ -19,7 +19,7 @@ namespace velmora::shaping {
 namespace {
 
 using Eigen::Index;
-using native::ThrowInvalidArgument;
+using internal::ThrowInvalidArgument;
 
 // Samples that are shaped together: their copies, evaluated one after the other, stay in the processor's caches.
 constexpr Index kSamplesAtOnce = 256;
@@ -144,7 +144,8 @@ ShapedCommand ShapeTrajectory(const JointTrajectory& trajectory, const std::vect
                               double sample_time_s, ResamplingMethod method) {
   util::timing::CheckSizes(trajectory);
   CheckSequences(sequences, trajectory.positions.cols());
-  if (!native::IsFinite(sample_time_s) || sample_time_s <= 0.0) ThrowInvalidArgument("sample_time_s must be positive.");
+  if (!internal::IsFinite(sample_time_s) || sample_time_s <= 0.0)
+    ThrowInvalidArgument("sample_time_s must be positive.");
   const Alignment alignment = Align(sequences);
   const Index samples = trajectory.time.size();
   const Index tail_samples = TailSamples(alignment.added_duration_s, sample_time_s);
@@ -160,7 +161,7 @@ ShapedCommand ShapeTrajectory(const JointTrajectory& trajectory, const std::vect
                               const Vector& times_s, ResamplingMethod method) {
   util::timing::CheckSizes(trajectory);
   CheckSequences(sequences, trajectory.positions.cols());
-  if (!native::AllFinite(times_s)) ThrowInvalidArgument("times_s must contain only finite values.");
+  if (!internal::AllFinite(times_s)) ThrowInvalidArgument("times_s must contain only finite values.");
   for (Index i = 1; i < times_s.size(); ++i) {
     if (times_s[i] <= times_s[i - 1]) ThrowInvalidArgument("times_s must be strictly increasing.");
   }

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "native/throw_invalid_argument.hpp"
+#include "internal/throw_invalid_argument.hpp"
 #include "shaping/command_at_times.hpp"
 #include "velmora/shaping/shape_trajectory.hpp"
 
@@ -22,7 +22,7 @@ inline bool HasShape(const ShapedTrajectory& part, Eigen::Index joints) {
 inline void CheckParts(const ShapedCommand& command) {
   const Eigen::Index joints = command.move.positions.cols();
   if (!HasShape(command.move, joints) || !HasShape(command.tail, joints)) {
-    native::ThrowInvalidArgument("command parts must have matching sample and joint shapes");
+    internal::ThrowInvalidArgument("command parts must have matching sample and joint shapes");
   }
 }
 

@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "native/finiteness.hpp"
-#include "native/throw_invalid_argument.hpp"
+#include "internal/finiteness.hpp"
+#include "internal/throw_invalid_argument.hpp"
 #include "shaping/elementary_functions.hpp"
 #include "shaping/matrix_game.hpp"
 #include "shaping/peak.hpp"
@@ -219,16 +219,16 @@ Impulses Merged(const Impulses& impulses) {
 }
 
 void CheckRange(const VibrationMode& mode, double low_hz, double high_hz) {
-  if (!native::IsFinite(low_hz) || low_hz <= 0.0) {
-    native::ThrowInvalidArgument("low_hz must be finite and positive.");
+  if (!internal::IsFinite(low_hz) || low_hz <= 0.0) {
+    internal::ThrowInvalidArgument("low_hz must be finite and positive.");
   }
-  if (!native::IsFinite(high_hz) || high_hz <= 0.0) {
-    native::ThrowInvalidArgument("high_hz must be finite and positive.");
+  if (!internal::IsFinite(high_hz) || high_hz <= 0.0) {
+    internal::ThrowInvalidArgument("high_hz must be finite and positive.");
   }
   if (!(low_hz <= mode.frequency_hz && mode.frequency_hz <= high_hz)) {
-    native::ThrowInvalidArgument("mode.frequency_hz must lie between low_hz and high_hz.");
+    internal::ThrowInvalidArgument("mode.frequency_hz must lie between low_hz and high_hz.");
   }
-  if (high_hz / low_hz > kWidestRange) native::ThrowInvalidArgument("high_hz must not exceed 4 times low_hz.");
+  if (high_hz / low_hz > kWidestRange) internal::ThrowInvalidArgument("high_hz must not exceed 4 times low_hz.");
 }
 
 }  // namespace
@@ -256,7 +256,7 @@ ImpulseSequence SpecifiedInsensitivity(const VibrationMode& mode, double low_hz,
   const Mixture best = BestOfDuration(duration, range, 0.0, moves);
   Impulses impulses = Merged(best.impulses);
   if (!PeaksAbove(tolerance, impulses, range).empty()) {
-    native::ThrowInvalidArgument("No sequence of this design was found for this range and tolerance.");
+    internal::ThrowInvalidArgument("No sequence of this design was found for this range and tolerance.");
   }
   impulses.times_s /= mode.frequency_hz;
   return ImpulseSequence(std::move(impulses.times_s), std::move(impulses.amplitudes));

@@ -5,16 +5,16 @@
 #include <cmath>
 #include <new>
 
-#include "native/blend_element.hpp"
-#include "native/finiteness.hpp"
-#include "native/throw_invalid_argument.hpp"
+#include "internal/blend_element.hpp"
+#include "internal/finiteness.hpp"
+#include "internal/throw_invalid_argument.hpp"
 #include "shaping/impulse_sequence_sizes.hpp"
 
 namespace velmora::shaping {
 namespace {
 
 using Eigen::Index;
-using native::ThrowInvalidArgument;
+using internal::ThrowInvalidArgument;
 
 // More samples than these cannot be held in any memory.
 constexpr double kMostSamples = 1e15;
@@ -37,7 +37,7 @@ void AddCopy(double amplitude, const Vector& copy, const Vector& first, Vector& 
 void Interpolate(double share, const Matrix& rows, Index before, Index after, Vector& result) {
   const double complement = 1.0 - share;
   for (Index j = 0; j < result.size(); ++j) {
-    result[j] = native::BlendElement<native::AnyProcessor>(complement, rows(before, j), share, rows(after, j));
+    result[j] = internal::BlendElement<internal::AnyProcessor>(complement, rows(before, j), share, rows(after, j));
   }
 }
 
@@ -47,7 +47,8 @@ StreamingShaper::StreamingShaper(const ImpulseSequence& sequence, Index joints, 
     : sequence_(sequence), sample_time_s_(sample_time_s), capacity_(0) {
   CheckSizes(sequence);
   if (joints < 0) ThrowInvalidArgument("joints must be non-negative.");
-  if (!native::IsFinite(sample_time_s) || sample_time_s <= 0.0) ThrowInvalidArgument("sample_time_s must be positive.");
+  if (!internal::IsFinite(sample_time_s) || sample_time_s <= 0.0)
+    ThrowInvalidArgument("sample_time_s must be positive.");
   capacity_ = Capacity(sequence.duration_s(), sample_time_s);
   positions_ = Matrix::Zero(static_cast<Index>(capacity_), joints);
   velocities_ = positions_;
@@ -62,7 +63,8 @@ const JointSample& StreamingShaper::Step(const JointSample& raw) {
   if (raw.position.size() != joints || raw.velocity.size() != joints || raw.acceleration.size() != joints) {
     ThrowInvalidArgument("raw sample must have the number of joints of the shaper.");
   }
-  if (!native::AllFinite(raw.position) || !native::AllFinite(raw.velocity) || !native::AllFinite(raw.acceleration)) {
+  if (!internal::AllFinite(raw.position) || !internal::AllFinite(raw.velocity) ||
+      !internal::AllFinite(raw.acceleration)) {
     ThrowInvalidArgument("raw sample must contain only finite values.");
   }
   const Index row = static_cast<Index>(samples_ % capacity_);

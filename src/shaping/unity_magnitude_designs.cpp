@@ -3,8 +3,8 @@
 #include <cmath>
 #include <utility>
 
-#include "native/finiteness.hpp"
-#include "native/throw_invalid_argument.hpp"
+#include "internal/finiteness.hpp"
+#include "internal/throw_invalid_argument.hpp"
 #include "shaping/equations.hpp"
 #include "shaping/residual_vector.hpp"
 #include "velmora/shaping/designs.hpp"
@@ -43,7 +43,7 @@ void EvaluateConstraints(const Vector& unknowns, double damping_ratio, Vector& r
 }
 
 bool MeetsItsDescription(const Vector& unknowns, double damping_ratio) {
-  if (!native::AllFinite(unknowns)) return false;
+  if (!internal::AllFinite(unknowns)) return false;
   Vector residuals(unknowns.size());
   EvaluateConstraints(unknowns, damping_ratio, residuals);
   for (Index i = 0; i < unknowns.size(); ++i) {
@@ -64,7 +64,7 @@ ImpulseSequence Design(const VibrationMode& mode, Vector times) {
     times = NewtonSteps(equations, std::move(times), step < steps ? kIterationsPerStep : kFinalIterations);
   }
   if (!MeetsItsDescription(times, mode.damping_ratio)) {
-    native::ThrowInvalidArgument("No sequence of this design was found for this damping_ratio.");
+    internal::ThrowInvalidArgument("No sequence of this design was found for this damping_ratio.");
   }
   Impulses impulses = ImpulsesOf(times);
   impulses.times_s /= mode.frequency_hz;

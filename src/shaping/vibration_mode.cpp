@@ -4,15 +4,15 @@
 
 #include <cmath>
 
-#include "native/finiteness.hpp"
-#include "native/throw_invalid_argument.hpp"
+#include "internal/finiteness.hpp"
+#include "internal/throw_invalid_argument.hpp"
 #include "shaping/elementary_functions.hpp"
 #include "shaping/residual_vector.hpp"
 
 namespace velmora::shaping {
 
-using native::IsFinite;
-using native::ThrowInvalidArgument;
+using internal::IsFinite;
+using internal::ThrowInvalidArgument;
 
 VibrationMode::VibrationMode(double given_frequency_hz, double given_damping_ratio)
     : frequency_hz(given_frequency_hz), damping_ratio(given_damping_ratio) {

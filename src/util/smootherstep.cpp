@@ -4,13 +4,13 @@
 
 #include <cmath>
 
-#include "native/finiteness.hpp"
+#include "internal/finiteness.hpp"
 #include "velmora/native/invalid_argument_error.hpp"
 
 namespace velmora::util {
 
 double Smootherstep(double unit_progress) {
-  if (!native::IsFinite(unit_progress)) {
+  if (!internal::IsFinite(unit_progress)) {
     throw native::InvalidArgumentError("unit_progress must be finite", "unit_progress");
   }
   double x = unit_progress < 0.0 ? 0.0 : unit_progress;

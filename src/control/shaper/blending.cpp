@@ -5,28 +5,28 @@
 #include <algorithm>
 #include <cmath>
 
-#include "native/blend_element.hpp"
-#include "native/cpu_dispatch.hpp"
-#include "native/row_lanes.hpp"
-#include "native/shapes.hpp"
-#include "native/throw_invalid_argument.hpp"
+#include "internal/blend_element.hpp"
+#include "internal/cpu_dispatch.hpp"
+#include "internal/row_lanes.hpp"
+#include "internal/shapes.hpp"
+#include "internal/throw_invalid_argument.hpp"
 
 namespace velmora::control::shaper {
 namespace {
 
 using Eigen::Index;
-using native::kLanes;
-using native::Lanes;
-using native::Load;
-using native::Pair;
-using native::Store;
+using internal::kLanes;
+using internal::Lanes;
+using internal::Load;
+using internal::Pair;
+using internal::Store;
 
 struct UniformBlendKernel {
   template <typename Processor>
   static VELMORA_ALWAYS_INLINE void Run(const double* raw, const double* shaped, double w, Index count, double* blend) {
     const double complement = 1.0 - w;
-    native::ForEachJoint(count, blend, [=](auto at) VELMORA_ALWAYS_INLINE_LAMBDA {
-      return native::BlendElement<Processor>(complement, at(raw), w, at(shaped));
+    internal::ForEachJoint(count, blend, [=](auto at) VELMORA_ALWAYS_INLINE_LAMBDA {
+      return internal::BlendElement<Processor>(complement, at(raw), w, at(shaped));
     });
   }
 };
@@ -84,7 +84,7 @@ struct PathCoordinateKernel {
       const double* row = positions + begin * joints;
       for (Index k = 0; k < count; ++k, row += joints) squared[k] = SquaredDistance(row - joints, row, joints);
       Index k = 0;
-      for (; k + kLanes <= count; k += kLanes) Store(native::Sqrt(Load<Lanes>(squared + k)), squared + k);
+      for (; k + kLanes <= count; k += kLanes) Store(internal::Sqrt(Load<Lanes>(squared + k)), squared + k);
       for (; k < count; ++k) squared[k] = std::sqrt(squared[k]);
       for (k = 0; k < count; ++k) coordinate[begin + k] = length += squared[k];
     }
@@ -94,22 +94,22 @@ struct PathCoordinateKernel {
 }  // namespace
 
 Matrix BlendArrays(const Matrix& raw, const Matrix& shaped, const std::variant<double, Vector>& weight) {
-  if (!native::HaveSameShape(raw, shaped)) {
-    native::ThrowInvalidArgument("raw and shaped arrays must have the same shape");
+  if (!internal::HaveSameShape(raw, shaped)) {
+    internal::ThrowInvalidArgument("raw and shaped arrays must have the same shape");
   }
   if (std::holds_alternative<double>(weight)) {
     Matrix blend(raw.rows(), raw.cols());
-    native::RunKernel<UniformBlendKernel>(raw.data(), shaped.data(), std::get<double>(weight), raw.size(),
-                                          blend.data());
+    internal::RunKernel<UniformBlendKernel>(raw.data(), shaped.data(), std::get<double>(weight), raw.size(),
+                                            blend.data());
     return blend;
   }
   const Vector& weights = std::get<Vector>(weight);
   if (weights.size() != raw.rows()) {
-    native::ThrowInvalidArgument("per-sample shaping weights must match the sample count");
+    internal::ThrowInvalidArgument("per-sample shaping weights must match the sample count");
   }
   Matrix blend(raw.rows(), raw.cols());
-  native::RunKernel<PerSampleBlendKernel>(raw.data(), shaped.data(), weights.data(), raw.rows(), raw.cols(),
-                                          blend.data());
+  internal::RunKernel<PerSampleBlendKernel>(raw.data(), shaped.data(), weights.data(), raw.rows(), raw.cols(),
+                                            blend.data());
   return blend;
 }
 
@@ -117,7 +117,7 @@ Vector JointPathCoordinate(const Matrix& positions) {
   const Index samples = positions.rows();
   Vector coordinate(samples);
   if (samples > 0) {
-    native::RunKernel<PathCoordinateKernel>(positions.data(), samples, positions.cols(), coordinate.data());
+    internal::RunKernel<PathCoordinateKernel>(positions.data(), samples, positions.cols(), coordinate.data());
   }
   return coordinate;
 }

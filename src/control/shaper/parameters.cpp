@@ -2,13 +2,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "velmora/control/shaper/parameters.hpp"
 
-#include "native/finiteness.hpp"
-#include "native/throw_invalid_argument.hpp"
+#include "internal/finiteness.hpp"
+#include "internal/throw_invalid_argument.hpp"
 
 namespace velmora::control::shaper {
 
-using native::IsFinite;
-using native::ThrowInvalidArgument;
+using internal::IsFinite;
+using internal::ThrowInvalidArgument;
 
 void ValidateVibrationShapingWeight(double vibration_shaping_weight) {
   if (!IsFinite(vibration_shaping_weight) || vibration_shaping_weight < 0.0 || vibration_shaping_weight > 1.0) {

@@ -7,10 +7,10 @@
 #include <cstddef>
 #include <limits>
 
-#include "native/cpu_dispatch.hpp"
-#include "native/finiteness.hpp"
-#include "native/row_lanes.hpp"
-#include "native/throw_invalid_argument.hpp"
+#include "internal/cpu_dispatch.hpp"
+#include "internal/finiteness.hpp"
+#include "internal/row_lanes.hpp"
+#include "internal/throw_invalid_argument.hpp"
 #include "util/timing/knot_second_derivatives.hpp"
 #include "util/timing/time_search.hpp"
 
@@ -18,9 +18,9 @@ namespace velmora::util::timing {
 namespace {
 
 using Eigen::Index;
-using native::Fma;
-using native::Load;
-using native::Store;
+using internal::Fma;
+using internal::Load;
+using internal::Store;
 
 struct SplineRows {
   const double* x;
@@ -74,7 +74,7 @@ VELMORA_ALWAYS_INLINE Coefficients<Value> IntervalCoefficients(const SplineRows&
 template <typename Processor, typename Block>
 VELMORA_ALWAYS_INLINE Index EvaluateColumns(const SplineRows& spline, Index i, const double* queries, Index begin,
                                             Index end, const Block& columns, const SampleRows& samples,
-                                            native::FiniteCheck<Processor>& finite) {
+                                            internal::FiniteCheck<Processor>& finite) {
   using Value = typename Block::Value;
   constexpr double kInfinity = std::numeric_limits<double>::infinity();
   Index row = begin * spline.joints;
@@ -115,7 +115,7 @@ struct EvaluationKernel {
                                         const SampleRows* samples) {
     const SplineRows rows = *spline;
     const SampleRows results = *samples;
-    native::FiniteCheck<Processor> finite;
+    internal::FiniteCheck<Processor> finite;
     // Blocks of columns take turns after a stretch of queries, so that the rows that they share stay in the caches.
     constexpr Index kStretch = 128;
     Index first = 0;
@@ -123,7 +123,7 @@ struct EvaluationKernel {
       const Index end = std::min(begin + kStretch, count);
       first = FindInterval(rows, queries[begin], first);
       Index last = first;
-      native::ForEachColumnBlock(rows.joints, [&](const auto& columns) VELMORA_ALWAYS_INLINE_LAMBDA {
+      internal::ForEachColumnBlock(rows.joints, [&](const auto& columns) VELMORA_ALWAYS_INLINE_LAMBDA {
         last = EvaluateColumns<Processor>(rows, first, queries, begin, end, columns, results, finite);
       });
       first = last;
@@ -138,12 +138,12 @@ Vector Intervals(const Vector& x) { return x.tail(x.size() - 1) - x.head(x.size(
 
 Matrix BuildCubicSpline(const Vector& x, const Matrix& y) {
   const Index knots = x.size();
-  if (knots < 2) native::ThrowInvalidArgument("`x` must contain at least 2 elements.");
+  if (knots < 2) internal::ThrowInvalidArgument("`x` must contain at least 2 elements.");
   if (knots == 2) return Matrix::Zero(2, y.cols());
 
   Matrix m = SolveKnotSecondDerivatives(Intervals(x), y);
-  if (!native::AllFinite(m)) {
-    native::ThrowInvalidArgument("Cubic-spline construction produced non-finite coefficients.");
+  if (!internal::AllFinite(m)) {
+    internal::ThrowInvalidArgument("Cubic-spline construction produced non-finite coefficients.");
   }
   return m;
 }
@@ -154,7 +154,7 @@ SplineSamples EvaluateCubicSpline(const Vector& x, const Matrix& y, const Matrix
   SplineSamples samples{Matrix(queries, joints), Matrix(queries, joints), Matrix(queries, joints), true};
   const SplineRows spline{x.data(), y.data(), m.data(), x.size(), joints};
   const SampleRows rows{samples.values.data(), samples.first_derivatives.data(), samples.second_derivatives.data()};
-  samples.all_finite = native::RunKernel<EvaluationKernel>(&spline, query_times.data(), queries, &rows);
+  samples.all_finite = internal::RunKernel<EvaluationKernel>(&spline, query_times.data(), queries, &rows);
   return samples;
 }
 

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <utility>
 
-#include "native/exact_arithmetic.hpp"
+#include "internal/exact_arithmetic.hpp"
 #include "util/timing/panel_substitution.hpp"
 
 namespace velmora::util::timing {

@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "velmora/util/timing/differentiation.hpp"
 
-#include "native/cpu_dispatch.hpp"
-#include "native/finiteness.hpp"
-#include "native/row_lanes.hpp"
-#include "native/throw_invalid_argument.hpp"
+#include "internal/cpu_dispatch.hpp"
+#include "internal/finiteness.hpp"
+#include "internal/row_lanes.hpp"
+#include "internal/throw_invalid_argument.hpp"
 
 namespace velmora::util::timing {
 namespace {
@@ -15,8 +15,8 @@ using Eigen::Index;
 // A division by the step, since multiplying by its reciprocal would round differently.
 VELMORA_ALWAYS_INLINE void DivideDifference(const double* before, const double* after, double step, Index count,
                                             double* result) {
-  native::ForEachJoint(count, result,
-                       [=](auto at) VELMORA_ALWAYS_INLINE_LAMBDA { return (at(after) - at(before)) / step; });
+  internal::ForEachJoint(count, result,
+                         [=](auto at) VELMORA_ALWAYS_INLINE_LAMBDA { return (at(after) - at(before)) / step; });
 }
 
 struct UniformDifferenceKernel {
@@ -32,7 +32,7 @@ struct TimedDifferenceKernel {
   static VELMORA_ALWAYS_INLINE bool Run(const double* x, const double* t, Index samples, Index joints, double* d) {
     for (Index i = 0; i + 1 < samples; ++i) {
       const double step = t[i + 1] - t[i];
-      if (!native::IsFinite(step) || step <= 0.0) return false;
+      if (!internal::IsFinite(step) || step <= 0.0) return false;
       DivideDifference(x + i * joints, x + (i + 1) * joints, step, joints, d + i * joints);
     }
     return true;
@@ -49,13 +49,14 @@ void RepeatLastDifference(Matrix& difference) {
 Matrix SampleAlignedFirstDifference(const Matrix& signal, double sample_spacing) {
   const Index samples = signal.rows();
   if (samples == 1) return Matrix::Zero(1, signal.cols());
-  if (!native::IsFinite(sample_spacing) || sample_spacing <= 0.0) {
-    native::ThrowInvalidArgument("sample_spacing must be finite and positive.");
+  if (!internal::IsFinite(sample_spacing) || sample_spacing <= 0.0) {
+    internal::ThrowInvalidArgument("sample_spacing must be finite and positive.");
   }
   Matrix difference(samples, signal.cols());
   if (samples == 0) return difference;
 
-  native::RunKernel<UniformDifferenceKernel>(signal.data(), sample_spacing, samples, signal.cols(), difference.data());
+  internal::RunKernel<UniformDifferenceKernel>(signal.data(), sample_spacing, samples, signal.cols(),
+                                               difference.data());
   RepeatLastDifference(difference);
   return difference;
 }
@@ -64,14 +65,14 @@ Matrix SampleAlignedFirstDifference(const Matrix& signal, const Vector& sample_s
   const Index samples = signal.rows();
   if (samples == 1) return Matrix::Zero(1, signal.cols());
   if (sample_spacing.size() != samples) {
-    native::ThrowInvalidArgument("sample_spacing length must match signal samples.");
+    internal::ThrowInvalidArgument("sample_spacing length must match signal samples.");
   }
   Matrix difference(samples, signal.cols());
   if (samples == 0) return difference;
 
-  if (!native::RunKernel<TimedDifferenceKernel>(signal.data(), sample_spacing.data(), samples, signal.cols(),
-                                                difference.data())) {
-    native::ThrowInvalidArgument("sample_spacing times must be strictly increasing.");
+  if (!internal::RunKernel<TimedDifferenceKernel>(signal.data(), sample_spacing.data(), samples, signal.cols(),
+                                                  difference.data())) {
+    internal::ThrowInvalidArgument("sample_spacing times must be strictly increasing.");
   }
   RepeatLastDifference(difference);
   return difference;

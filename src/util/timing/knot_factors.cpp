@@ -6,7 +6,7 @@
 #include <cmath>
 #include <utility>
 
-#include "native/exact_arithmetic.hpp"
+#include "internal/exact_arithmetic.hpp"
 
 namespace velmora::util::timing {
 namespace {

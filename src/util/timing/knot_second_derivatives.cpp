@@ -6,8 +6,8 @@
 #include <cstddef>
 #include <type_traits>
 
-#include "native/cpu_dispatch.hpp"
-#include "native/row_lanes.hpp"
+#include "internal/cpu_dispatch.hpp"
+#include "internal/row_lanes.hpp"
 #include "util/timing/dense_solve.hpp"
 #include "util/timing/knot_factors.hpp"
 #include "util/timing/knot_substitution.hpp"
@@ -21,20 +21,20 @@ struct RightHandSideKernel {
   template <typename Processor>
   static VELMORA_ALWAYS_INLINE void Run(const double* h, const double* y, double* result, Eigen::Index knots,
                                         Eigen::Index joints) {
-    native::ForEachColumnBlock(joints, [=](const auto& columns) VELMORA_ALWAYS_INLINE_LAMBDA {
+    internal::ForEachColumnBlock(joints, [=](const auto& columns) VELMORA_ALWAYS_INLINE_LAMBDA {
       using Block = std::decay_t<decltype(columns)>;
       using Value = typename Block::Value;
       std::array<Value, Block::kSize> here;
       std::array<Value, Block::kSize> slope_before;
       for (std::size_t c = 0; c < Block::kSize; ++c) {
-        here[c] = native::Load<Value>(y + joints + columns.first[c]);
-        slope_before[c] = (here[c] - native::Load<Value>(y + columns.first[c])) / h[0];
+        here[c] = internal::Load<Value>(y + joints + columns.first[c]);
+        slope_before[c] = (here[c] - internal::Load<Value>(y + columns.first[c])) / h[0];
       }
       for (Eigen::Index i = 1; i + 1 < knots; ++i) {
         for (std::size_t c = 0; c < Block::kSize; ++c) {
-          const Value after = native::Load<Value>(y + (i + 1) * joints + columns.first[c]);
+          const Value after = internal::Load<Value>(y + (i + 1) * joints + columns.first[c]);
           const Value slope_after = (after - here[c]) / h[i];
-          native::Store<Value>(6.0 * (slope_after - slope_before[c]), result + i * joints + columns.first[c]);
+          internal::Store<Value>(6.0 * (slope_after - slope_before[c]), result + i * joints + columns.first[c]);
           here[c] = after;
           slope_before[c] = slope_after;
         }
@@ -47,7 +47,7 @@ Matrix RightHandSide(const Vector& h, const Matrix& y) {
   Matrix right_hand_side(y.rows(), y.cols());
   right_hand_side.topRows(1).setZero();
   right_hand_side.bottomRows(1).setZero();
-  native::RunKernel<RightHandSideKernel>(h.data(), y.data(), right_hand_side.data(), y.rows(), y.cols());
+  internal::RunKernel<RightHandSideKernel>(h.data(), y.data(), right_hand_side.data(), y.rows(), y.cols());
   return right_hand_side;
 }
 

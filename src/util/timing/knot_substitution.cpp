@@ -7,16 +7,16 @@
 #include <cstdint>
 #include <cstring>
 
-#include "native/cpu_dispatch.hpp"
-#include "native/row_lanes.hpp"
+#include "internal/cpu_dispatch.hpp"
+#include "internal/row_lanes.hpp"
 #include "util/timing/panel_substitution.hpp"
 
 namespace velmora::util::timing {
 namespace {
 
 using Eigen::Index;
-using native::Load;
-using native::Store;
+using internal::Load;
+using internal::Store;
 
 void ExchangeRows(const KnotFactors& factors, Matrix& m) {
   const Index last = m.rows() - 1;
@@ -77,7 +77,7 @@ VELMORA_ALWAYS_INLINE void SubstituteColumns(const KnotFactors& factors, double*
 struct SubstitutionKernel {
   template <typename Processor>
   static VELMORA_ALWAYS_INLINE void Run(const KnotFactors* factors, double* m, Index knots, Index joints) {
-    native::ForEachColumnBlock(joints, [=](const auto& columns) VELMORA_ALWAYS_INLINE_LAMBDA {
+    internal::ForEachColumnBlock(joints, [=](const auto& columns) VELMORA_ALWAYS_INLINE_LAMBDA {
       SubstituteColumns(*factors, m, knots, joints, columns);
     });
   }
@@ -100,13 +100,13 @@ struct NegativeZeroKernel {
 }  // namespace
 
 void SubstituteKnots(const KnotFactors& factors, Matrix& m) {
-  const bool signed_zeros = native::RunKernel<NegativeZeroKernel>(m.data(), m.size());
+  const bool signed_zeros = internal::RunKernel<NegativeZeroKernel>(m.data(), m.size());
   ExchangeRows(factors, m);
   if (signed_zeros) {
     // A product with a zero of the factors is a signed zero, and decides the sign of an element that is -0.
     SubstituteInPanels(factors, KnotFactors::kReach, m);
   } else {
-    native::RunKernel<SubstitutionKernel>(&factors, m.data(), m.rows(), m.cols());
+    internal::RunKernel<SubstitutionKernel>(&factors, m.data(), m.rows(), m.cols());
   }
 }
 

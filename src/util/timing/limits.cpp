@@ -4,17 +4,17 @@
 
 #include <utility>
 
-#include "native/finiteness.hpp"
-#include "native/throw_invalid_argument.hpp"
+#include "internal/finiteness.hpp"
+#include "internal/throw_invalid_argument.hpp"
 
 namespace velmora::util::timing {
 
-using native::ThrowInvalidArgument;
+using internal::ThrowInvalidArgument;
 
 JointStateBox::JointStateBox(Vector given_lower, Vector given_upper)
     : lower(std::move(given_lower)), upper(std::move(given_upper)) {
   if (lower.size() != upper.size()) ThrowInvalidArgument("Lower and upper limits must have matching shapes.");
-  if (!native::AllFinite(lower) || !native::AllFinite(upper)) {
+  if (!internal::AllFinite(lower) || !internal::AllFinite(upper)) {
     ThrowInvalidArgument("Joint-state limits must contain only finite values.");
   }
   for (Eigen::Index j = 0; j < lower.size(); ++j) {

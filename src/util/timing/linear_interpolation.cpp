@@ -8,22 +8,22 @@
 #include <limits>
 #include <type_traits>
 
-#include "native/blend_element.hpp"
-#include "native/cpu_dispatch.hpp"
-#include "native/finiteness.hpp"
-#include "native/row_lanes.hpp"
+#include "internal/blend_element.hpp"
+#include "internal/cpu_dispatch.hpp"
+#include "internal/finiteness.hpp"
+#include "internal/row_lanes.hpp"
 #include "util/timing/time_search.hpp"
 
 namespace velmora::util::timing {
 namespace {
 
 using Eigen::Index;
-using native::ForEachColumnBlock;
-using native::ForEachJoint;
-using native::kLanes;
-using native::Lanes;
-using native::Load;
-using native::Store;
+using internal::ForEachColumnBlock;
+using internal::ForEachJoint;
+using internal::kLanes;
+using internal::Lanes;
+using internal::Load;
+using internal::Store;
 
 // As many queries are taken together: first their steps, then their shares, then their rows.
 constexpr Index kStretch = 64;
@@ -71,14 +71,14 @@ VELMORA_ALWAYS_INLINE void SharesOfSteps(const double* times, const double* quer
 template <typename Processor>
 VELMORA_ALWAYS_INLINE void BlendStretch(const double* values, const std::int64_t* steps, const double* shares,
                                         const double* complements, Index count, Index joints, double* result,
-                                        native::FiniteCheck<Processor>& finite) {
+                                        internal::FiniteCheck<Processor>& finite) {
   if (joints > 2 * kLanes) {
     for (Index k = 0; k < count; ++k) {
       const double share = shares[k];
       const double complement = complements[k];
       const double* const from = values + steps[k] * joints;
       ForEachJoint(joints, result + k * joints, [&](auto at) VELMORA_ALWAYS_INLINE_LAMBDA {
-        const auto value = native::BlendElement<Processor>(complement, at(from), share, at(from + joints));
+        const auto value = internal::BlendElement<Processor>(complement, at(from), share, at(from + joints));
         finite.Look(value, 0);
         return value;
       });
@@ -96,7 +96,7 @@ VELMORA_ALWAYS_INLINE void BlendStretch(const double* values, const std::int64_t
       for (std::size_t c = 0; c < Block::kSize; ++c) {
         const Index at = columns.first[c];
         const Value value =
-            native::BlendElement<Processor>(complements[k], Load<Value>(from + at), shares[k], Load<Value>(to + at));
+            internal::BlendElement<Processor>(complements[k], Load<Value>(from + at), shares[k], Load<Value>(to + at));
         Store<Value>(value, row + at);
         finite.Look(value, c);
       }
@@ -113,11 +113,11 @@ struct InterpolationKernel {
     std::int64_t steps[kStretch];
     double shares[kStretch];
     double complements[kStretch];
-    native::FiniteCheck<Processor> finite;
+    internal::FiniteCheck<Processor> finite;
     Index step = 0;
     for (Index i = 0; i < query_count;) {
       const double query = queries[i];
-      const bool not_finite = last > 0 && !native::IsFinite(query);
+      const bool not_finite = last > 0 && !internal::IsFinite(query);
       // Written so that a query is inside here if it is inside for LocateInside, also where times were overwritten by
       // NaN.
       const bool before_all = last == 0 || !(query > times[0]);
@@ -153,8 +153,8 @@ struct InterpolationKernel {
 InterpolatedRows InterpolateRowsLinear(const Vector& query_times, const Vector& sample_times, const Matrix& values) {
   InterpolatedRows rows{Matrix(query_times.size(), values.cols()), true};
   rows.all_finite =
-      native::RunKernel<InterpolationKernel>(query_times.data(), query_times.size(), sample_times.data(),
-                                             sample_times.size(), values.data(), values.cols(), rows.values.data());
+      internal::RunKernel<InterpolationKernel>(query_times.data(), query_times.size(), sample_times.data(),
+                                               sample_times.size(), values.data(), values.cols(), rows.values.data());
   return rows;
 }
 

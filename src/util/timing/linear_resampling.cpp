@@ -6,8 +6,8 @@
 #include <optional>
 #include <utility>
 
-#include "native/exact_arithmetic.hpp"
-#include "native/throw_invalid_argument.hpp"
+#include "internal/exact_arithmetic.hpp"
+#include "internal/throw_invalid_argument.hpp"
 #include "util/timing/linear_interpolation.hpp"
 #include "util/timing/resampled_parts.hpp"
 #include "util/timing/time_grid.hpp"
@@ -30,7 +30,7 @@ JointTrajectory SampleTrajectoryAtTimes(const JointTrajectory& trajectory, const
   CheckSizes(trajectory);
   const Vector& time = trajectory.time;
   if (AnyOutside(query_time_s, time[0], time[time.size() - 1])) {
-    native::ThrowInvalidArgument("query_time_s must lie inside trajectory.time.");
+    internal::ThrowInvalidArgument("query_time_s must lie inside trajectory.time.");
   }
   InterpolatedRows positions = InterpolateRowsLinear(query_time_s, time, trajectory.positions);
   ResampledParts parts{std::move(positions.values), std::nullopt, std::nullopt, query_time_s, positions.all_finite};

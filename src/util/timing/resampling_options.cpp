@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <string>
 
-#include "native/throw_invalid_argument.hpp"
+#include "internal/throw_invalid_argument.hpp"
 #include "velmora/util/timing/resampling.hpp"
 
 namespace velmora::util::timing {
@@ -10,7 +10,7 @@ namespace velmora::util::timing {
 ResamplingMethod ParseResamplingMethod(std::string_view text) {
   if (text == "linear") return ResamplingMethod::linear;
   if (text == "cubic") return ResamplingMethod::cubic;
-  native::ThrowInvalidArgument("Unsupported resampling method: '" + std::string(text) + "'.");
+  internal::ThrowInvalidArgument("Unsupported resampling method: '" + std::string(text) + "'.");
 }
 
 ResamplingTimeGridMode ParseResamplingTimeGridMode(std::string_view text) {
@@ -18,7 +18,7 @@ ResamplingTimeGridMode ParseResamplingTimeGridMode(std::string_view text) {
   if (text == "exact_dt_trim") return ResamplingTimeGridMode::exact_dt_trim;
   if (text == "exact_duration_adjust_dt") return ResamplingTimeGridMode::exact_duration_adjust_dt;
   if (text == "exact_dt_extend_endpoint") return ResamplingTimeGridMode::exact_dt_extend_endpoint;
-  native::ThrowInvalidArgument("Unsupported resampling time-grid mode: '" + std::string(text) + "'.");
+  internal::ThrowInvalidArgument("Unsupported resampling time-grid mode: '" + std::string(text) + "'.");
 }
 
 }  // namespace velmora::util::timing

@@ -8,20 +8,20 @@
 #include <cstddef>
 #include <utility>
 
-#include "native/cpu_dispatch.hpp"
-#include "native/row_lanes.hpp"
+#include "internal/cpu_dispatch.hpp"
+#include "internal/row_lanes.hpp"
 
 namespace velmora::util::timing {
 namespace {
 
 using Eigen::Index;
-using native::Fma;
-using native::ForEachColumnBlock;
-using native::ForEachJoint;
-using native::kLanes;
-using native::Lanes;
-using native::Load;
-using native::Store;
+using internal::Fma;
+using internal::ForEachColumnBlock;
+using internal::ForEachJoint;
+using internal::kLanes;
+using internal::Lanes;
+using internal::Load;
+using internal::Store;
 
 // Derivative weights of the parabola through three samples (Fornberg 1988), for one place or for four side by side.
 template <typename Value>
@@ -169,7 +169,7 @@ Matrix ThreePointSampleDerivative(const Matrix& signal, const Vector& time) {
     derivative.row(0) = (signal.row(1) - signal.row(0)) / (time[1] - time[0]);
     derivative.row(1) = derivative.row(0);
   } else {
-    native::RunKernel<DerivativeKernel>(signal.data(), time.data(), samples, signal.cols(), derivative.data());
+    internal::RunKernel<DerivativeKernel>(signal.data(), time.data(), samples, signal.cols(), derivative.data());
   }
   return derivative;
 }

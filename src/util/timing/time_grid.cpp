@@ -7,10 +7,10 @@
 #include <cstdint>
 #include <new>
 
-#include "native/cpu_dispatch.hpp"
-#include "native/finiteness.hpp"
-#include "native/row_lanes.hpp"
-#include "native/throw_invalid_argument.hpp"
+#include "internal/cpu_dispatch.hpp"
+#include "internal/finiteness.hpp"
+#include "internal/row_lanes.hpp"
+#include "internal/throw_invalid_argument.hpp"
 
 namespace velmora::util::timing {
 namespace {
@@ -28,12 +28,12 @@ std::int64_t StepCount(double steps) {
 struct ExactSpacingKernel {
   template <typename Processor>
   static VELMORA_ALWAYS_INLINE void Run(double start_time_s, double sample_time_s, Eigen::Index count, double* grid) {
-    using native::Lanes;
+    using internal::Lanes;
     const Lanes start{start_time_s, start_time_s, start_time_s, start_time_s};
     Lanes index{0.0, 1.0, 2.0, 3.0};
     Eigen::Index k = 0;
-    for (; k + native::kLanes <= count; k += native::kLanes) {
-      native::Store(native::Fma<Processor>(sample_time_s, index, start), grid + k);
+    for (; k + internal::kLanes <= count; k += internal::kLanes) {
+      internal::Store(internal::Fma<Processor>(sample_time_s, index, start), grid + k);
       index += 4.0;
     }
     for (; k < count; ++k) grid[k] = std::fma(static_cast<double>(k), sample_time_s, start_time_s);
@@ -42,7 +42,7 @@ struct ExactSpacingKernel {
 
 Vector ExactSpacingGrid(double start_time_s, double sample_time_s, std::int64_t steps) {
   Vector grid(steps + 1);
-  native::RunKernel<ExactSpacingKernel>(start_time_s, sample_time_s, grid.size(), grid.data());
+  internal::RunKernel<ExactSpacingKernel>(start_time_s, sample_time_s, grid.size(), grid.data());
   return grid;
 }
 
@@ -51,11 +51,11 @@ struct ExactDurationKernel {
   template <typename Processor>
   static VELMORA_ALWAYS_INLINE void Run(double start_time_s, double duration_s, double steps, Eigen::Index count,
                                         double* grid) {
-    using native::Lanes;
+    using internal::Lanes;
     Lanes index{0.0, 1.0, 2.0, 3.0};
     Eigen::Index k = 0;
-    for (; k + native::kLanes <= count; k += native::kLanes) {
-      native::Store<Lanes>(index * duration_s / steps + start_time_s, grid + k);
+    for (; k + internal::kLanes <= count; k += internal::kLanes) {
+      internal::Store<Lanes>(index * duration_s / steps + start_time_s, grid + k);
       index += 4.0;
     }
     for (; k < count; ++k) grid[k] = static_cast<double>(k) * duration_s / steps + start_time_s;
@@ -64,8 +64,8 @@ struct ExactDurationKernel {
 
 Vector ExactDurationGrid(double start_time_s, double duration_s, std::int64_t steps) {
   Vector grid(steps + 1);
-  native::RunKernel<ExactDurationKernel>(start_time_s, duration_s, static_cast<double>(steps), grid.size(),
-                                         grid.data());
+  internal::RunKernel<ExactDurationKernel>(start_time_s, duration_s, static_cast<double>(steps), grid.size(),
+                                           grid.data());
   return grid;
 }
 
@@ -83,11 +83,11 @@ Vector ExactSpacingGridWithEndpoint(double start_time_s, double end_time_s, doub
 
 Vector BuildResamplingTimeGrid(double start_time_s, double end_time_s, double sample_time_s,
                                ResamplingTimeGridMode grid_mode) {
-  if (!native::IsFinite(sample_time_s) || sample_time_s <= 0.0) {
-    native::ThrowInvalidArgument("sample_time_s must be positive.");
+  if (!internal::IsFinite(sample_time_s) || sample_time_s <= 0.0) {
+    internal::ThrowInvalidArgument("sample_time_s must be positive.");
   }
   const double duration_s = end_time_s - start_time_s;
-  if (duration_s < 0.0) native::ThrowInvalidArgument("trajectory.time must be nondecreasing.");
+  if (duration_s < 0.0) internal::ThrowInvalidArgument("trajectory.time must be nondecreasing.");
   if (duration_s == 0.0) return Vector::Constant(1, start_time_s);
 
   const double ratio = duration_s / sample_time_s;
@@ -103,7 +103,7 @@ Vector BuildResamplingTimeGrid(double start_time_s, double end_time_s, double sa
       return ExactSpacingGrid(start_time_s, sample_time_s, StepCount(std::max(std::ceil(ratio), 1.0)));
   }
   ExactSpacingGrid(start_time_s, sample_time_s, whole_steps);  // a grid too long is the first error
-  native::ThrowInvalidArgument("Unsupported resampling time-grid mode.");
+  internal::ThrowInvalidArgument("Unsupported resampling time-grid mode.");
 }
 
 std::optional<Vector> ClampedTimes(const Vector& grid, double end_time_s, ResamplingTimeGridMode grid_mode) {

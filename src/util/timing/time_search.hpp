@@ -4,8 +4,8 @@
 
 #include <cstdint>
 
-#include "native/cpu_dispatch.hpp"
-#include "native/row_lanes.hpp"
+#include "internal/cpu_dispatch.hpp"
+#include "internal/row_lanes.hpp"
 #include "velmora/native/array_types.hpp"
 
 namespace velmora::util::timing {
@@ -38,7 +38,7 @@ VELMORA_ALWAYS_INLINE Eigen::Index UpperBoundNear(const double* times, Eigen::In
 }
 
 /// As many queries are located together.
-constexpr Eigen::Index kLocatedTogether = 2 * native::kLanes;
+constexpr Eigen::Index kLocatedTogether = 2 * internal::kLanes;
 
 /// For eight queries that start in step `step` or a few further on, the steps that hold them: step i reaches from
 /// `times[i]` up to, not including, `times[i + 1]`. Without a branch on any of them, since which query is the first in
@@ -47,12 +47,12 @@ constexpr Eigen::Index kLocatedTogether = 2 * native::kLanes;
 template <typename Processor, bool kBeyondFirst>
 VELMORA_ALWAYS_INLINE bool LocateTogether(const double* times, Eigen::Index last, const double* queries,
                                           Eigen::Index step, std::int64_t* steps) {
-  using native::LaneMask;
-  using native::Lanes;
+  using internal::LaneMask;
+  using internal::Lanes;
   constexpr Eigen::Index kAtOnce = 4;
   constexpr Eigen::Index kFurthest = 16;
-  const auto a = native::Load<Lanes>(queries);
-  const auto b = native::Load<Lanes>(queries + native::kLanes);
+  const auto a = internal::Load<Lanes>(queries);
+  const auto b = internal::Load<Lanes>(queries + internal::kLanes);
   LaneMask valid = (a >= times[step]) & (b >= times[step]);
   if constexpr (kBeyondFirst) valid &= (a > times[0]) & (b > times[0]);
   LaneMask steps_a = {step, step, step, step};
@@ -64,9 +64,9 @@ VELMORA_ALWAYS_INLINE bool LocateTogether(const double* times, Eigen::Index last
       steps_b -= b >= times[looked + k];
     }
     looked += kAtOnce;
-    if (native::AllOf<Processor>(valid & (a < times[looked]) & (b < times[looked]))) {
+    if (internal::AllOf<Processor>(valid & (a < times[looked]) & (b < times[looked]))) {
       __builtin_memcpy(steps, &steps_a, sizeof steps_a);
-      __builtin_memcpy(steps + native::kLanes, &steps_b, sizeof steps_b);
+      __builtin_memcpy(steps + internal::kLanes, &steps_b, sizeof steps_b);
       return true;
     }
   }

@@ -6,10 +6,10 @@
 #include <string>
 #include <utility>
 
-#include "native/cpu_dispatch.hpp"
-#include "native/finiteness.hpp"
-#include "native/shapes.hpp"
-#include "native/throw_invalid_argument.hpp"
+#include "internal/cpu_dispatch.hpp"
+#include "internal/finiteness.hpp"
+#include "internal/shapes.hpp"
+#include "internal/throw_invalid_argument.hpp"
 #include "util/timing/resampled_parts.hpp"
 #include "util/timing/three_point_derivative.hpp"
 #include "util/timing/trajectory_sizes.hpp"
@@ -17,7 +17,7 @@
 namespace velmora::util::timing {
 namespace {
 
-using native::ThrowInvalidArgument;
+using internal::ThrowInvalidArgument;
 
 // Looks at all, since a loop without an exit compares several at once. False where one of two times or more is NaN.
 struct StrictlyIncreasingKernel {
@@ -31,9 +31,9 @@ struct StrictlyIncreasingKernel {
 
 void CheckTimeValues(const Vector& time) {
   // Of increasing times only the first and the last may be infinite, and a single one NaN.
-  const bool increasing = native::RunKernel<StrictlyIncreasingKernel>(time.data(), time.size());
-  if (increasing && native::IsFinite(time[0]) && native::IsFinite(time[time.size() - 1])) return;
-  if (!native::AllFinite(time)) ThrowInvalidArgument("JointTrajectory.time must contain only finite values.");
+  const bool increasing = internal::RunKernel<StrictlyIncreasingKernel>(time.data(), time.size());
+  if (increasing && internal::IsFinite(time[0]) && internal::IsFinite(time[time.size() - 1])) return;
+  if (!internal::AllFinite(time)) ThrowInvalidArgument("JointTrajectory.time must contain only finite values.");
   ThrowInvalidArgument("JointTrajectory.time must be strictly increasing.");
 }
 
@@ -47,7 +47,7 @@ Vector UniformTime(Eigen::Index samples, double dt) {
 void CheckDerivative(const std::optional<Matrix>& derivative, const Matrix& positions, const char* name) {
   if (!derivative) return;
   CheckShape(*derivative, positions, name);
-  if (!native::AllFinite(*derivative)) {
+  if (!internal::AllFinite(*derivative)) {
     ThrowInvalidArgument(std::string("JointTrajectory.") + name + " must contain only finite values.");
   }
 }
@@ -62,7 +62,7 @@ JointTrajectory::JointTrajectory(Matrix given_positions, std::optional<Matrix> v
       cached_accelerations(std::move(accelerations)),
       cached_jerks(std::move(jerks)) {
   CheckSampleCount(positions);
-  if (!native::AllFinite(positions)) {
+  if (!internal::AllFinite(positions)) {
     ThrowInvalidArgument("JointTrajectory.positions must contain only finite values.");
   }
   if (given_time) {
@@ -71,7 +71,7 @@ JointTrajectory::JointTrajectory(Matrix given_positions, std::optional<Matrix> v
     CheckTimeValues(time);
   } else {
     if (!dt) ThrowInvalidArgument("Either `time` or `dt` must be provided.");
-    if (!native::IsFinite(*dt) || *dt <= 0.0) ThrowInvalidArgument("JointTrajectory.dt must be finite and positive.");
+    if (!internal::IsFinite(*dt) || *dt <= 0.0) ThrowInvalidArgument("JointTrajectory.dt must be finite and positive.");
     time = UniformTime(positions.rows(), *dt);
   }
   CheckDerivative(cached_velocities, positions, "velocities");

@@ -4,12 +4,12 @@
 
 #include <string>
 
-#include "native/shapes.hpp"
-#include "native/throw_invalid_argument.hpp"
+#include "internal/shapes.hpp"
+#include "internal/throw_invalid_argument.hpp"
 
 namespace velmora::util::timing {
 
-using native::ThrowInvalidArgument;
+using internal::ThrowInvalidArgument;
 
 void CheckSampleCount(const Matrix& positions) {
   if (positions.rows() < 1) {
@@ -30,7 +30,7 @@ void CheckSizes(const JointTrajectory& trajectory) {
 }
 
 void CheckShape(const Matrix& derivative, const Matrix& positions, const char* name) {
-  if (!native::HaveSameShape(derivative, positions)) {
+  if (!internal::HaveSameShape(derivative, positions)) {
     ThrowInvalidArgument(std::string("JointTrajectory.") + name + " must match JointTrajectory.positions shape.");
   }
 }

@@ -5,16 +5,16 @@
 #include <cmath>
 #include <limits>
 
-#include "native/exact_arithmetic.hpp"
+#include "internal/exact_arithmetic.hpp"
 #include "velmora/native/array_types.hpp"
 
-namespace velmora::native {
+namespace velmora::internal {
 
 /// True for finite values. Written as a comparison that NaN fails.
 inline bool IsFinite(double x) { return std::abs(x) <= std::numeric_limits<double>::max(); }
 
 /// True when `x - x == x - x` for every element: false where one is NaN or infinite.
-bool AllFinite(const Matrix& values);
-bool AllFinite(const Vector& values);
+bool AllFinite(const native::Matrix& values);
+bool AllFinite(const native::Vector& values);
 
-}  // namespace velmora::native
+}  // namespace velmora::internal

@@ -3,7 +3,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "native/exact_arithmetic.hpp"
+#include "internal/exact_arithmetic.hpp"
 
 // A kernel is a struct with one static function template `Run` of the processor, and is inlined with all that it calls
 // into the caller that was compiled for the processor at hand. Both variants execute the same operations on each
@@ -13,7 +13,7 @@
 #define VELMORA_ALWAYS_INLINE inline __attribute__((always_inline))
 #define VELMORA_ALWAYS_INLINE_LAMBDA __attribute__((always_inline))
 
-namespace velmora::native {
+namespace velmora::internal {
 
 struct AnyProcessor {};
 struct Avx2Processor {};  ///< with FMA too
@@ -44,4 +44,4 @@ auto RunKernel(Arguments... arguments) {
 
 #endif
 
-}  // namespace velmora::native
+}  // namespace velmora::internal

@@ -4,9 +4,9 @@
 
 #include <string>
 
-namespace velmora::native {
+namespace velmora::internal {
 
 /// Throws `InvalidArgumentError` with this message and no argument name.
 [[noreturn]] void ThrowInvalidArgument(std::string message);
 
-}  // namespace velmora::native
+}  // namespace velmora::internal

@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "native/row_lanes.hpp"
+#include "internal/row_lanes.hpp"
 
-namespace velmora::native {
+namespace velmora::internal {
 
 /// `(1 - w) * from + w * to` with the complement `1 - w` given: one product rounded, the other fused, so that every
 /// machine rounds alike.
@@ -13,4 +13,4 @@ VELMORA_ALWAYS_INLINE Value BlendElement(double complement, const Value& from, d
   return Fma<Processor>(complement, from, w * to);
 }
 
-}  // namespace velmora::native
+}  // namespace velmora::internal

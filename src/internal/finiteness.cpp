@@ -1,11 +1,11 @@
 // The finiteness rule of arrays.
 // SPDX-License-Identifier: Apache-2.0
-#include "native/finiteness.hpp"
+#include "internal/finiteness.hpp"
 
-#include "native/cpu_dispatch.hpp"
-#include "native/row_lanes.hpp"
+#include "internal/cpu_dispatch.hpp"
+#include "internal/row_lanes.hpp"
 
-namespace velmora::native {
+namespace velmora::internal {
 namespace {
 
 using Eigen::Index;
@@ -33,8 +33,8 @@ struct AllFiniteKernel {
 
 }  // namespace
 
-bool AllFinite(const Matrix& values) { return RunKernel<AllFiniteKernel>(values.data(), values.size()); }
+bool AllFinite(const native::Matrix& values) { return RunKernel<AllFiniteKernel>(values.data(), values.size()); }
 
-bool AllFinite(const Vector& values) { return RunKernel<AllFiniteKernel>(values.data(), values.size()); }
+bool AllFinite(const native::Vector& values) { return RunKernel<AllFiniteKernel>(values.data(), values.size()); }
 
-}  // namespace velmora::native
+}  // namespace velmora::internal

@@ -8,14 +8,14 @@
 #include <cstddef>
 #include <type_traits>
 
-#include "native/cpu_dispatch.hpp"
+#include "internal/cpu_dispatch.hpp"
 #include "velmora/native/array_types.hpp"
 
 #if defined(__x86_64__) && !defined(__clang__)
 #include <immintrin.h>  // declares the built-in function below
 #endif
 
-namespace velmora::native {
+namespace velmora::internal {
 
 /// Four doubles in the vector extension of g++ and clang: every operation is done, and rounded, element by element, in
 /// the instructions of the processor that the calling function is compiled for.
@@ -156,4 +156,4 @@ VELMORA_ALWAYS_INLINE void ForEachColumnBlock(Eigen::Index joints, const Work& w
   }
 }
 
-}  // namespace velmora::native
+}  // namespace velmora::internal

@@ -1,14 +1,16 @@
 // The two finiteness rules.
 // SPDX-License-Identifier: Apache-2.0
-#include "native/finiteness.hpp"
+#include "internal/finiteness.hpp"
 
 #include <gtest/gtest.h>
 
 #include "support/arrays.hpp"
 
-namespace velmora::native {
+namespace velmora::internal {
 namespace {
 
+using native::Matrix;
+using native::Vector;
 using testing::kInfinity;
 using testing::kLargest;
 using testing::kNan;
@@ -42,4 +44,4 @@ TEST(AllFinite, FindsABadElementAtEveryPlaceOfEverySize) {
 }
 
 }  // namespace
-}  // namespace velmora::native
+}  // namespace velmora::internal
