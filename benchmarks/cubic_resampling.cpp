@@ -13,11 +13,17 @@ namespace {
 using namespace util::timing;
 using peers::SplineSamples;
 
-constexpr Eigen::Index kLargestDense = 5000;  // the matrix and its factors take 400 MB there
+constexpr Eigen::Index kLargestDense = 1000;  // 5,000 samples take seconds
 
 JointTrajectory Resample(const Recording& r, double grid_spacing_s) {
   return ResampleTrajectory(r.trajectory, grid_spacing_s, ResamplingMethod::cubic,
                             ResamplingTimeGridMode::exact_dt_append_endpoint, true);
+}
+
+// What no resampling can do without: three arrays of the size of the results, allocated and written.
+SplineSamples WriteResults(const Recording& r) {
+  const auto array = [&] { return Matrix::Constant(r.grid_entries, r.trajectory.positions.cols(), 0.5); };
+  return {array(), array(), array()};
 }
 
 void AddPeer(const std::string& contender, Eigen::Index largest, peers::SplineResampling resample) {
@@ -38,15 +44,39 @@ void ResampleLong(benchmark::State& state) {
   state.counters["peak_memory_mb"] = static_cast<double>(usage.ru_maxrss) / 1000.0;
 }
 
+// Calls that share nothing, on as many threads as the benchmark is run with.
+template <Eigen::Index kSamples>
+void ResampleOnThreads(benchmark::State& state) {
+  static const Recording recording(kSamples, 7);
+  for (auto _ : state) {
+    JointTrajectory result = Resample(recording, recording.grid_spacing_s);
+    benchmark::DoNotOptimize(result);
+    benchmark::ClobberMemory();
+  }
+  state.SetItemsProcessed(state.iterations());
+}
+
+template <Eigen::Index kSamples>
+void AddThreads() {
+  const std::string name = "cubic_threads/library/" + std::to_string(kSamples) + "/7";
+  for (const int threads : {1, 2}) {
+    benchmark::RegisterBenchmark(name.c_str(), ResampleOnThreads<kSamples>)->Threads(threads)->UseRealTime();
+  }
+}
+
 }  // namespace
 
 void AddCubicResampling() {
   AddContender("cubic", "library", kLargestResampled, [](const Recording& r) { return Resample(r, r.grid_spacing_s); });
+  AddContender("cubic", "writing", kLargestResampled, WriteResults);
   AddPeer("gsl", kLargestResampled, peers::GslSpline);
   AddPeer("alglib", kLargestResampled, peers::AlglibSpline);
   AddPeer("alglib_grid", kLargestResampled, peers::AlglibSplineOnGrid);
   AddPeer("boost_makima", kLargestResampled, peers::BoostMakima);
   AddPeer("dense", kLargestDense, peers::DenseSpline);
+  AddThreads<100>();
+  AddThreads<1000>();
+  AddThreads<20000>();
   benchmark::RegisterBenchmark("cubic_long/library/1000000/7", ResampleLong);
 }
 

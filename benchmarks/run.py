@@ -5,6 +5,7 @@ import json
 import os
 import pathlib
 import platform
+import statistics
 import subprocess
 import sys
 import time
@@ -20,7 +21,7 @@ ROUND_S = 0.005
 RESAMPLING = ("linear", "cubic")
 JOBS = ("cubic", "linear", "blend_scalar", "blend_rows", "derivative", "first_difference", "path_coordinate")
 NUMPY_JOBS = ("cubic", "linear", "derivative")
-SAMPLES = (100, 1_000, 10_000, 100_000, 1_000_000)
+SAMPLES = (10, 32, 100, 1_000, 5_000, 20_000, 100_000, 1_000_000)
 
 # The states of glibc's allocator. Warm: freed blocks of up to 32 MiB stay with the process, and results reuse their
 # pages. Cold: as a process starts, every result above 128 KiB is mapped anew and faults page by page.
@@ -32,10 +33,10 @@ ALLOCATOR = {
 
 def shapes(job, regime, quick):
     """The (samples, joints) of a job; the largest are left out where a run would take minutes."""
-    largest = {7: 100_000 if job in RESAMPLING else 1_000_000, 1: 10_000 if job in RESAMPLING else 100_000}
+    largest = {7: 100_000 if job in RESAMPLING else 1_000_000, 1: 20_000 if job in RESAMPLING else 100_000}
     largest[32] = largest[1]
     if quick:
-        largest = {7: 10_000}
+        largest = {7: 20_000}
     if regime == "cold":
         largest = {7: largest[7]}
     return [(samples, joints) for joints in largest for samples in SAMPLES if samples <= largest[joints]]
@@ -50,7 +51,6 @@ def plan(quick):
                 numpy_peer = [job, samples, joints] if job in NUMPY_JOBS else None
                 yield regime, f"^{job}/.*/{samples}/{joints}$", rounds, numpy_peer
     if not quick:
-        yield "warm", "^cubic/(library|dense)/5000/7$", 3, None  # a dense solve of that size takes seconds
         yield "warm", "^cubic_long/", 3, None
 
 
@@ -71,6 +71,36 @@ def time_numpy(peer, rounds, regime):
     return entries
 
 
+def thread_speed_ups(rounds):
+    """{regime: {samples: calls per second on two threads, beside those on one}}, on any core."""
+    speed_ups = {}
+    for regime, tunables in ALLOCATOR.items():
+        print(f"benchmark: {regime} threads", file=sys.stderr, flush=True)
+        timed = json.loads(
+            execute(
+                [
+                    PROGRAM,
+                    "--benchmark_filter=^cubic_threads/",
+                    f"--benchmark_repetitions={rounds}",
+                    "--benchmark_min_time=0.05",
+                    "--benchmark_enable_random_interleaving=true",
+                    "--benchmark_format=json",
+                ],
+                tunables,
+            )
+        )
+        rates = {}
+        for entry in timed["benchmarks"]:
+            if entry["run_type"] == "iteration":
+                key = int(entry["run_name"].split("/")[2]), entry["threads"]
+                rates.setdefault(key, []).append(entry["items_per_second"])
+        speed_ups[regime] = {
+            samples: statistics.median(rates[samples, 2]) / statistics.median(rates[samples, 1])
+            for samples in sorted({samples for samples, _ in rates})
+        }
+    return speed_ups
+
+
 def check_agreement():
     results = subprocess.run([PROGRAM, "--check"], check=True, stdout=subprocess.PIPE).stdout
     subprocess.run([sys.executable, NUMPY_PEERS, "--check"], input=results, check=True)
@@ -85,6 +115,7 @@ def cpu_model():
 
 def run(quick):
     """All rounds of all steps, as {regime: entries of Google Benchmark's JSON}."""
+    threads = thread_speed_ups(5 if quick else 15)
     core = max(os.sched_getaffinity(0))
     os.sched_setaffinity(0, {core})  # inherited: the peers run where the library runs
     check_agreement()
@@ -110,7 +141,8 @@ def run(quick):
         entries[regime] += timed["benchmarks"]
         entries[regime] += time_numpy(numpy_peer, (rounds + 1) // 2, regime)
     machine = {"cpu": cpu_model(), "cores": os.cpu_count(), "compiler": compiler, "date": time.strftime("%Y-%m-%d")}
-    return {"machine": machine, "command": "./scripts/benchmark" + (" --quick" if quick else ""), "entries": entries}
+    command = "./scripts/benchmark" + (" --quick" if quick else "")
+    return {"machine": machine, "command": command, "entries": entries, "threads": threads}
 
 
 def main():

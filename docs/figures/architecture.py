@@ -16,6 +16,7 @@ root = Path(sys.argv[1])
 PARTS = {
     "core": {
         "native": ["include/velmora/native", "src/native", "bundled/include/velmora/native"],
+        "internal": ["src/internal"],
         "util": ["include/velmora/util", "src/util"],
         "util/timing": ["include/velmora/util/timing", "src/util/timing"],
         "control/shaper": ["include/velmora/control/shaper", "src/control/shaper"],
