@@ -70,7 +70,7 @@ def check(results):
     times, positions = np.array(results["time"]), np.array(results["positions"])
     for name, (_, job) in JOBS.items():
         ours, theirs = np.array(results[name]), np.array(job(times, positions))
-        for part_ours, part_theirs in zip(*((x if x.ndim == 3 else x[None]) for x in (ours, theirs))):
+        for part_ours, part_theirs in zip(*((x if x.ndim == 3 else x[None]) for x in (ours, theirs)), strict=True):
             difference = np.abs(part_ours - part_theirs).max()
             if not difference <= 1e-9 * np.abs(part_ours).max():
                 sys.exit(f"numpy_peers: {name}: results differ by up to {difference:.3g}")

@@ -122,7 +122,7 @@ class Ratios:
     def markdown(self):
         columns = [f"{samples:,}" for samples in self.samples]
         lines = table(["job", "times faster than", *columns], self.rows(PEERS, GOALS, False))
-        return lines + ["", *table(["job", "cost relative to", *columns], self.rows(LIMITS, LIMIT_GOALS, True))]
+        return [*lines, "", *table(["job", "cost relative to", *columns], self.rows(LIMITS, LIMIT_GOALS, True))]
 
     def own_times(self):
         rows = []

@@ -14,8 +14,9 @@ def write(target, name, data):
     (directory / name).write_bytes(data)
 
 
-# See ReadCall in routines.cpp: the routine, then its sizes, then where arrays come from and their values. The values are
-# the special ones of ByteReader::Value by number: 0, -0, 1, -1, 0.5, NaN, both infinities, the smallest, the largest ...
+# See ReadCall in routines.cpp: the routine, then its sizes, then where arrays come from and their values. The values
+# are the special ones of ByteReader::Value by number: 0, -0, 1, -1, 0.5, NaN, both infinities, the smallest, the
+# largest ...
 for routine, samples, joints in itertools.product(range(14), (0, 1, 2, 3, 4, 5, 33, 60), (0, 1, 3, 7)):
     for value in (2, 5, 10, 100):
         array = bytes([0, 3, value, 120, 9, 140, 80, 3])

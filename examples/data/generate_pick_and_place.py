@@ -45,7 +45,7 @@ def position_rad(time_s):
     for goal, move_s, dwell_s in MOVES:
         if time_s < move_s:
             share = ramp(time_s / move_s)
-            return [a + share * (b - a) for a, b in zip(start, goal)]
+            return [a + share * (b - a) for a, b in zip(start, goal, strict=True)]
         time_s -= move_s
         if time_s < dwell_s:
             return list(goal)

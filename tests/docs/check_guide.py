@@ -41,7 +41,8 @@ def main():
 
     problems, shown = [], set()
     for page, text in pages.items():
-        if page.parent != docs and page.name not in NOT_RUN:  # the reports at the top name the long checks that gave their figures
+        # The reports at the top name the long checks that gave their figures.
+        if page.parent != docs and page.name not in NOT_RUN:
             problems += unrun_code(page, text)
         for path, tag in included_pieces(page, text):
             if not path.exists():

@@ -102,7 +102,8 @@ def test_pages_are_quiet_accessible_and_fit(browser: Browser, address: str, size
     for name in PAGES:
         page = context.new_page()
         page.on(
-            "console", lambda message, name=name: findings.append(f"{name}: {message.text}") if message.type == "error" else None
+            "console",
+            lambda message, name=name: findings.append(f"{name}: {message.text}") if message.type == "error" else None,
         )
         page.on(
             "request",

@@ -8,9 +8,8 @@ import pickle
 
 import numpy as np
 import pandas as pd
-from numpy.typing import NDArray
-
 import velmora as vm
+from numpy.typing import NDArray
 
 positions: NDArray[np.float64] = np.linspace(0.0, 1.0, 8).reshape(4, 2)
 time = [0.0, 0.1, 0.25, 0.35]

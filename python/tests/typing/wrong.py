@@ -2,9 +2,8 @@
 """A program full of wrong types: a type checker must complain about every line that is marked."""
 
 import numpy as np
-from numpy.typing import NDArray
-
 import velmora as vm
+from numpy.typing import NDArray
 
 trajectory = vm.JointTrajectory([[0.0], [1.0]], dt=0.1)
 vm.JointTrajectory("positions", dt=0.1)  # wrong
@@ -21,7 +20,7 @@ trajectory.resample(0.1, "cubic", "exact")  # wrong
 trajectory.resample(samples=2.5)  # wrong
 trajectory.resample(rate_hz="500")  # wrong
 trajectory.sample("now")  # wrong
-trajectory.speed  # wrong
+trajectory.speed()  # wrong
 text: str = trajectory.sample_count  # wrong
 vm.smootherstep("half")  # wrong
 vm.blend_arrays([[0.0]], [[0.0]], None)  # wrong

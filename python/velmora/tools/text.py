@@ -69,7 +69,12 @@ def table(head: Sequence[str], rows: Iterable[Sequence[str]], indent: str = "  "
     return [
         (
             indent
-            + "  ".join([line[0].ljust(widths[0]), *(cell.rjust(width) for cell, width in zip(line[1:], widths[1:]))])
+            + "  ".join(
+                [
+                    line[0].ljust(widths[0]),
+                    *(cell.rjust(width) for cell, width in zip(line[1:], widths[1:], strict=True)),
+                ]
+            )
         ).rstrip()
         for line in lines
     ]
