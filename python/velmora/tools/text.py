@@ -39,8 +39,7 @@ def nearest(name: str, names: Iterable[str]) -> str:
 
 def seconds_text(stamp: float | int) -> str:
     """A time stamp in seconds, to its last digit: integers are nanoseconds, floats are seconds."""
-    if hasattr(stamp, "dtype"):
-        stamp = stamp.item()
+    stamp = getattr(stamp, "item", lambda: stamp)()  # numpy's numbers as Python's
     if isinstance(stamp, int):
         whole, rest = divmod(abs(stamp), 1_000_000_000)
         text = f"{whole}.{rest:09d}".rstrip("0").rstrip(".")

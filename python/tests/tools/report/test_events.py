@@ -12,7 +12,7 @@ from velmora.tools.report.events import events_of, peaks_of, ratio
 
 @pytest.mark.parametrize("rows", [1, 7, 1 << 17])
 def test_peaks_are_those_of_a_plain_loop(rows: int, monkeypatch: pytest.MonkeyPatch) -> None:
-    monkeypatch.setattr("velmora.tools.report.events.ROWS", rows)
+    monkeypatch.setattr("velmora.tools.operations.peaks.ROWS", rows)
     values = np.random.default_rng(4).integers(-9, 10, (50, 3)).astype(float)
     values[::5] = np.nan
     values[3, 0] = np.inf

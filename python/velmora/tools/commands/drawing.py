@@ -6,7 +6,7 @@ from __future__ import annotations
 import shlex
 import sys
 from collections.abc import Callable
-from dataclasses import dataclass, replace
+from dataclasses import dataclass
 from typing import Any, TypeVar
 
 import click
@@ -25,7 +25,7 @@ from velmora.tools.operations.checked import CheckOptions, checked
 from velmora.tools.operations.facts import facts, peak_facts
 from velmora.tools.operations.gaps import find_gaps
 from velmora.tools.operations.limits import UNBOUNDED, JointLimits, LimitsFile, for_joints, load
-from velmora.tools.operations.resample import Resampled, ResampleOptions, resample, trajectory_of
+from velmora.tools.operations.resample import QUANTITIES, Resampled, ResampleOptions, resample, trajectory_of
 from velmora.tools.options import ReadOptions
 from velmora.tools.recording import Recording
 from velmora.tools.report.data import Bounds, Fact, Quantity, ReportData, Track, TrackName, Violation
@@ -97,7 +97,8 @@ def report_data(recording: Recording, options: DrawingWork, digest: str) -> tupl
     fit = checked(recording, options.check)
     before = trajectory_of(fit)
     gaps = find_gaps(before.time, None if options.resample is None else options.resample.max_gap_s)
-    pieces = [] if options.resample is None else resample(fit, options.resample)
+    # All derivatives of the spline, whether they are written or not.
+    pieces = [] if options.resample is None else resample(fit, options.resample, also=QUANTITIES)
     limits = None if options.limits is None else for_joints(options.limits, recording.source, recording.joints)
     verdict = None if limits is None else check(fit, limits)
     report = {**facts(recording), **peak_facts(recording, options.check)}
@@ -147,16 +148,14 @@ def _after(recording: Recording, pieces: list[Resampled]) -> Track | None:
     """The resampled pieces as one track with breaks between them."""
     if not pieces:
         return None
-    if len(pieces) == 1:
-        return Track(pieces[0].trajectory.time, _Lazy(pieces[0].trajectory))
-    times = [
-        piece.trajectory.time + start_s for piece, start_s in zip(pieces, _starts_s(recording, pieces), strict=True)
-    ]
-    values: dict[Quantity, Any] = {
-        quantity: np.concatenate([getattr(piece.trajectory, quantity) for piece in pieces])
-        for quantity in PLURALS.values()
-    }
+
+    def whole(quantity: Quantity) -> Any:
+        parts = [getattr(piece.recording, quantity) for piece in pieces]
+        return parts[0] if len(parts) == 1 else np.concatenate(parts)
+
+    times = [piece.time_s + start_s for piece, start_s in zip(pieces, _starts_s(recording, pieces), strict=True)]
     ends = np.cumsum([len(time) for time in times])[:-1] - 1
+    values: dict[Quantity, Any] = {quantity: whole(quantity) for quantity in PLURALS.values()}
     return Track(np.concatenate(times), values, ends.astype(np.int64))
 
 
@@ -191,14 +190,7 @@ def _all_violations(
     """Those of the recording, and those of what it was resampled to."""
     found = _violations(verdict, recording.joints)
     for piece, start_s in zip(pieces, _starts_s(recording, pieces), strict=True):
-        # All derivatives of the spline, whether they are written or not.
-        whole = replace(
-            piece.recording,
-            velocities=piece.trajectory.velocities,
-            accelerations=piece.trajectory.accelerations,
-            jerks=piece.trajectory.jerks,
-        )
-        found += _violations(check(whole, limits, guard_units=False), recording.joints, "after", start_s)
+        found += _violations(check(piece.recording, limits, guard_units=False), recording.joints, "after", start_s)
     return found
 
 

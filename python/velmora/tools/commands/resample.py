@@ -15,8 +15,7 @@ from velmora.tools.commands import common, reading, resampling
 from velmora.tools.commands.info import peak_lines
 from velmora.tools.operations.checked import CheckOptions, checked
 from velmora.tools.operations.facts import NAMES, facts, number
-from velmora.tools.operations.peaks import peaks
-from velmora.tools.operations.resample import Resampled, ResampleOptions, resample
+from velmora.tools.operations.resample import Resampled, ResampleOptions, resample_from
 from velmora.tools.options import ReadOptions, WriteOptions
 from velmora.tools.recording import Recording
 
@@ -91,18 +90,19 @@ def work(task: Task, stage: Stage) -> tuple[list[JsonObject], list[str]]:
     reports: list[JsonObject] = []
     warnings: list[str] = []
     recordings = reading.read_recordings(task, stage, options.read)
-    for recording in recordings:
-        fit = checked(recording, options.check)
-        pieces = resample(fit, options.resample)
-        outputs = []
+    several = len(recordings) > 1
+    while recordings:
+        # Nothing else holds the samples of the recording, so that they make room for the result.
+        held = [recordings.pop(0)]
+        group = group_of(held[0])
+        report = _report(held, options)
+        pieces = resample_from(held, options.resample, with_peaks=options.full_report)
         for index, piece in enumerate(pieces):
-            target = of_recording(
-                task.target, group_of(recording), len(recordings) > 1, index if len(pieces) > 1 else None
-            )
-            outputs.append(target)
+            target = of_recording(task.target, group, several, index if len(pieces) > 1 else None)
+            report["outputs"].append(target)
             warnings += piece.warnings
             warnings += formats.write(stage.place(target), piece.recording, options.write)
-        reports.append(_report(recording, fit, pieces, outputs, options.full_report))
+        reports.append(report | _result(pieces, options.full_report))
     return reports, warnings
 
 
@@ -112,41 +112,41 @@ def group_of(recording: Recording) -> str:
     return rest.removesuffix("]").rpartition("=")[2] if bracket else ""
 
 
-def _report(
-    recording: Recording, fit: Recording, pieces: list[Resampled], outputs: list[str], full: bool
-) -> JsonObject:
+def _report(held: list[Recording], options: ResampleWork) -> JsonObject:
+    """What is to be said of a recording, which is replaced by one that is fit for the library."""
+    recording = held.pop()
+    fit = checked(recording, options.check)
+    held.append(fit)
     assert fit.stamps is not None
+    if options.full_report:
+        mended = [{"key": note.key, "text": note.text} for note in fit.notes[len(recording.notes) :]]
+        return {**facts(recording), "outputs": [], "mended": mended}
     times_s = fit.stamps.seconds()
-    base: JsonObject = (
-        facts(recording)
-        if full
-        else {
-            "source": recording.source,
-            "samples": len(recording.rows),
-            "duration_s": number(float(times_s[-1] - times_s[0])),
-        }
-    )
-    base |= {
-        "outputs": outputs,
+    return {
+        "source": recording.source,
+        "samples": len(recording.rows),
+        "duration_s": number(float(times_s[-1] - times_s[0])),
+        "outputs": [],
+    }
+
+
+def _result(pieces: list[Resampled], full: bool) -> JsonObject:
+    result: JsonObject = {
         "samples_out": sum(len(piece.recording.rows) for piece in pieces),
         "gaps_bridged": sum(len(piece.gaps) for piece in pieces),
         "warnings": [warning for piece in pieces for warning in piece.warnings],
     }
     if full:
-        base["mended"] = [{"key": note.key, "text": note.text} for note in fit.notes[len(recording.notes) :]]
-        base["how"] = pieces[0].recording.notes[-1].text
-        base["peaks_out"] = _largest(recording.joints, pieces)
-    return base
+        result["how"] = pieces[0].recording.notes[-1].text
+        result["peaks_out"] = _largest(pieces)
+    return result
 
 
-def _largest(joints: tuple[str, ...], pieces: list[Resampled]) -> list[JsonObject]:
+def _largest(pieces: list[Resampled]) -> list[JsonObject]:
     """The peaks over all pieces; times are those of the piece."""
-    found = []
-    for piece in pieces:
-        on_grid = piece.trajectory
-        found.append(peaks(on_grid.time, on_grid.positions, on_grid.velocities, on_grid.accelerations))
+    found = [piece.peaks for piece in pieces if piece.peaks is not None]
     entries = []
-    for j, joint in enumerate(joints):
+    for j, joint in enumerate(pieces[0].recording.joints):
         entry: JsonObject = {"joint": joint}
         for level, name in NAMES.items():
             values = [abs(float(peak[level].values[j])) for peak in found]

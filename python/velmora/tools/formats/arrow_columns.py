@@ -26,9 +26,10 @@ class Matrices:
         """Make room for so many samples."""
         self.chosen = chosen
         self.values = {
-            quantity: np.empty((samples, len(chosen.joints)))
+            # Column by column in memory, as tables have them: a column is copied as a whole.
+            quantity: np.empty((len(chosen.joints), samples)).T
             if len(cells) == len(chosen.joints)
-            else np.full((samples, len(chosen.joints)), np.nan)
+            else np.full((len(chosen.joints), samples), np.nan).T
             for quantity, cells in chosen.cells.items()
         }
         self.missing: NDArray[np.bool_] | None = None
@@ -51,7 +52,7 @@ class Matrices:
                 matrix[start:stop, cell.joint] = values * cell.factor if cell.factor != 1.0 else values
                 if absent is not None and quantity == "positions":
                     if self.missing is None:
-                        self.missing = np.zeros(matrix.shape, np.bool_)
+                        self.missing = np.zeros(matrix.shape, np.bool_, order="F")
                     self.missing[start:stop, cell.joint] = absent
 
 

@@ -14,6 +14,8 @@ import velmora as vm
 from velmora.tools.errors import DataError, UsageError
 from velmora.tools.operations.finite import all_finite
 from velmora.tools.operations.gaps import Gaps, find_gaps, split
+from velmora.tools.operations.on_grid import Joints, OnGrid, Run, put_on_grid
+from velmora.tools.operations.peaks import Peaks
 from velmora.tools.recording import Note, Recording, Stamps
 from velmora.tools.text import count, seconds_text, size_text
 
@@ -54,10 +56,21 @@ class Grid:
 
 @dataclass(frozen=True)
 class Resampled:
-    """A recording on its new grid, and what is worth telling about it."""
+    """A recording on its new grid, and what is worth telling about it.
+
+    Attributes
+    ----------
+    recording
+        The quantities that were asked for, each joint's samples together in memory.
+    time_s
+        The grid, in seconds after the first sample, shape (M,).
+    peaks
+        The peaks of velocity, acceleration and jerk, where they were asked for.
+    """
 
     recording: Recording
-    trajectory: vm.JointTrajectory
+    time_s: NDArray[np.float64]
+    peaks: dict[str, Peaks] | None
     gaps: Gaps
     warnings: tuple[str, ...]
 
@@ -105,10 +118,19 @@ def spacing_s(options: ResampleOptions) -> float:
     return 1.0 / options.rate_hz
 
 
-def resample(recording: Recording, options: ResampleOptions) -> list[Resampled]:
+def resample(
+    recording: Recording, options: ResampleOptions, *, also: tuple[str, ...] = (), with_peaks: bool = False
+) -> list[Resampled]:
     """Resample a checked recording; one result, or one for every piece with `gaps="split"`.
 
     The cubic path falls back to linear interpolation where the spline fails, unless `strict`; the warnings say so.
+
+    Parameters
+    ----------
+    also
+        Quantities to give besides the columns of the options; these may hold values that are not finite.
+    with_peaks
+        Whether the peaks of the derivatives are wanted.
 
     Raises
     ------
@@ -117,10 +139,21 @@ def resample(recording: Recording, options: ResampleOptions) -> list[Resampled]:
     DataError
         Where there are gaps with `gaps="error"`, the spline fails with `strict`, or a result is not finite.
     """
+    return resample_from([recording], options, also=also, with_peaks=with_peaks)
+
+
+def resample_from(
+    held: list[Recording], options: ResampleOptions, *, also: tuple[str, ...] = (), with_peaks: bool = False
+) -> list[Resampled]:
+    """As `resample`, of the one recording in a list, which is left empty: its memory is free for the result then."""
+    wanted = tuple(quantity for quantity in QUANTITIES if quantity in options.columns or quantity in also)
+    recording = held.pop()
     assert recording.stamps is not None
     gaps = find_gaps(recording.stamps.seconds(), options.max_gap_s)
     if len(gaps) == 0 or options.gaps == "bridge":
-        return [_resample_piece(recording, options, gaps)]
+        held.append(recording)
+        del recording
+        return [_resample_piece(held, options, wanted, gaps, with_peaks)]
     first = int(gaps.before[0])
     if options.gaps == "error":
         raise DataError(
@@ -129,12 +162,16 @@ def resample(recording: Recording, options: ResampleOptions) -> list[Resampled]:
             f"{gaps.threshold_s:.6g} s was expected; --gaps bridge or split, --max-gap"
         )
     none = find_gaps(np.empty(0))
-    return [_resample_piece(piece, options, none) for piece in split(recording, gaps)]
+    return [_resample_piece([piece], options, wanted, none, with_peaks) for piece in split(recording, gaps)]
 
 
-def _resample_piece(recording: Recording, options: ResampleOptions, gaps: Gaps) -> Resampled:
-    recorded = trajectory_of(recording)
-    _refuse_huge_grid(recording, recorded.duration_s, options)
+def _resample_piece(
+    held: list[Recording], options: ResampleOptions, wanted: tuple[str, ...], gaps: Gaps, with_peaks: bool
+) -> Resampled:
+    recording = held.pop()
+    assert recording.stamps is not None
+    span_s = recording.stamps.seconds()[[0, -1]]
+    grid = _bounded_grid(recording, float(span_s[1] - span_s[0]), options)
     warnings = []
     if len(gaps) > 0:
         longest = int(np.argmax(gaps.ends_s - gaps.starts_s))
@@ -144,26 +181,45 @@ def _resample_piece(recording: Recording, options: ResampleOptions, gaps: Gaps) 
             "s; no "
             f"step over {gaps.threshold_s:.6g} s was expected; --gaps split or error, --max-gap"
         )
-    on_grid, fallback = _on_grid(recording, recorded, options)
-    if fallback is not None:
-        warnings.append(fallback)
-    values = _columns(recording, on_grid, options.columns)
+    joints = Joints(recording, grid.samples)
+    recording = _without_values(recording)
+    on_grid = _on_grid(recording.source, joints, options, wanted, with_peaks)
+    if on_grid.failure is not None:
+        warnings.append(
+            f"{recording.source}: LINEAR INSTEAD OF CUBIC: the spline fails: {on_grid.failure} A cubic spline was "
+            "expected; --strict makes this an error"
+        )
+    _refuse_overflow(recording, on_grid, options.columns)
     result = replace(
         recording,
-        stamps=stamps_from(recording, on_grid.time),
-        positions=values["positions"],
-        velocities=values.get("velocities"),
-        accelerations=values.get("accelerations"),
-        jerks=values.get("jerks"),
-        efforts=None,
-        rows=np.arange(1, len(on_grid.time) + 1),
-        missing=None,
-        notes=(*recording.notes, Note("resampled", _described(options, on_grid, fallback is not None))),
+        stamps=stamps_from(recording, on_grid.time_s),
+        positions=on_grid.values["positions"],
+        velocities=on_grid.values.get("velocities"),
+        accelerations=on_grid.values.get("accelerations"),
+        jerks=on_grid.values.get("jerks"),
+        rows=np.arange(1, len(on_grid.time_s) + 1),
+        notes=(*recording.notes, Note("resampled", _described(options, on_grid.failure is not None))),
     )
-    return Resampled(result, on_grid, gaps, tuple(warnings))
+    return Resampled(result, on_grid.time_s, on_grid.peaks, gaps, tuple(warnings))
 
 
-def _refuse_huge_grid(recording: Recording, duration_s: float, options: ResampleOptions) -> None:
+def _without_values(recording: Recording) -> Recording:
+    """What is to be known of a recording when its samples are gone: names, notes, and the first time."""
+    assert recording.stamps is not None
+    return replace(
+        recording,
+        stamps=Stamps(recording.stamps.values[:1].copy(), recording.stamps.unit),
+        positions=np.empty((0, len(recording.joints))),
+        velocities=None,
+        accelerations=None,
+        jerks=None,
+        efforts=None,
+        rows=np.empty(0, np.int64),
+        missing=None,
+    )
+
+
+def _bounded_grid(recording: Recording, duration_s: float, options: ResampleOptions) -> Grid:
     grid = grid_size(duration_s, len(recording.joints), options)
     if grid.samples > options.max_samples:
         raise UsageError(
@@ -171,48 +227,35 @@ def _refuse_huge_grid(recording: Recording, duration_s: float, options: Resample
             f"{size_text(grid.bytes)}; at "
             f"most {options.max_samples:,} were expected; choose a longer --sample-time, or raise --max-samples"
         )
+    return grid
 
 
 def _on_grid(
-    recording: Recording, recorded: vm.JointTrajectory, options: ResampleOptions
-) -> tuple[vm.JointTrajectory, str | None]:
-    """The resampled trajectory, and what to say where it is linear in spite of `cubic`."""
-
-    def run(method: Method, strict: bool) -> vm.JointTrajectory:
+    source: str, joints: Joints, options: ResampleOptions, wanted: tuple[str, ...], with_peaks: bool
+) -> OnGrid:
+    def run(method: Method) -> Run:
         if options.samples is not None:
-            return recorded.resample(samples=options.samples, method=method, strict_cubic=strict)
-        return vm.resample_trajectory(recorded, spacing_s(options), method, options.grid, strict)
+            return lambda joint: joint.resample(samples=options.samples, method=method, strict_cubic=True)
+        return lambda joint: vm.resample_trajectory(joint, spacing_s(options), method, options.grid, True)
 
+    cubic = run("cubic") if options.method == "cubic" else None
+    linear = run("linear") if not (options.method == "cubic" and options.strict) else None
     try:
-        try:
-            return run(options.method, True), None
-        except vm.InvalidArgumentError as error:
-            if options.strict or options.method == "linear":
-                raise
-            text = (
-                f"{recording.source}: LINEAR INSTEAD OF CUBIC: the spline fails: {error} A cubic spline was "
-                "expected; --strict makes this an error"
-            )
-            return run("linear", False), text
+        return put_on_grid(joints, cubic, linear, wanted, with_peaks)
     except vm.InvalidArgumentError as error:
-        raise DataError(f"{recording.source}: {error}") from error
+        raise DataError(f"{source}: {error}") from error
 
 
-def _columns(
-    recording: Recording, on_grid: vm.JointTrajectory, columns: tuple[str, ...]
-) -> dict[str, NDArray[np.float64]]:
-    values = {"positions": on_grid.positions}
+def _refuse_overflow(recording: Recording, on_grid: OnGrid, columns: tuple[str, ...]) -> None:
     for column in columns:
-        values[column] = getattr(on_grid, column)
-    for column, array in values.items():
+        array = on_grid.values[column]
         if not all_finite(array):
             sample, joint = (int(index[0]) for index in np.nonzero(~np.isfinite(array)))
             raise DataError(
                 f"{recording.source}: the {column} of '{recording.joints[joint]}' are not finite at "
-                f"{on_grid.time[sample]:.6g} s; finite values were expected; the positions are too large for their "
+                f"{on_grid.time_s[sample]:.6g} s; finite values were expected; the positions are too large for their "
                 "derivatives, --columns positions leaves these out"
             )
-    return values
 
 
 def stamps_from(recording: Recording, grid_s: NDArray[np.float64]) -> Stamps:
@@ -232,7 +275,7 @@ def stamps_from(recording: Recording, grid_s: NDArray[np.float64]) -> Stamps:
     return Stamps(stamps, recording.stamps.unit)
 
 
-def _described(options: ResampleOptions, on_grid: vm.JointTrajectory, fell_back: bool) -> str:
+def _described(options: ResampleOptions, fell_back: bool) -> str:
     method = "linear (the cubic spline failed)" if fell_back else options.method
     if options.samples is not None:
         return f"{method}, {count(options.samples, 'sample')} over the whole span"

@@ -3,25 +3,10 @@
 
 from __future__ import annotations
 
-from dataclasses import dataclass
-
 import numpy as np
-from numpy.typing import NDArray
 
+from velmora.tools.operations.peaks import Peak, column_peaks
 from velmora.tools.report.data import QUANTITIES, Quantity, ReportData, Track, TrackName
-
-ROWS = 1 << 17  # rows looked at at a time
-
-
-@dataclass(frozen=True)
-class Peak:
-    """The value of largest magnitude of one joint, with its sign, the sample where it is first, and the extremes."""
-
-    value: float
-    sample: int
-    lowest: float
-    highest: float
-
 
 Peaks = dict[tuple[TrackName, Quantity], tuple[Peak | None, ...]]
 
@@ -29,40 +14,11 @@ Peaks = dict[tuple[TrackName, Quantity], tuple[Peak | None, ...]]
 def peaks_of(data: ReportData) -> Peaks:
     """The peak of each joint, for each track and quantity; None where no value is finite."""
     return {
-        (name, quantity): _peaks(track.values[quantity])
+        (name, quantity): column_peaks(track.values[quantity])
         for name, track in data.tracks()
         for quantity in QUANTITIES
         if quantity in track.values
     }
-
-
-def _peaks(values: NDArray[np.float64]) -> tuple[Peak | None, ...]:
-    found: list[Peak | None] = [None] * values.shape[1]
-    for first in range(0, len(values), ROWS):
-        # Joints as rows: argmin and argmax along short strided columns are several times slower.
-        block = np.ascontiguousarray(values[first : first + ROWS].T)
-        finite = np.isfinite(block)
-        if finite.all():
-            lowest, highest = block.argmin(axis=1), block.argmax(axis=1)
-        else:
-            lowest = np.where(finite, block, np.inf).argmin(axis=1)
-            highest = np.where(finite, block, -np.inf).argmax(axis=1)
-        for joint, (low, high) in enumerate(zip(lowest.tolist(), highest.tolist(), strict=True)):
-            if finite[joint, low]:
-                found[joint] = _larger(found[joint], block[joint], first, low, high)
-    return tuple(found)
-
-
-def _larger(known: Peak | None, values: NDArray[np.float64], first: int, low: int, high: int) -> Peak:
-    """The peak of the samples so far and of a block from `first` on, whose extremes are at `low` and `high`."""
-    lowest, highest = float(values[low]), float(values[high])
-    at = min(low, high) if -lowest == highest else (high if highest > -lowest else low)
-    peak = Peak(float(values[at]), first + at, lowest, highest)
-    if known is None:
-        return peak
-    if abs(known.value) >= abs(peak.value):
-        peak = known
-    return Peak(peak.value, peak.sample, min(known.lowest, lowest), max(known.highest, highest))
 
 
 def ratio(value: float, bound: float) -> float:

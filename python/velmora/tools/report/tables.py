@@ -5,8 +5,9 @@ from __future__ import annotations
 
 import numpy as np
 
+from velmora.tools.operations.peaks import Peak
 from velmora.tools.report.data import NAMES, QUANTITIES, Bounds, Quantity, ReportData, Track, TrackName, unit_of
-from velmora.tools.report.events import Peak, Peaks, ratio
+from velmora.tools.report.events import Peaks, ratio
 from velmora.tools.report.html import escaped, goto, number, rows
 from velmora.tools.report.limits import outside_of
 
