@@ -10,7 +10,7 @@ MUTED = "#8a97a6"
 
 def draw(sequences, ratios=(0.5, 1.5), most=0.3, tolerance=None):
     """Left the impulses of each sequence, one row for each; right their residuals over the machine's frequency."""
-    figure, (impulses, residual) = plt.subplots(1, 2, figsize=(8.5, 3.2))
+    _, (impulses, residual) = plt.subplots(1, 2, figsize=(8.5, 3.2))
     ratio = np.linspace(*ratios, 801)
     for row, (name, sequence) in enumerate(sequences.items()):
         color = f"C{row}"
