@@ -7,8 +7,6 @@ import sys
 
 # Run elsewhere: cells and plots while the site is built, console blocks and doctest sessions by python/tests.
 RUN_ELSEWHERE = ("console", "pycon")
-# Settings of a process and of a linker, for a program of the reader's and for allocators that are not installed here.
-NOT_RUN = ("allocator.md",)
 INCLUDE = re.compile(r"```\{literalinclude\} (\S+)\n((?::.*\n)*)```")
 FOLDERS_WITH_SNIPPETS = ("explanations", "how-to")
 
@@ -42,7 +40,7 @@ def main():
     problems, shown = [], set()
     for page, text in pages.items():
         # The reports at the top name the long checks that gave their figures.
-        if page.parent != docs and page.name not in NOT_RUN:
+        if page.parent != docs:
             problems += unrun_code(page, text)
         for path, tag in included_pieces(page, text):
             if not path.exists():

@@ -42,7 +42,8 @@ class Page(HTMLParser):
             self.anchors.add(values["id"] or "")
         if tag == "a" and values.get("href"):
             self.links.append(values["href"] or "")
-        if tag == "img" and not values.get("alt"):
+        # Where a page gives no text, the name of the file stands in its place.
+        if tag == "img" and (values.get("alt") or ".png").endswith((".png", ".svg")):
             self.pictures_without_text.append(values.get("src") or "")
 
 
