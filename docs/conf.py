@@ -10,7 +10,7 @@ from cycler import cycler
 ROOT = Path(__file__).resolve().parents[1]
 
 project = "velmora"
-author = "the velmora developers"
+author = "the velmora maintainers"
 version = release = velmora.__version__
 
 extensions = [
@@ -89,6 +89,7 @@ html_static_path = ["_static"]
 html_css_files = ["site.css"]
 mathjax_path = "mathjax/tex-svg.js"
 html_show_sphinx = False
+html_show_copyright = False
 html_copy_source = False
 html_show_sourcelink = False
 

@@ -1,5 +1,5 @@
-// What a call costs in page faults and time, in a program that resamples again and again; with an argument it first asks
-// glibc to keep the memory that it has.
+// What a call costs in page faults and time, in a program that resamples again and again; with an argument it first
+// asks glibc to keep the memory that it has.
 // SPDX-License-Identifier: Apache-2.0
 #include <malloc.h>
 #include <sys/resource.h>

@@ -18,7 +18,18 @@ REFERENCE = "".join(page.read_text(encoding="utf-8") for page in (DOCS / "refere
 # Options in documents that are not those of the command: of the project's scripts, and of other programs.
 OF_OTHERS = {
     *("--write", "--quick", "--prefix", "--like-me", "--run", "--seed", "--count", "--sanitize", "--check", "--cpp"),
-    *("--build", "--install", "--libs", "--cflags", "--variable", "--cov", "--cov-config", "--benchmark_filter"),
+    *(
+        "--build",
+        "--preset",
+        "--target",
+        "--install",
+        "--libs",
+        "--cflags",
+        "--variable",
+        "--cov",
+        "--cov-config",
+        "--benchmark_filter",
+    ),
     *("--once", "--full-length"),
 }
 
@@ -118,6 +129,17 @@ def test_options_in_documents_exist() -> None:
     for page in PAGES:
         named = set(re.findall(r"(?<![\w-])--[a-z][a-z_-]+", page.read_text(encoding="utf-8")))
         assert named <= known | OF_OTHERS, page
+
+
+def test_every_command_is_in_the_reference() -> None:
+    pytest.importorskip("click", reason="the command belongs to the extra tools")
+    from velmora.tools.main import COMMANDS
+
+    page = (DOCS / "reference" / "command.md").read_text(encoding="utf-8")
+    shown = re.findall(
+        r"^\.\. click:: velmora\.tools\.commands\.(\w+):command\n   :prog: velmora (\w+)$", page, re.MULTILINE
+    )
+    assert shown == [(name, name) for name in COMMANDS]
 
 
 def test_formats_in_documents_are_those_of_the_command() -> None:

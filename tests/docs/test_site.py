@@ -3,6 +3,7 @@
 
 import functools
 import http.server
+import re
 import threading
 from collections.abc import Iterator
 from html.parser import HTMLParser
@@ -71,6 +72,27 @@ def test_links_lead_somewhere_and_pictures_have_text(name: str) -> None:
             broken.append(link)
     assert broken == []
     assert parsed(name).pictures_without_text == []
+
+
+@pytest.mark.parametrize("name", PAGES)
+def test_no_markup_is_left_over(name: str) -> None:
+    """A directive or a role in the wrong language is shown as it was written."""
+    text = re.sub(r"<(pre|script|style)\b.*?</\1>", "", (SITE / name).read_text(encoding="utf-8"), flags=re.DOTALL)
+    assert re.findall(r"\.\. \w+::|\{(?:ref|doc|eval-rst|cpp:any)\}|```|:::|\]\(\S+\.md\)", text) == []
+
+
+def test_every_option_of_the_command_is_in_its_reference() -> None:
+    from click import Context
+    from velmora.tools.main import COMMANDS, commands
+
+    page = (SITE / "reference" / "command.html").read_text(encoding="utf-8")
+    for name in COMMANDS:
+        command = commands.get_command(Context(commands), name)
+        assert command is not None
+        for parameter in command.params:
+            for option in parameter.opts:
+                if option.startswith("--"):
+                    assert f'id="cmdoption-velmora-{name}-{option.strip("-")}"' in page, f"{name} {option}"
 
 
 @pytest.fixture(scope="module")
