@@ -94,6 +94,7 @@ void Run(const Options& options) {
 
 }  // namespace
 
+// NOLINTNEXTLINE(bugprone-exception-escape): it can where not even the message can be printed.
 int main(int argc, char** argv) {
   Options options;
   CLI::App app{"Resamples a recorded joint trajectory onto a regular time grid.", "resample_recording"};
