@@ -4,6 +4,7 @@
 from __future__ import annotations
 
 from dataclasses import dataclass
+from functools import cached_property
 from typing import NamedTuple
 
 import numpy as np
@@ -66,15 +67,25 @@ class Stamps:
         return first
 
     def seconds(self) -> NDArray[np.float64]:
-        """Seconds after the first stamp; integers are subtracted before they are divided, so nothing is lost."""
+        """Seconds after the first stamp; integers are subtracted before they are divided, so nothing is lost.
+
+        The array is computed once and cannot be written to.
+        """
+        return self._seconds
+
+    @cached_property
+    def _seconds(self) -> NDArray[np.float64]:
         values = self.values
         if len(values) == 0:
-            return np.empty(0)
-        if values.dtype == np.int64:
-            if int(values.max()) - int(values.min()) < 2**63:
-                return np.asarray((values - values[0]) / 1e9, dtype=np.float64)
-            return (values.astype(np.float64) - float(values[0])) / 1e9
-        return np.asarray(values - values[0] if values[0] != 0.0 else values, dtype=np.float64)
+            found = np.empty(0)
+        elif values.dtype != np.int64:
+            found = np.asarray(values - values[0] if values[0] != 0.0 else values, dtype=np.float64).view()
+        elif int(values.max()) - int(values.min()) < 2**63:
+            found = (values - values[0]) / 1e9
+        else:
+            found = (values.astype(np.float64) - float(values[0])) / 1e9
+        found.flags.writeable = False
+        return found
 
 
 @dataclass(frozen=True)

@@ -59,11 +59,12 @@ class Matrices:
 def numbers(column: pa.Array) -> tuple[NDArray[np.float64], NDArray[np.bool_] | None]:
     """A column as doubles with NaN for what is missing, and where that is."""
     import pyarrow as pa
-    import pyarrow.compute as pc
 
     if isinstance(column, pa.ChunkedArray):
         column = column.combine_chunks()
     if column.type != pa.float64():
+        import pyarrow.compute as pc  # its import takes longer than the reading of a short file
+
         column = pc.cast(column, pa.float64(), safe=False)
     start, stop = column.offset, column.offset + len(column)
     if start == stop:

@@ -36,20 +36,21 @@ def fits_doubles(dialect: Dialect, column: int) -> bool:
 def stamps(source: str, dialect: Dialect, chosen: Plan, table: pa.Table) -> tuple[Stamps, str]:
     """Stamps from the columns of a table, and in which unit they are and why."""
     import pyarrow as pa
-    import pyarrow.compute as pc
 
     name = next(column.name for column in chosen.columns if column.quantity == "time")
     columns = [table.column(str(index)) for index in chosen.time]
+    if columns[0].type == pa.float64() and len(columns) == 1:
+        doubles, _ = numbers(columns[0])
+        unit, why = _unit(source, dialect, chosen, name, doubles)
+        return clock.from_doubles(doubles, unit), why
+    import pyarrow.compute as pc  # its import takes longer than the reading of a short file
+
     if len(columns) == 2:
         try:
             seconds, nanoseconds = (pc.cast(column, pa.int64()).to_numpy() for column in columns)
         except pa.ArrowInvalid as error:
             raise _no_time(source, name, columns[0]) from error
         return Stamps(combined(source, seconds, nanoseconds), "ns"), "s and ns"
-    if columns[0].type == pa.float64():
-        doubles, _ = numbers(columns[0])
-        unit, why = _unit(source, dialect, chosen, name, doubles)
-        return clock.from_doubles(doubles, unit), why
     text = pc.utf8_trim(columns[0], " ")
     try:
         unit, why = _unit(source, dialect, chosen, name, _doubles(text.slice(0, _TELLING)))

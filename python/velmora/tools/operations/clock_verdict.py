@@ -9,7 +9,7 @@ from datetime import datetime, timezone
 import numpy as np
 from numpy.typing import NDArray
 
-from velmora.tools.operations.gaps import Gaps, find_gaps
+from velmora.tools.operations.gaps import GAP_IN_MEDIAN_STEPS, Gaps, find_gaps
 from velmora.tools.recording import Recording
 from velmora.tools.text import count, seconds_text, short
 
@@ -65,9 +65,7 @@ def clock_verdict(recording: Recording) -> ClockVerdict | None:
         low, high = np.percentile(rising, [2.5, 97.5])
         jitter_s = float(high - low) / 2.0
     repeats, falls = np.flatnonzero(steps_s == 0.0), np.flatnonzero(~(steps_s >= 0.0))
-    gaps = (
-        find_gaps(times_s) if median_s is None or len(rising) == len(steps_s) else find_gaps(times_s, 10.0 * median_s)
-    )
+    gaps = find_gaps(times_s, None if median_s is None else GAP_IN_MEDIAN_STEPS * median_s)
     uneven = 0 if median_s is None else int(np.count_nonzero(np.abs(rising - median_s) > UNEVEN_SHARE * median_s))
     offset_s = _second_clock(times_s) if len(falls) else None
     summary = _summary(median_s, jitter_s, uneven, len(rising), len(gaps), len(repeats), len(falls), offset_s)
