@@ -4,6 +4,7 @@
 from __future__ import annotations
 
 import difflib
+import re
 from collections.abc import Iterable, Sequence
 
 SHOWN_LENGTH = 60
@@ -28,6 +29,13 @@ def count(number: int, noun: str) -> str:
 def listed(names: Sequence[str], most: int = 5) -> str:
     """The first names of a list, and how many there are more."""
     text = ", ".join(quoted(name) for name in names[:most])
+    return f"{text} and {len(names) - most} more" if len(names) > most else text
+
+
+def named(names: Sequence[str], most: int) -> str:
+    """As `listed`, with quotes only around names that would not stand alone, for lists in tables."""
+    shown = [name if re.fullmatch(r"[\w./-]+", name) and len(name) <= SHOWN_LENGTH else quoted(name) for name in names]
+    text = ", ".join(shown[:most])
     return f"{text} and {len(names) - most} more" if len(names) > most else text
 
 

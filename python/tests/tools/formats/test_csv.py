@@ -101,7 +101,10 @@ def test_dialects(text: str, rows: list[int], dialect: str, encoding: str) -> No
             "log.csv: column 'time' has whole numbers in steps of 1, seconds or milliseconds; a unit was "
             "expected in its name (time_ms); --time-unit s or ms says it",
         ),
-        ("\0\1\2", "log.csv:1: there are zero bytes; a table in text was expected; --format names another format"),
+        (
+            "\0\1\2",
+            "log.csv:1: there are zero bytes; a table in text was expected; --input-format names another format",
+        ),
         (
             "time,index\n0.0,1\n0.1,2\n",
             "log.csv: no column holds positions of a joint; a column per joint was expected; there are "
@@ -128,7 +131,7 @@ def test_faults(text: str, message: str) -> None:
             {"group_by": "tim"},
             "log.csv: no column is called 'tim'; did you mean 'time'?; there are 'time', 'a'; --group-by",
         ),
-        ({"rate_hz": 0.0}, "--rate 0.0: a finite number of samples per second above 0 was expected"),
+        ({"rate_hz": 0.0}, "--input-rate 0.0: a finite number of samples per second above 0 was expected"),
     ],
 )
 def test_options_that_do_not_fit(options: dict[str, object], message: str) -> None:
@@ -228,7 +231,8 @@ def test_addresses(tmp_path: Path) -> None:
     with pytest.raises(DataError, match=rf"^{tmp_path}/none.csv: cannot be read: No such file or directory$"):
         read(f"{tmp_path}/none.csv", ReadOptions())
     with pytest.raises(
-        UsageError, match=r"^log.xls: the name does not end as that of a known format; \.csv, .* --format names it$"
+        UsageError,
+        match=r"^log.xls: the name does not end as that of a known format; \.csv, .* --input-format names it$",
     ):
         read("log.xls", ReadOptions())
     assert {".csv", ".csv.gz", ".csv.zst", ".parquet", ".feather", ".npz", ".mcap", ".db3", ".bag", ".json"} <= set(

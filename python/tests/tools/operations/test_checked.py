@@ -35,7 +35,7 @@ def test_no_samples() -> None:
 
 def test_no_times() -> None:
     assert message(replace(recording([0.0], [[1.0]]), stamps=None)) == (
-        "log.csv: there is no time; a column of times was expected; --time-column names it, --rate gives the "
+        "log.csv: there is no time; a column of times was expected; --time-column names it, --input-rate gives the "
         "samples per "
         "second of a file without times"
     )

@@ -91,7 +91,7 @@ def test_yaml_tells_of_scaling_factors_that_it_does_not_apply(tmp_path: Path) ->
             "l.yaml: the nesting is too deep; the limits of a motion planner were expected",
         ),
         (b"\xff\xfe\x00\xd8", "l.yaml: this is no text of YAML; the limits of a motion planner were expected"),
-        ("#" * 2_000_000, "l.yaml: 2,000,000 bytes; at most 1,000,000 of limits were expected"),
+        ("#" * 2_000_000, "l.yaml: larger than 1,000,000 bytes; a file of limits was expected; --limits names it"),
     ],
 )
 def test_yaml_refusals(tmp_path: Path, text: str | bytes, expected: str) -> None:

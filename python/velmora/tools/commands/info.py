@@ -13,7 +13,7 @@ from velmora.tools.commands import common, reading
 from velmora.tools.operations.checked import CheckOptions
 from velmora.tools.operations.facts import facts, peak_facts
 from velmora.tools.options import ReadOptions
-from velmora.tools.text import count, listed, short, table
+from velmora.tools.text import count, named, short, table
 
 
 @dataclass(frozen=True)
@@ -75,7 +75,7 @@ def lines(report: JsonObject) -> list[str]:
         found.append("  clock    there are no times")
     else:
         found += [f"  clock    {clock['summary']}", f"           {clock['origin']}", *_clock_faults(clock)]
-    found.append(f"  joints   {len(report['joints'])}: {listed(report['joints'], 20)}")
+    found.append(f"  joints   {len(report['joints'])}: {named(report['joints'], 20)}")
     span = "" if report["duration_s"] is None else f", {short(report['duration_s'])} s"
     found.append(f"  samples  {report['samples']:,}{span}")
     if report["given"]:
@@ -83,9 +83,8 @@ def lines(report: JsonObject) -> list[str]:
     for kind, title in (("missing", "missing"), ("non_finite", "not finite")):
         cells = report["cells"][kind]
         if cells["count"]:
-            found.append(
-                f"  {title}: {count(cells['count'], 'cell')} of {listed(cells['joints'])}, {_rows(cells['first_rows'])}"
-            )
+            where = f"{named(cells['joints'], 5)}, {_rows(cells['first_rows'])}"
+            found.append(f"  {title}: {count(cells['count'], 'cell')} of {where}")
     found += [f"  {note['key']:<8} {note['text']}" for note in report["notes"]]
     if report["fault"]:
         found.append(f"  FAULT    {report['fault']}")

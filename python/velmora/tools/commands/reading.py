@@ -65,7 +65,7 @@ _MENDING = (
 
 def reading_options(function: Function) -> Function:
     """Add the reading options to a command that has no `--rate` of its own."""
-    return _with(function, (*_READING, _input_rate("--rate", "--input-rate")))
+    return _with(function, (*_READING, _input_rate("--input-rate", "--rate")))
 
 
 def reading_options_beside_rate(function: Function) -> Function:

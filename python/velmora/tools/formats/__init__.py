@@ -74,12 +74,12 @@ def _format_by_name(path: str) -> str | None:
     return next((format_ for format_, known in FORMATS.items() if name.endswith(known)), None)
 
 
-def _format(path: str, said: str | None) -> str:
+def _format(path: str, said: str | None, option: str) -> str:
     if said is not None:
         if said not in FORMATS:
             raise UsageError(
                 f"{path}: no format is called {quoted(said)}{nearest(said, FORMATS)}; there are "
-                f"{', '.join(FORMATS)}; --format"
+                f"{', '.join(FORMATS)}; {option}"
             )
         return said
     if path == "-":
@@ -88,7 +88,7 @@ def _format(path: str, said: str | None) -> str:
     if found is None:
         raise UsageError(
             f"{path}: the name does not end as that of a known format; {', '.join(suffixes())} were expected; "
-            "--format names it"
+            f"{option} names it"
         )
     return found
 
@@ -99,7 +99,7 @@ def read(path: str, options: ReadOptions) -> list[Recording]:
     Parameters
     ----------
     path
-        A file, a folder (bags), an address that fsspec knows, or ``-`` for standard input (CSV unless --format).
+        A file, a folder (bags), an address that fsspec knows, or ``-`` for standard input (CSV unless --input-format).
 
     Raises
     ------
@@ -108,7 +108,7 @@ def read(path: str, options: ReadOptions) -> list[Recording]:
     DataError
         For files that cannot be read, "FILE:ROW: what is there; what was expected; which option helps".
     """
-    format_ = _format(path, options.format)
+    format_ = _format(path, options.format, "--input-format")
     if options.group_by is not None and format_ not in _TABLES:
         raise UsageError(
             f"{path}: --group-by {options.group_by}: a table was expected; {format_} has no columns to group by"
@@ -129,7 +129,7 @@ def write(path: str, recording: Recording, options: WriteOptions) -> list[str]:
     if options.format is None and path != "-" and "." not in os.path.basename(path.rstrip("/")):
         format_ = "rosbag2"  # a folder, as ROS's tools name their bags
     else:
-        format_ = _format(path, options.format)
+        format_ = _format(path, options.format, "--format")
     if format_ in _READ_ONLY:
         raise UsageError(f"{path}: bags of this kind can only be read; .mcap or a name without an ending was expected")
     if format_ in ("mcap", "rosbag2"):

@@ -144,7 +144,7 @@ def _there(pieces: list[Piece], joints: tuple[str, ...], samples: int) -> NDArra
 
 def _stamps(pieces: list[Piece], logs: NDArray[np.int64], options: ReadOptions) -> tuple[Stamps, str]:
     if options.rate_hz is not None:
-        return clock.at_rate(len(logs), options.rate_hz), f"{options.rate_hz!r} samples per second (--rate)"
+        return clock.at_rate(len(logs), options.rate_hz), f"{options.rate_hz!r} samples per second (--input-rate)"
     offsets = _joined([piece.offset_ns for piece in pieces])
     if options.time_from == "log":
         return Stamps(logs + offsets, "ns"), "log time of the messages (--time-from log), in ns"

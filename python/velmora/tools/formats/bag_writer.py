@@ -72,7 +72,9 @@ def _folder(path: Path, recording: Recording, options: WriteOptions) -> list[str
 
 def _nanoseconds(recording: Recording) -> tuple[NDArray[np.int64], list[str]]:
     if recording.stamps is None:
-        raise DataError(f"{recording.source}: there is no time; messages need one; --rate gives the samples per second")
+        raise DataError(
+            f"{recording.source}: there is no time; messages need one; --input-rate gives the samples per second"
+        )
     values = recording.stamps.values
     notes = []
     if values.dtype != np.int64:

@@ -67,7 +67,7 @@ def _utf8(source: str, data: bytes) -> bytes:
         return data.decode("utf-16", "replace").encode()
     if b"\0" in data[:_HEAD]:
         raise DataError(
-            f"{source}:1: there are zero bytes; a table in text was expected; --format names another format"
+            f"{source}:1: there are zero bytes; a table in text was expected; --input-format names another format"
         )
     return data
 

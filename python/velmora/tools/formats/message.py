@@ -159,7 +159,10 @@ def _recording(
     if any(abs(time) >= 2**63 for time in times):
         raise DataError(f"{source}: a time does not fit into 64 bits of nanoseconds; sec and nanosec were expected")
     if options.rate_hz is not None:
-        stamps, why = clock.at_rate(len(points), options.rate_hz), f"{options.rate_hz!r} samples per second (--rate)"
+        stamps, why = (
+            clock.at_rate(len(points), options.rate_hz),
+            f"{options.rate_hz!r} samples per second (--input-rate)",
+        )
     else:
         stamps, why = Stamps(np.array(times, np.int64), "ns"), "time from start and the header's stamp, in ns"
     return Recording(
@@ -216,7 +219,7 @@ def write(file: IO[bytes], recording: Recording, quantities: tuple[str, ...], ki
     """
     notes = []
     if recording.stamps is None:
-        raise DataError(f"{recording.source}: there is no time; points of a trajectory need one; --rate gives it")
+        raise DataError(f"{recording.source}: there is no time; points of a trajectory need one; --input-rate gives it")
     fields = {
         field: getattr(recording, quantity)
         for quantity, field in _FIELDS.items()

@@ -93,7 +93,8 @@ def plan(source: str, fields: Sequence[Field], options: ReadOptions) -> Plan:
         notes.append(
             Note(
                 "time",
-                f"{options.rate_hz!r} samples per second (--rate); column {quoted(fields[time[0]].name)} is left aside",
+                f"{options.rate_hz!r} samples per second (--input-rate); "
+                f"column {quoted(fields[time[0]].name)} is left aside",
             )
         )
     elif time:

@@ -85,5 +85,5 @@ def infer_unit(
 def at_rate(samples: int, rate_hz: float) -> Stamps:
     """Stamps of a file without times: the sample's number over the rate."""
     if not 0.0 < rate_hz < np.inf:
-        raise UsageError(f"--rate {rate_hz!r}: a finite number of samples per second above 0 was expected")
+        raise UsageError(f"--input-rate {rate_hz!r}: a finite number of samples per second above 0 was expected")
     return from_doubles(np.arange(samples) / rate_hz, "s")

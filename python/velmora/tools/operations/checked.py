@@ -46,7 +46,7 @@ def checked(recording: Recording, options: CheckOptions) -> Recording:
     if recording.stamps is None:
         raise DataError(
             f"{recording.source}: there is no time; a column of times was expected; --time-column names it, "
-            "--rate gives the samples per second of a file without times"
+            "--input-rate gives the samples per second of a file without times"
         )
     if not options.use_velocities:
         recording = replace(recording, velocities=None, accelerations=None, jerks=None)

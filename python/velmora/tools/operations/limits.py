@@ -16,6 +16,7 @@ from velmora.tools.text import listed, nearest, quoted
 QUANTITIES = ("position", "velocity", "acceleration", "jerk")
 # What recordings append to the name of a joint.
 SUFFIXES = ("_rad", "_m", "_deg", "_pos", "_position", ".pos", ".position")
+MAX_BYTES = 1_000_000
 UNBOUNDED = sys.float_info.max
 
 
@@ -81,9 +82,12 @@ def load(path: str) -> LimitsFile:
         With file and line, where the file cannot be read or a limit is not an interval of finite numbers.
     """
     try:
-        content = Path(path).read_bytes()
+        with open(path, "rb") as file:
+            content = file.read(MAX_BYTES + 1)
     except OSError as error:
         raise DataError(f"{path}: {error.strerror}; a file of limits was expected; --limits names it") from error
+    if len(content) > MAX_BYTES:
+        raise DataError(f"{path}: larger than {MAX_BYTES:,} bytes; a file of limits was expected; --limits names it")
     suffix = Path(path).suffix.lower()
     if suffix in (".urdf", ".xml", ".xacro") or content.lstrip(b"\xef\xbb\xbf \t\r\n").startswith(b"<"):
         from velmora.tools.operations.limits_urdf import read_urdf as read

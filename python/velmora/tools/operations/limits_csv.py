@@ -4,7 +4,6 @@
 from __future__ import annotations
 
 import csv
-import io
 
 from velmora.tools.errors import DataError
 from velmora.tools.operations.limits import QUANTITIES, LimitsFile
@@ -29,26 +28,32 @@ def read_csv(path: str, content: bytes) -> LimitsFile:
     if not lines:
         raise DataError(f"{path}: the file is empty; a header with the column 'joint' was expected")
     separator = max(",;\t", key=lines[0][1].count)
-    numbers = [number for number, _ in lines]
-    try:
-        rows = list(csv.reader(io.StringIO("\n".join(line for _, line in lines)), delimiter=separator, strict=True))
-    except csv.Error as error:
-        raise DataError(f"{path}: {error}; a table of limits was expected") from error
-    head = [name.strip() for name in rows[0]]
+    rows = [(number, _cells(path, number, line, separator)) for number, line in lines]
+    first, head = rows[0]
     for name in head:
         if name not in COLUMNS:
             raise DataError(
-                f"{path}:{numbers[0]}: the column {quoted(name)} is not known; {', '.join(COLUMNS)} were "
+                f"{path}:{first}: the column {quoted(name)} is not known; {', '.join(COLUMNS)} were "
                 f"expected{nearest(name, COLUMNS)}"
             )
     if "joint" not in head:
-        raise DataError(f"{path}:{numbers[0]}: there is no column 'joint'; the names of joints were expected")
+        raise DataError(f"{path}:{first}: there is no column 'joint'; the names of joints were expected")
     limits = LimitsFile(path)
-    for number, row in zip(numbers[1:], rows[1:], strict=True):
+    if len(set(head)) < len(head):
+        raise DataError(f"{path}:{first}: a column appears twice; every column once was expected")
+    for number, row in rows[1:]:
         if len(row) != len(head):
             raise DataError(f"{path}:{number}: {len(row)} cells; {len(head)} were expected, as in the header")
-        _read_row(limits, number, dict(zip(head, (cell.strip() for cell in row), strict=True)))
+        _read_row(limits, number, dict(zip(head, row, strict=True)))
     return limits
+
+
+def _cells(path: str, line: int, text: str, separator: str) -> list[str]:
+    try:
+        (cells,) = csv.reader([text], delimiter=separator, strict=True)
+    except csv.Error as error:
+        raise DataError(f"{path}:{line}: {error}; a row of a table of limits was expected") from error
+    return [cell.strip() for cell in cells]
 
 
 def _read_row(limits: LimitsFile, line: int, cells: dict[str, str]) -> None:

@@ -22,6 +22,8 @@ def read_urdf(path: str, content: bytes) -> LimitsFile:
         reader.parser.Parse(content, True)
     except expat.ExpatError as error:
         raise DataError(f"{path}:{error.lineno}: {expat.ErrorString(error.code)}; a URDF was expected") from error
+    except (ValueError, LookupError) as error:
+        raise DataError(f"{path}:1: its encoding cannot be read: {error}; UTF-8 was expected") from error
     return reader.limits
 
 

@@ -12,7 +12,6 @@ from velmora.tools.errors import DataError
 from velmora.tools.operations.limits import LimitsFile
 from velmora.tools.text import quoted
 
-MAX_BYTES = 1_000_000
 MAX_DEPTH = 20
 TRUE = ("true", "yes", "on")
 FALSE = ("false", "no", "off")
@@ -26,8 +25,6 @@ def read_yaml(path: str, content: bytes) -> LimitsFile:
     the nodes of the document are looked at: no object is made of a tag, no alias is expanded. The tags `!degrees` and
     `!radians` are understood.
     """
-    if len(content) > MAX_BYTES:
-        raise DataError(f"{path}: {len(content):,} bytes; at most {MAX_BYTES:,} of limits were expected")
     try:
         # Not the loader in C: it ends the process where brackets are nested a hundred thousand deep.
         root = yaml.compose(content, Loader=yaml.SafeLoader)
