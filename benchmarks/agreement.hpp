@@ -22,6 +22,7 @@ void CheckBlending();
 void CheckDifferentiation();
 void CheckLinearResampling();
 void CheckCubicResampling();
+void CheckShaping();
 
 /// Writes the library's results on a small recording to the standard output, as JSON.
 void PrintResults();

@@ -37,5 +37,6 @@ void AddBlending();
 void AddDifferentiation();
 void AddLinearResampling();
 void AddCubicResampling();
+void AddShaping();
 
 }  // namespace velmora::benchmarks

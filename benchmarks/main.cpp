@@ -18,6 +18,7 @@ void Check() {
   CheckDifferentiation();
   CheckLinearResampling();
   CheckCubicResampling();
+  CheckShaping();
   PrintResults();
 }
 
@@ -26,6 +27,7 @@ int Time(int argc, char** argv) {
   AddDifferentiation();
   AddLinearResampling();
   AddCubicResampling();
+  AddShaping();
   benchmark::AddCustomContext("compiler", VELMORA_COMPILER);
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;

@@ -37,7 +37,30 @@ def cubic(times, positions):
     return spline(queries), spline(queries, 1), spline(queries, 2)
 
 
-JOBS = {"derivative": ("numpy", derivative), "linear": ("numpy", linear), "cubic": ("scipy", cubic)}
+def three_impulses():
+    """Zero vibration and derivative at 12 Hz, damping 0.05."""
+    damped = np.sqrt(1.0 - 0.05**2)
+    k = np.exp(-0.05 * np.pi / damped)
+    return np.arange(3) * 0.5 / (12.0 * damped), np.array([1.0, 2.0 * k, k * k]) / (1.0 + k) ** 2
+
+
+def shape(times, positions):
+    """The weighted sum of delayed copies, held at rest before and after; at the own times and 4 ms apart after them."""
+    delays, amplitudes = three_impulses()
+    tail = times[-1] + 0.004 * np.arange(1, np.ceil(delays[-1] / 0.004) + 1)
+    queries = np.concatenate([times, tail])
+    spline = CubicSpline(times, positions)
+    shaped = [np.zeros((len(queries), positions.shape[1])) for _ in range(3)]
+    for delay, amplitude in zip(delays, amplitudes):
+        delayed = queries - delay
+        shaped[0] += amplitude * spline(np.clip(delayed, times[0], times[-1]))
+        moving = slice(*np.searchsorted(delayed, [times[0], np.nextafter(times[-1], np.inf)]))
+        for order in (1, 2):
+            shaped[order][moving] += amplitude * spline(delayed[moving], order)
+    return tuple(shaped)
+
+
+JOBS = {"derivative": ("numpy", derivative), "linear": ("numpy", linear), "cubic": ("scipy", cubic), "shape": ("scipy", shape)}
 
 
 def recording(samples, joints):

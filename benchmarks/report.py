@@ -6,6 +6,7 @@ import statistics
 JOBS = {
     "cubic": "cubic resampling",
     "linear": "linear resampling",
+    "shape": "shaping by three impulses",
     "blend_scalar": "blend, scalar weight",
     "blend_rows": "blend, weight per row",
     "derivative": "three-point derivative",
@@ -24,6 +25,8 @@ PEERS = {
     ("linear", "eigen_checked"): "plain Eigen loop with the same checks",
     ("linear", "numpy"): "`numpy.interp` per joint",
     ("linear", "numpy_as_started"): "`numpy.interp` per joint, allocator as Python starts",
+    ("shape", "scipy"): "scipy `CubicSpline`, its evaluations and sums",
+    ("shape", "scipy_as_started"): "scipy `CubicSpline`, its evaluations and sums, allocator as Python starts",
     ("blend_scalar", "eigen"): "plain Eigen expression (rounds otherwise)",
     ("blend_scalar", "libm_fma"): "loop with libm `fma`",
     ("blend_rows", "eigen"): "plain Eigen loop",
@@ -35,6 +38,7 @@ PEERS = {
 }
 LIMITS = {
     ("cubic", "writing"): "writing three results",
+    ("shape", "evaluations"): "its spline and its three evaluations",
     ("blend_scalar", "sum"): "`a + b`",
     ("blend_scalar", "memcpy"): "`memcpy`",
     ("blend_rows", "sum"): "`a + b`",
@@ -48,12 +52,14 @@ LIMITS = {
 GOALS = {
     ("cubic", "dense"): {10: 5, 32: 10, 100: 30},
     ("cubic", "gsl"): {100: 12, 1_000: 13, 5_000: 12, 20_000: 10, 100_000: 5},
+    ("shape", "scipy"): {100: 15, 1_000: 15, 5_000: 15, 20_000: 15, 100_000: 15},
     ("linear", "eigen"): {10: 1.3, 32: 2, 100: 4, 1_000: 7, 5_000: 6.5, 20_000: 5, 100_000: 4},
     ("derivative", "eigen"): {100: 3, 1_000: 4, 5_000: 4, 20_000: 3, 100_000: 1.8},
     ("path_coordinate", "eigen"): {100: 1.8, 1_000: 1.9, 5_000: 1.9, 20_000: 1.9, 100_000: 1.8},
 }
 LIMIT_GOALS = {
     ("cubic", "writing"): {100: 4.5, 1_000: 4, 5_000: 2.5, 20_000: 1.4, 100_000: 1.5},
+    ("shape", "evaluations"): {100_000: 2},
 }
 
 

@@ -7,6 +7,7 @@
 
 #include "agreement.hpp"
 #include "recording.hpp"
+#include "shaping_sequence.hpp"
 #include "util/timing/three_point_derivative.hpp"
 #include "velmora/util/timing/resampling.hpp"
 
@@ -35,10 +36,12 @@ void PrintResults() {
   const Vector& time = r.trajectory.time;
   const Matrix& positions = r.trajectory.positions;
   const JointTrajectory cubic = Resample(r, ResamplingMethod::cubic);
-  fmt::print(R"({{"time": {}, "positions": {}, "derivative": {}, "linear": {}, "cubic": [{}, {}, {}]}})", Json(time),
-             Json(positions), Json(ThreePointSampleDerivative(positions, time)),
-             Json(Resample(r, ResamplingMethod::linear).positions), Json(cubic.positions), Json(cubic.velocities()),
-             Json(cubic.accelerations()));
+  const shaping::ShapedTrajectory shaped = shaping::JoinMoveAndTail(Shape(r));
+  fmt::print(
+      R"({{"time": {}, "positions": {}, "derivative": {}, "linear": {}, "cubic": [{}, {}, {}], "shape": [{}, {}, {}]}})",
+      Json(time), Json(positions), Json(ThreePointSampleDerivative(positions, time)),
+      Json(Resample(r, ResamplingMethod::linear).positions), Json(cubic.positions), Json(cubic.velocities()),
+      Json(cubic.accelerations()), Json(shaped.positions), Json(shaped.velocities), Json(shaped.accelerations));
 }
 
 }  // namespace velmora::benchmarks

@@ -18,9 +18,9 @@ PROGRAM = BUILD / "benchmarks/velmora_benchmarks"
 NUMPY_PEERS = ROOT / "benchmarks/numpy_peers.py"
 
 ROUND_S = 0.005
-RESAMPLING = ("linear", "cubic")
-JOBS = ("cubic", "linear", "blend_scalar", "blend_rows", "derivative", "first_difference", "path_coordinate")
-NUMPY_JOBS = ("cubic", "linear", "derivative")
+RESAMPLING = ("linear", "cubic", "shape")
+JOBS = ("cubic", "linear", "shape", "blend_scalar", "blend_rows", "derivative", "first_difference", "path_coordinate")
+NUMPY_JOBS = ("cubic", "linear", "shape", "derivative")
 SAMPLES = (10, 32, 100, 1_000, 5_000, 20_000, 100_000, 1_000_000)
 
 # The states of glibc's allocator. Warm: freed blocks of up to 32 MiB stay with the process, and results reuse their

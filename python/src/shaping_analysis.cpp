@@ -74,6 +74,13 @@ TypeError, ValueError
 Notes
 -----
 Linear in F and the number of impulses. Any number of threads may call it at once.
+
+Examples
+--------
+>>> from velmora import shaping
+>>> mode = shaping.VibrationMode(2.0, 0.0)
+>>> shaping.residual_over_frequency(shaping.zv(mode), mode, [1.8, 2.0, 2.2]).round(4).tolist()
+[0.1564, 0.0, 0.1564]
 )";
 
 constexpr const char* kOverDampingDocstring = R"(Return the residual vibration over damping, all at the frequency of a mode.
@@ -102,6 +109,13 @@ TypeError, ValueError
 Notes
 -----
 Linear in Z and the number of impulses. Any number of threads may call it at once.
+
+Examples
+--------
+>>> from velmora import shaping
+>>> mode = shaping.VibrationMode(2.0, 0.0)
+>>> shaping.residual_over_damping(shaping.zv(mode), mode, [0.0, 0.1]).round(4).tolist()
+[0.0, 0.135]
 )";
 
 constexpr const char* kBandDocstring = R"(The connected band of frequencies in which a sequence keeps a tolerated residual.
@@ -112,6 +126,12 @@ low_hz, high_hz : float
     Ends of the band in Hz.
 width : float
     ``(high_hz - low_hz) / f``, the insensitivity.
+
+Examples
+--------
+>>> from velmora import shaping
+>>> shaping.InsensitivityBand(4.0, 6.0, 0.4)
+InsensitivityBand(low_hz=4.0, high_hz=6.0, width=0.4)
 )";
 
 constexpr const char* kInsensitivityDocstring = R"(Return the connected band of frequencies around a mode in which the residual is at most the tolerance.

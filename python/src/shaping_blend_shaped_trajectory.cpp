@@ -49,6 +49,18 @@ TypeError, ValueError
 Notes
 -----
 Linear in the number of elements. Any number of threads may call it at once.
+
+Examples
+--------
+>>> import velmora as vm
+>>> from velmora import shaping
+>>> raw = vm.JointTrajectory([[0.0], [1.0], [2.0]], dt=1.0)
+>>> halves = shaping.ImpulseSequence([0.0, 0.5], [0.5, 0.5])
+>>> command = shaping.shape_trajectory(raw, halves, 1.0, method="linear")
+>>> shaping.blend_shaped_trajectory(raw, command, 0.5).move.positions
+array([[0.   ],
+       [0.875],
+       [1.875]])
 )";
 
 constexpr const char* kSequenceDocstring = R"(Return the sequence that a blend with a constant weight amounts to.
@@ -77,6 +89,12 @@ TypeError, ValueError
 Notes
 -----
 Any number of threads may call it at once.
+
+Examples
+--------
+>>> from velmora import shaping
+>>> shaping.blended_sequence(shaping.ImpulseSequence([0.0, 0.5], [0.5, 0.5]), 0.5)
+ImpulseSequence(times_s=array([0. , 0.5]), amplitudes=array([0.75, 0.25]))
 )";
 // clang-format on
 

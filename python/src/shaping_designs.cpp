@@ -15,8 +15,10 @@ namespace {
 using shaping::ImpulseSequence;
 using shaping::VibrationMode;
 
-// What the docstrings of all designs have in common: the text of one, its extra parameters and errors.
-std::string Docstring(const char* text, const char* parameters, const char* errors, const char* source) {
+// What the docstrings of all designs have in common: the text of one, its extra parameters and errors, and a call for a
+// mode of 2 Hz without damping, with the delays and amplitudes that it gives.
+std::string Docstring(const char* text, const char* parameters, const char* errors, const char* source,
+                      const char* call, const char* delays, const char* amplitudes) {
   return std::string(text) + R"(
 
 Parameters
@@ -42,6 +44,19 @@ Notes
 -----
 Any number of threads may call it at once. Source of the method:
 )" + source +
+         R"(
+
+Examples
+--------
+>>> from velmora import shaping
+>>> mode = shaping.VibrationMode(2.0, 0.0)
+>>> sequence = shaping.)" +
+         call + R"(
+>>> sequence.times_s.round(3).tolist()
+)" + delays +
+         R"(
+>>> sequence.amplitudes.round(3).tolist()
+)" + amplitudes +
          "\n";
 }
 
@@ -95,40 +110,45 @@ ImpulseSequence Specified(const VibrationMode& mode, nb::handle low_hz, nb::hand
 
 void RegisterDesigns(nb::module_& module) {
   AddDesign<&shaping::Zv>(module, "zv",
-                          Docstring("Zero vibration: two impulses half a damped period apart.", kNone, kNone, kSinger));
-  AddDesign<&shaping::Zvd>(
-      module, "zvd",
-      Docstring("Zero vibration and derivative: three impulses that last one damped period.", kNone, kNone, kSinger));
-  AddDesign<&shaping::Zvdd>(module, "zvdd",
-                            Docstring("Zero vibration and two derivatives: four impulses that last one and a half "
-                                      "damped periods.",
-                                      kNone, kNone, kSinger));
-  AddDesign<&shaping::Mzv>(
-      module, "mzv",
-      Docstring("Zero vibration by three impulses 3/8 of a damped period apart.", kNone, kNone, kSinger));
+                          Docstring("Zero vibration: two impulses half a damped period apart.", kNone, kNone, kSinger,
+                                    "zv(mode)", "[0.0, 0.25]", "[0.5, 0.5]"));
+  AddDesign<&shaping::Zvd>(module, "zvd",
+                           Docstring("Zero vibration and derivative: three impulses that last one damped period.",
+                                     kNone, kNone, kSinger, "zvd(mode)", "[0.0, 0.25, 0.5]", "[0.25, 0.5, 0.25]"));
+  AddDesign<&shaping::Zvdd>(
+      module, "zvdd",
+      Docstring("Zero vibration and two derivatives: four impulses that last one and a half "
+                "damped periods.",
+                kNone, kNone, kSinger, "zvdd(mode)", "[0.0, 0.25, 0.5, 0.75]", "[0.125, 0.375, 0.375, 0.125]"));
+  AddDesign<&shaping::Mzv>(module, "mzv",
+                           Docstring("Zero vibration by three impulses 3/8 of a damped period apart.", kNone, kNone,
+                                     kSinger, "mzv(mode)", "[0.0, 0.188, 0.375]", "[0.293, 0.414, 0.293]"));
   AddTolerantDesign<&shaping::Ei>(
       module, "ei",
       Docstring("Extra insensitive: the tolerance at the mode, where the residual is largest in between, and exactly "
                 "zero on both sides.",
-                kTolerance, kExtraErrors, kSinghose));
+                kTolerance, kExtraErrors, kSinghose, "ei(mode, 0.05)", "[0.0, 0.25, 0.5]", "[0.262, 0.475, 0.262]"));
   AddTolerantDesign<&shaping::TwoHumpEi>(
       module, "two_hump_ei",
       Docstring("Two-hump extra insensitive: zero at the mode and on both sides, the tolerance on the humps between.",
-                kTolerance, kExtraErrors, kHumps));
+                kTolerance, kExtraErrors, kHumps, "two_hump_ei(mode, 0.05)", "[0.0, 0.25, 0.5, 0.75]",
+                "[0.16, 0.34, 0.34, 0.16]"));
   AddTolerantDesign<&shaping::ThreeHumpEi>(
       module, "three_hump_ei",
       Docstring("Three-hump extra insensitive: the tolerance at the mode and on a hump on either side of it.",
-                kTolerance, kExtraErrors, kHumps));
+                kTolerance, kExtraErrors, kHumps, "three_hump_ei(mode, 0.05)", "[0.0, 0.25, 0.5, 0.75, 1.0]",
+                "[0.112, 0.238, 0.3, 0.238, 0.112]"));
   AddDesign<&shaping::UmZv>(
       module, "um_zv",
       Docstring("Unity-magnitude zero vibration: amplitudes 1, -1, 1. Shorter than `zv`, but a shaped command may "
                 "exceed\nthe raw one's velocities and accelerations up to 3 times.",
-                kNone, kUnityErrors, kNegative));
+                kNone, kUnityErrors, kNegative, "um_zv(mode)", "[0.0, 0.083, 0.167]", "[1.0, -1.0, 1.0]"));
   AddDesign<&shaping::UmZvd>(
       module, "um_zvd",
       Docstring("Unity-magnitude zero vibration and derivative: amplitudes 1, -1, 1, -1, 1. See `um_zv`; here up to 5 "
                 "times.",
-                kNone, kUnityErrors, kNegative));
+                kNone, kUnityErrors, kNegative, "um_zvd(mode)", "[0.0, 0.045, 0.183, 0.321, 0.366]",
+                "[1.0, -1.0, 1.0, -1.0, 1.0]"));
   module.def("specified_insensitivity", &Specified, nb::arg("mode"), nb::arg("low_hz").none(),
              nb::arg("high_hz").none(), nb::arg("tolerance").none(),
              nb::sig("def specified_insensitivity(mode: VibrationMode, low_hz: velmora._typing.Real, high_hz: "
@@ -141,7 +161,8 @@ void RegisterDesigns(nb::module_& module) {
                        "be finite and\n    positive.\"; \"mode.frequency_hz must lie between low_hz and high_hz.\"; "
                        "\"high_hz must not exceed 4 times low_hz.\"; "
                        "\"No sequence of this design was\n    found for this range and tolerance.\"\n",
-                       kRobust)
+                       kRobust, "specified_insensitivity(mode, 1.6, 2.4, 0.05)", "[0.0, 0.239, 0.262, 0.262, 0.501]",
+                       "[0.261, 0.239, 0.178, 0.061, 0.261]")
                  .c_str());
 }
 

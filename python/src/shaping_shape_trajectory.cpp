@@ -41,6 +41,16 @@ Notes
 -----
 Unchangeable, so that any number of threads may use it. It can be copied and pickled, and equals a command of the same
 bits.
+
+Examples
+--------
+>>> import velmora as vm
+>>> from velmora import shaping
+>>> raw = vm.JointTrajectory([[0.0], [1.0], [2.0]], dt=1.0)
+>>> halves = shaping.ImpulseSequence([0.0, 0.5], [0.5, 0.5])
+>>> command = shaping.shape_trajectory(raw, halves, 1.0, method="linear")
+>>> command.added_duration_s, command.lag_s, command.end_velocity
+(0.5, 0.25, array([1.]))
 )";
 
 constexpr const char* kShapeDocstring = R"(Return a trajectory shaped by impulse sequences.
@@ -119,6 +129,19 @@ TypeError
 Notes
 -----
 Any number of threads may call it at once.
+
+Examples
+--------
+>>> import velmora as vm
+>>> from velmora import shaping
+>>> raw = vm.JointTrajectory([[0.0], [1.0], [2.0]], dt=1.0)
+>>> halves = shaping.ImpulseSequence([0.0, 0.5], [0.5, 0.5])
+>>> command = shaping.shape_trajectory(raw, halves, 1.0, method="linear")
+>>> shaping.join_move_and_tail(command).positions
+array([[0.  ],
+       [0.75],
+       [1.75],
+       [2.  ]])
 )";
 
 constexpr const char* kDeviationDocstring = R"(Return how far a shaped command leaves the path of the raw one.
@@ -148,6 +171,18 @@ Notes
 -----
 Takes time in the samples of the command times those of the trajectory within the added duration. Any number of threads
 may call it at once.
+
+Examples
+--------
+>>> import velmora as vm
+>>> from velmora import shaping
+>>> corner = vm.JointTrajectory([[0.0, 0.0], [1.0, 0.0], [1.0, 1.0]], dt=1.0)
+>>> halves = shaping.ImpulseSequence([0.0, 0.5], [0.5, 0.5])
+>>> command = shaping.shape_trajectory(corner, halves, times_s=[1.25], method="linear")
+>>> command.move.positions
+array([[0.875, 0.125]])
+>>> shaping.path_deviation(corner, command)
+0.125
 )";
 // clang-format on
 

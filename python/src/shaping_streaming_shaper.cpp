@@ -29,6 +29,12 @@ Raises
 ------
 TypeError, ValueError
     For arguments that are no one-dimensional arrays of real numbers; the message names the argument.
+
+Examples
+--------
+>>> from velmora import shaping
+>>> shaping.JointSample([1.0], [0.0], [0.0])
+JointSample(position=array([1.]), velocity=array([0.]), acceleration=array([0.]))
 )";
 
 constexpr const char* kShaperDocstring = R"(Shapes a command as it comes, one sample at a time.
@@ -62,6 +68,18 @@ TypeError, ValueError
 Notes
 -----
 One shaper belongs to one thread.
+
+Examples
+--------
+>>> from velmora import shaping
+>>> halves = shaping.ImpulseSequence([0.0, 0.5], [0.5, 0.5])
+>>> shaper = shaping.StreamingShaper(halves, joints=1, sample_time_s=0.5)
+>>> for position in (0.0, 1.0):
+...     print(shaper.step(shaping.JointSample([position], [0.0], [0.0])).position)
+[0.]
+[0.5]
+>>> shaper.step_tail().position
+array([1.])
 )";
 
 constexpr const char* kStepDocstring = R"(Take the next sample of the command, and return the shaped one of the same time.

@@ -10,6 +10,7 @@ from typing import Any
 
 import pytest
 import velmora as vm
+from velmora import identify, shaping
 
 
 def documented() -> dict[str, Any]:
@@ -18,9 +19,16 @@ def documented() -> dict[str, Any]:
     return members
 
 
-@pytest.mark.parametrize("name", documented())
+def with_examples() -> dict[str, Any]:
+    """With the modules that are imported by name."""
+    return documented() | {
+        f"{module.__name__}.{name}": getattr(module, name) for module in (identify, shaping) for name in module.__all__
+    }
+
+
+@pytest.mark.parametrize("name", with_examples())
 def test_examples_run(name: str) -> None:
-    item = documented()[name]
+    item = with_examples()[name]
     if isinstance(item, enum.EnumMeta):
         return
     examples = doctest.DocTestParser().get_doctest(inspect.getdoc(item) or "", {}, name, None, None)

@@ -2,46 +2,12 @@
 """Modes found in simulated ring-downs and recordings: errors, intervals, refusals."""
 
 import doctest
-import itertools
 
 import numpy as np
 import pytest
 import velmora.identify
-from numpy.typing import NDArray
+from simulated_ring_downs import TWO_MODES, Array, Modes, errors_and_hits, ring_down
 from velmora.identify import Identification, IdentificationError, identify_modes
-
-Array = NDArray[np.float64]
-Modes = tuple[tuple[float, float, float], ...]
-
-TWO_MODES: Modes = ((5.0, 0.02, 1.0), (12.0, 0.05, 0.5))
-
-
-def ring_down(t: Array, modes: Modes, rng: np.random.Generator) -> Array:
-    """Damped sinusoids (frequency, damping, amplitude) at random phases, by a rotating phasor."""
-    total = np.zeros(t.size)
-    for frequency, damping, amplitude in modes:
-        w = 2.0 * np.pi * frequency
-        pole = w * (-damping + 1j * np.sqrt(1.0 - damping**2))
-        total += (amplitude * np.exp(1j * rng.uniform(0.0, 2.0 * np.pi)) * np.exp(pole * t)).real
-    return total
-
-
-def errors_and_hits(cases: int, noise: str, jitter: float = 0.0) -> tuple[Array, Array]:
-    """Absolute errors, and whether the interval holds the truth, of frequency, damping, amplitude of both modes."""
-    errors, hits = [], []
-    for seed in range(cases):
-        rng = np.random.default_rng(seed)
-        t = (np.arange(500) + rng.uniform(-jitter, jitter, 500)) / 250.0
-        clean = ring_down(t, TWO_MODES, rng)
-        size = 0.01 * np.sqrt(np.mean(clean**2)) if noise == "rms" else 0.1 * np.max(np.abs(clean))
-        found = identify_modes(t, rng.uniform(-1.0, 1.0) + clean + size * rng.standard_normal(500), start_s=-1.0)
-        assert len(found.modes) == 2, f"seed {seed}"
-        estimates = [(m.frequency_hz, m.damping_ratio, m.amplitude) for m in found.modes]
-        at_start = [(f, z, a * np.exp(-z * 2.0 * np.pi * f * t[0])) for f, z, a in TWO_MODES]
-        pairs = list(zip(itertools.chain(*estimates), itertools.chain(*at_start), strict=True))
-        errors.append([abs(estimate.value - truth) for estimate, truth in pairs])
-        hits.append([estimate.low <= truth <= estimate.high for estimate, truth in pairs])
-    return np.array(errors), np.array(hits)
 
 
 @pytest.mark.parametrize(
@@ -51,14 +17,16 @@ def errors_and_hits(cases: int, noise: str, jitter: float = 0.0) -> tuple[Array,
 def test_95_percent_of_the_errors_stay_below_the_documented_ones(
     noise: str, bounds: tuple[float, float, float, float]
 ) -> None:
-    errors, hits = errors_and_hits(200, noise)
+    errors, hits = errors_and_hits(range(200), noise)
     assert np.all(np.quantile(errors[:, [0, 1, 3, 4]], 0.95, axis=0) < bounds)
-    # 1,200 intervals of six quantities; 0.93 is three standard deviations below 0.95.
+    # 1,200 intervals, 200 of each quantity: three standard deviations below 0.95, or a good one more. More cases
+    # (simulated_ring_downs.py) hold each quantity to 0.93.
     assert hits.mean() >= 0.93
+    assert hits.mean(axis=0).min() >= 0.9
 
 
 def test_uneven_stamps_cost_no_accuracy() -> None:
-    errors, hits = errors_and_hits(60, "rms", jitter=0.4)
+    errors, hits = errors_and_hits(range(60), "rms", jitter=0.4)
     assert np.all(np.quantile(errors[:, [0, 1, 3, 4]], 0.95, axis=0) < (0.001, 0.0001, 0.01, 0.00075))
     assert hits.mean() >= 0.9
 

@@ -95,6 +95,15 @@ def derivatives(times_s: Array, poles: Poles, columns: Array, coefficients: Arra
     return np.array(by_decay + by_omega + by_creep)
 
 
+def projected_slopes(times_s: Array, weights: Array, at: Fit) -> Array:
+    """Weighted derivatives of the model by each pole parameter, the amplitudes following: (parameters, N, J)."""
+    columns = basis(times_s, at.poles)
+    orthogonal = np.linalg.qr(columns)[0]
+    slopes: Array = derivatives(times_s, at.poles, columns, at.coefficients) * weights
+    slopes -= np.einsum("ni,pij->pnj", orthogonal, np.einsum("ni,pnj->pij", orthogonal, slopes))
+    return slopes
+
+
 def fit(times_s: Array, values: Array, weights: Array, start: Poles, max_omega: float, tolerance: float) -> Fit:
     """Poles and amplitudes of least weighted squares, from the poles `start`.
 
@@ -106,19 +115,14 @@ def fit(times_s: Array, values: Array, weights: Array, start: Poles, max_omega: 
         return project(times_s, values, weights, start)
     span = float(times_s[-1])
     n = start.decays.size
-    low, high = _bounds(start, span, max_omega)
+    low, high = bounds(start, span, max_omega)
 
     def residuals(parameters: Array) -> Array:
         return (project(times_s, values, weights, start.replaced(parameters)).residuals * weights).ravel()
 
     def jacobian(parameters: Array) -> Array:
-        poles = start.replaced(parameters)
-        columns = basis(times_s, poles)
-        orthogonal = np.linalg.qr(columns)[0]
-        coefficients: Array = np.linalg.lstsq(columns, values, rcond=None)[0].astype(np.float64)
-        slopes = derivatives(times_s, poles, columns, coefficients) * weights
-        slopes -= np.einsum("ni,pij->pnj", orthogonal, np.einsum("ni,pnj->pij", orthogonal, slopes))
-        return -slopes.reshape(parameters.size, -1).T
+        at = project(times_s, values, weights, start.replaced(parameters))
+        return -projected_slopes(times_s, weights, at).reshape(parameters.size, -1).T
 
     scale = np.full(start.parameters.size, 1.0 / span)
     inside = np.clip(start.parameters, low + 1e-9 * (high - low), high - 1e-9 * (high - low))
@@ -139,7 +143,7 @@ def fit(times_s: Array, values: Array, weights: Array, start: Poles, max_omega: 
     return project(times_s, values, weights, ordered)
 
 
-def _bounds(poles: Poles, span: float, max_omega: float) -> tuple[Array, Array]:
+def bounds(poles: Poles, span: float, max_omega: float) -> tuple[Array, Array]:
     """Growth by e over the whole time at most, so that no damping is no edge; decay within a sample or so."""
     n, creeps = poles.decays.size, poles.creeps.size
     low = np.concatenate([np.full(n, -1.0 / span), np.full(n, 0.1 / span), np.full(creeps, 0.05 / span)])

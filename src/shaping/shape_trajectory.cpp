@@ -63,12 +63,12 @@ void AddCopy(double amplitude, const Matrix& copy, const Matrix& first, Matrix& 
   for (Index k = 0; k < sum.size(); ++k) result[k] += amplitude * (to[k] - from[k]);
 }
 
-// The shaped samples at these times, from column `column` on of the result.
-void ShapeColumns(const CommandAtTimes& command, const ImpulseSequence& sequence, double delay_s, const Vector& times_s,
-                  Index column, CommandRows& shaped) {
-  for (Index begin = 0; begin < times_s.size(); begin += kSamplesAtOnce) {
-    const Index count = std::min(kSamplesAtOnce, times_s.size() - begin);
-    const Vector delayed_s = times_s.segment(begin, count).array() - delay_s;
+// Fills the columns of the command from `column` on, at the times of `shaped`.
+void ShapeColumns(const CommandAtTimes& command, const ImpulseSequence& sequence, double delay_s, Index column,
+                  ShapedTrajectory& shaped) {
+  for (Index begin = 0; begin < shaped.time.size(); begin += kSamplesAtOnce) {
+    const Index count = std::min(kSamplesAtOnce, shaped.time.size() - begin);
+    const Vector delayed_s = shaped.time.segment(begin, count).array() - delay_s;
     const CommandRows first = command.At(delayed_s);
     CommandRows sum = first;
     for (Index i = 1; i < sequence.times_s.size(); ++i) {
@@ -96,40 +96,44 @@ JointTrajectory OneJoint(const JointTrajectory& trajectory, Index joint, Resampl
                          trajectory.time, std::nullopt, std::nullopt);
 }
 
-CommandRows ShapeAll(const JointTrajectory& trajectory, const std::vector<ImpulseSequence>& sequences,
-                     const Alignment& alignment, const Vector& times_s, ResamplingMethod method) {
-  const Index joints = trajectory.positions.cols();
-  CommandRows shaped{Matrix(times_s.size(), joints), Matrix(times_s.size(), joints), Matrix(times_s.size(), joints)};
-  if (sequences.size() == 1) {
-    ShapeColumns(CommandAtTimes(trajectory, method), sequences.front(), 0.0, times_s, 0, shaped);
-    return shaped;
-  }
-  for (Index joint = 0; joint < joints; ++joint) {
+// Room for the samples at these times, to be filled.
+ShapedTrajectory PartAt(const Vector& times_s, Index joints) {
+  const Index samples = times_s.size();
+  return {Matrix(samples, joints), Matrix(samples, joints), Matrix(samples, joints), times_s};
+}
+
+void ShapeEachJoint(const JointTrajectory& trajectory, const std::vector<ImpulseSequence>& sequences,
+                    const Alignment& alignment, ResamplingMethod method, ShapedTrajectory& move,
+                    ShapedTrajectory& tail) {
+  for (Index joint = 0; joint < trajectory.positions.cols(); ++joint) {
     const std::size_t k = static_cast<std::size_t>(joint);
     const JointTrajectory one = OneJoint(trajectory, joint, method);
-    ShapeColumns(CommandAtTimes(one, method), sequences[k], alignment.delays_s[k], times_s, joint, shaped);
+    const CommandAtTimes raw(one, method);
+    for (ShapedTrajectory* part : {&move, &tail}) {
+      ShapeColumns(raw, sequences[k], alignment.delays_s[k], joint, *part);
+    }
   }
-  return shaped;
 }
 
 ShapedCommand Shape(const JointTrajectory& trajectory, const std::vector<ImpulseSequence>& sequences,
                     const Vector& times_s, Index move_samples, const Alignment& alignment, ResamplingMethod method) {
-  const CommandRows shaped = ShapeAll(trajectory, sequences, alignment, times_s, method);
-  const Index last = trajectory.time.size() - 1;
+  const Index joints = trajectory.positions.cols();
   const CommandAtTimes raw(trajectory, method);
+  ShapedTrajectory move = PartAt(times_s.head(move_samples), joints);
+  ShapedTrajectory tail = PartAt(times_s.tail(times_s.size() - move_samples), joints);
+  if (sequences.size() == 1) {
+    for (ShapedTrajectory* part : {&move, &tail}) ShapeColumns(raw, sequences.front(), 0.0, 0, *part);
+  } else {
+    ShapeEachJoint(trajectory, sequences, alignment, method, move, tail);
+  }
+  const Index last = trajectory.time.size() - 1;
   Vector both_ends_s(last == 0 ? 1 : 2);
   both_ends_s[0] = trajectory.time[0];
   both_ends_s[both_ends_s.size() - 1] = trajectory.time[last];
   const CommandRows ends = raw.At(both_ends_s);
   const Index end = both_ends_s.size() - 1;
-  return {RowsOf(shaped, times_s, 0, move_samples),
-          RowsOf(shaped, times_s, move_samples, times_s.size() - move_samples),
-          alignment.added_duration_s,
-          alignment.lag_s,
-          ends.velocities.row(0),
-          ends.accelerations.row(0),
-          ends.velocities.row(end),
-          ends.accelerations.row(end)};
+  return {std::move(move),        std::move(tail),           alignment.added_duration_s, alignment.lag_s,
+          ends.velocities.row(0), ends.accelerations.row(0), ends.velocities.row(end),   ends.accelerations.row(end)};
 }
 
 Index TailSamples(double added_duration_s, double sample_time_s) {

@@ -1,17 +1,11 @@
-// The two parts of a shaped command: cut out, and checked.
+// The check of the two parts of a shaped command.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "internal/throw_invalid_argument.hpp"
-#include "shaping/command_at_times.hpp"
 #include "velmora/shaping/shape_trajectory.hpp"
 
 namespace velmora::shaping {
-
-inline ShapedTrajectory RowsOf(const CommandRows& rows, const Vector& times_s, Eigen::Index first, Eigen::Index count) {
-  return {rows.positions.middleRows(first, count), rows.velocities.middleRows(first, count),
-          rows.accelerations.middleRows(first, count), times_s.segment(first, count)};
-}
 
 inline bool HasShape(const ShapedTrajectory& part, Eigen::Index joints) {
   const auto fits = [&](const Matrix& values) { return values.rows() == part.time.size() && values.cols() == joints; };
