@@ -3,6 +3,7 @@
 #pragma once
 
 #include "internal/throw_invalid_argument.hpp"
+#include "shaping/command_at_times.hpp"
 #include "velmora/shaping/shape_trajectory.hpp"
 
 namespace velmora::shaping {

@@ -115,7 +115,7 @@ def test_shaping_keeps_the_promise_of_its_report(here: Path, capsys: pytest.Capt
         capsys,
         *("shape", "move.csv", "--mode", "5:0.02", "--shaper", "zvd", "--weight", "0.7"),
         *("-o", "calm7.csv", "--limits", "limits.yaml", "--period", "0.01"),
-    )
+    )["files"][0]["recordings"][0]
     assert report["added_s"] == pytest.approx(0.2, rel=1e-3)
     assert 0.0 < report["lag_s"] < 0.1
     (mode,) = report["modes"]
@@ -135,6 +135,38 @@ def test_shaping_keeps_the_promise_of_its_report(here: Path, capsys: pytest.Capt
     drive("calm7.csv", "after7.csv")
     verified = as_json(capsys, "verify", "before.csv", "after7.csv", "--mode", "5:0.02", "--weight", "0.7")
     assert verified["modes"][0]["left"]["value"] == pytest.approx(mode["predicted"], abs=0.01)
+
+
+def test_many_moves_are_shaped_alike(here: Path, tmp_path: Path, capsys: pytest.CaptureFixture[str]) -> None:
+    for name in ("one.csv", "two.csv"):
+        (tmp_path / name).write_bytes((here / "move.csv").read_bytes())
+    (tmp_path / "short.csv").write_text("time,a\n0,0\n0.004,1\n", encoding="utf-8")
+    arguments = ["--mode", "5:0.02", "--output-dir", str(tmp_path / "calm"), "--jobs", "1"]
+    report = as_json(capsys, "shape", str(tmp_path), *arguments, code=1)
+    errors = {Path(entry["source"]).name: entry["error"] for entry in report["files"]}
+    assert errors["short.csv"].endswith("short.csv: 2 samples; at least 4 of a move were expected")
+    assert run(["shape", str(here / "move.csv"), "--mode", "5:0.02", "-o", str(tmp_path / "alone.csv")]) == 0
+    alone = (tmp_path / "alone.csv").read_bytes()
+    assert [(tmp_path / "calm" / name).read_bytes() == alone for name in ("one.csv", "two.csv")] == [True, True]
+    capsys.readouterr()
+    assert run(["shape", str(tmp_path / "one.csv"), str(tmp_path / "two.csv"), *arguments, "--plot", "left.png"]) == 2
+    assert "--plot, --report: of one move; one FILE was expected" in capsys.readouterr().err
+
+
+def test_a_weight_may_rise_within_a_transition(here: Path, capsys: pytest.CaptureFixture[str]) -> None:
+    arguments = ("shape", "move.csv", "--mode", "5:0.02", "--weight", "0.8", "--transition", "0.3", "-o", "rising.csv")
+    (report,) = as_json(capsys, *arguments, "--force")["files"][0]["recordings"]
+    assert report["shaper"]["transition_s"] == 0.3
+    raw = np.loadtxt("move.csv", delimiter=",", skiprows=1)
+    rising = np.genfromtxt("rising.csv", delimiter=",", skip_header=1)[: len(raw)]
+    assert run(["shape", "move.csv", "--mode", "5:0.02", "-o", "whole.csv", "--force"]) == 0
+    whole = np.genfromtxt("whole.csv", delimiter=",", skip_header=1)[: len(raw)]
+    u = np.clip((raw[:, 0] - raw[0, 0]) / 0.3, 0.0, 1.0)
+    weights = 0.8 * u**3 * (10.0 + u * (-15.0 + 6.0 * u))
+    expected = raw[:, 1:4] + weights[:, None] * (whole[:, 1:4] - raw[:, 1:4])
+    np.testing.assert_allclose(rising[:, 1:4], expected, atol=1e-9)
+    assert run([*arguments, "--force"]) == 0
+    assert "zvd, weight 0.8 within 0.3 s: " in capsys.readouterr().err
 
 
 def test_verify_tells_a_shaper_that_was_not_used(here: Path, capsys: pytest.CaptureFixture[str]) -> None:

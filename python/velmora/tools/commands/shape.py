@@ -3,27 +3,41 @@
 
 from __future__ import annotations
 
+from dataclasses import dataclass
 from typing import TYPE_CHECKING, Any
 
 import click
 import numpy as np
 
-from velmora.tools import formats, output
-from velmora.tools.batch.tasks import JsonObject
+from velmora.tools import formats
+from velmora.tools.batch.names import of_recording
+from velmora.tools.batch.tasks import JsonObject, Stage, Task
 from velmora.tools.commands import common, reading
 from velmora.tools.commands import vibration_options as shared
+from velmora.tools.commands.resample import group_of
 from velmora.tools.errors import DataError, UsageError
-from velmora.tools.operations.limits import JointLimits, for_joints, load
-from velmora.tools.options import WriteOptions
+from velmora.tools.operations.checked import CheckOptions, checked
+from velmora.tools.operations.limits import JointLimits, LimitsFile, for_joints, load
+from velmora.tools.options import ReadOptions, WriteOptions
 from velmora.tools.text import table
 
 if TYPE_CHECKING:
     from matplotlib.figure import Figure
 
-    from velmora.tools.operations.shape_move import Left, Shaped
+    from velmora.tools.operations.shape_move import Left, Shaped, ShapeOptions
     from velmora.tools.recording import Recording
 
 LEVELS = {"velocities": "velocity", "accelerations": "acceleration", "jerks": "jerk"}
+
+
+@dataclass(frozen=True)
+class ShapeWork:
+    """All that shaping one file needs to know."""
+
+    read: ReadOptions
+    check: CheckOptions
+    shape: ShapeOptions
+    limits: LimitsFile | None
 
 
 @click.command(
@@ -32,9 +46,10 @@ Examples:
   velmora shape move.csv --mode 5:0.02 --shaper zvd -o calm.csv
   velmora shape move.csv --mode 5:0.02 --mode 12:0.05 --shaper ei --weight 0.7 -o calm.csv --plot left.png
   velmora shape move.csv --measured ringdown.csv --limits joint_limits.yaml --period 0.004 -o calm.csv
+  velmora shape moves/ --measured ringdown.csv --transition 0.2 --output-dir calm
 """
 )
-@click.argument("file", metavar="FILE")
+@common.files_argument
 @shared.mode_options
 @click.option("--shaper", type=click.Choice(shared.SHAPERS), default="zvd", show_default=True, help="Which shaper.")
 @click.option(
@@ -43,6 +58,12 @@ Examples:
     default=1.0,
     show_default=True,
     help="Share of the shaped move, 0 to 1.",
+)
+@click.option(
+    "--transition",
+    type=click.FloatRange(0.0),
+    metavar="S",
+    help="Let the weight rise from 0 within so many seconds; it is there from the start otherwise.",
 )
 @click.option(
     "--method",
@@ -58,11 +79,12 @@ Examples:
     metavar="S",
     help="Period of the controller, to tell what rounding the delays to it costs; the step of the file otherwise.",
 )
-@click.option("--output", "-o", metavar="NAME", required=True, help="The shaped move; '-' is standard output.")
-@shared.picture_options
+@common.output_options
+@shared.report_options
 @common.json_option
 @reading.reading_options
 @reading.mending_options
+@common.many_options
 @click.pass_context
 def command(ctx: click.Context, /, **values: Any) -> int:
     """Shape a move for the modes of a machine; one sequence for all joints, so straight lines stay straight.
@@ -70,72 +92,104 @@ def command(ctx: click.Context, /, **values: Any) -> int:
     Says what it costs (time, lag, path) and what it leaves: predicted, at its worst over the range of each mode, and
     with the delays rounded to the controller's period.
     """
-    from velmora.tools.operations.shape_move import ShapeOptions, shape
+    from velmora.tools.operations.shape_move import ShapeOptions
 
-    if values["as_json"] and values["output"] == "-":
-        raise UsageError("--json -o -: both go to standard output; one of them was expected")
-    shared.refuse_outputs(values, values["output"])
-    known = shared.known_modes(values)
-    recording = shared.read_one(values["file"], values)
+    drawn = values["plot"] is not None or values["report"] is not None
+    if drawn and len(values["files"]) > 1:
+        raise UsageError("--plot, --report: of one move; one FILE was expected")
+    shared.refuse_outputs(values)
+    options = ShapeWork(
+        reading.read_options(values),
+        reading.check_options(values),
+        ShapeOptions(
+            shared.known_modes(values),
+            values["shaper"],
+            values["weight"],
+            values["period"],
+            values["method"],
+            values["transition"],
+        ),
+        None if values["limits"] is None else load(values["limits"]),
+    )
+    result = common.run_output(ctx, work, options, values, None)
+    reports = [report for outcome in result.outcomes for report in outcome.reports]
+    if values["as_json"]:
+        common.print_json(ctx, result)
+    elif len(result.outcomes) == 1:
+        for report in reports:
+            for line in _lines(report):
+                common.warn(line)
+    if drawn and len(reports) == 1:
+        # Once more, since pictures want more than a report for machines holds.
+        fit = shared.read_one(values["files"][0], values)
+        done = _shaped(fit, options.shape)
+        if values["plot"] is not None:
+            shared.write_picture(_figure(done, reports[0]), values["plot"], values["force"])
+        if values["report"] is not None:
+            _write_report(ctx, fit, done, reports[0], values)
+    return result.exit_code
+
+
+def work(task: Task, stage: Stage) -> tuple[list[JsonObject], list[str]]:
+    """Shape the moves of one file."""
+    options: ShapeWork = task.options
+    assert task.target is not None
+    reports: list[JsonObject] = []
+    warnings: list[str] = []
+    recordings = reading.read_recordings(task, stage, options.read)
+    for recording in recordings:
+        fit = checked(recording, options.check)
+        done = _shaped(fit, options.shape)
+        limits = None if options.limits is None else for_joints(options.limits, fit.source, fit.joints)
+        target = of_recording(task.target, group_of(recording), len(recordings) > 1, None)
+        warnings += done.warnings
+        warnings += formats.write(
+            stage.place(target), done.recording, WriteOptions(columns=("positions", "velocities", "accelerations"))
+        )
+        reports.append(_object(fit, done, limits, options.shape, target))
+    return reports, warnings
+
+
+def _shaped(recording: Recording, options: ShapeOptions) -> Shaped:
+    from velmora.tools.operations.shape_move import shape
+
     if recording.positions.shape[0] < 4:
         raise DataError(
             f"{recording.source}: {recording.positions.shape[0]} samples; at least 4 of a move were expected"
         )
-    limits = None
-    if values["limits"] is not None:
-        limits = for_joints(load(values["limits"]), recording.source, recording.joints)
     try:
-        done = shape(
-            recording, ShapeOptions(known, values["shaper"], values["weight"], values["period"], values["method"])
-        )
+        return shape(recording, options)
     except ValueError as error:
         raise DataError(f"{recording.source}: {error}") from error
-    options = WriteOptions(columns=("positions", "velocities", "accelerations"))
-    with output.written(values["output"], force=values["force"]) as place:
-        warnings = formats.write(place, done.recording, options)
-    for warning in (*done.warnings, *warnings):
-        common.warn(f"warning: {warning}")
-    if values["as_json"]:
-        shared.print_json(ctx, _object(recording, done, limits, values))
-    else:
-        for line in _lines(recording, done, limits, values):
-            common.warn(line)
-    if values["plot"] is not None:
-        shared.write_picture(_figure(done, values), values["plot"], values["force"])
-    if values["report"] is not None:
-        _write_report(ctx, recording, done, limits, values)
-    return 0
-
-
-def _peak_rows(recording: Recording, done: Shaped, limits: JointLimits | None) -> list[list[str]]:
-    rows = []
-    for level, name in LEVELS.items():
-        for j, joint in enumerate(recording.joints):
-            before = abs(float(done.peaks_before[level].values[j]))
-            after = abs(float(done.peaks_after[level].values[j]))
-            bound = None if limits is None else limits.bounds[j].get(name)
-            limit = "-" if bound is None else f"{max(-bound.lower, bound.upper):.4g}"
-            verdict = "" if bound is None else ("over" if after > max(-bound.lower, bound.upper) * 1.000001 else "ok")
-            rows.append([f"{name} {joint}", f"{before:.4g}", f"{after:.4g}", limit, verdict])
-    return rows
 
 
 PEAK_HEAD = ("peak", "before", "after", "limit", "")
 LEFT_HEAD = ("mode", "swing before", "after", "left", "predicted", "worst in range", "delays rounded")
 
 
-def _left_rows(done: Shaped) -> list[list[str]]:
+def _peak_rows(report: JsonObject) -> list[list[str]]:
+    rows = []
+    for peak in report["peaks"]:
+        before, after, bound = abs(peak["before"]), abs(peak["after"]), peak["limit"]
+        limit = None if bound is None else max(-bound["lower"], bound["upper"])
+        verdict = "" if limit is None else ("over" if after > limit * 1.000001 else "ok")
+        name = f"{peak['quantity']} {peak['joint']}"
+        rows.append([name, f"{before:.4g}", f"{after:.4g}", "-" if limit is None else f"{limit:.4g}", verdict])
+    return rows
+
+
+def _left_rows(report: JsonObject) -> list[list[str]]:
     return [
         [
-            left.known.text(),
-            f"{left.raw:.3g}",
-            f"{left.shaped:.3g}",
-            _percent(left.shaped / left.raw if left.raw > 0.0 else 0.0),
-            _percent(left.predicted),
-            _percent(left.worst),
-            _percent(short),
+            f"{mode['frequency_hz']:.5g} Hz, damping {mode['damping_ratio']:.3g}",
+            f"{mode['swing_before']:.3g}",
+            f"{mode['swing_after']:.3g}",
+            _percent(mode["swing_after"] / mode["swing_before"] if mode["swing_before"] > 0.0 else 0.0),
+            _percent(mode["predicted"]),
+            _percent(mode["worst_in_range"]),
+            _percent(mode["delays_rounded"]),
         ]
-        for left, short in zip(done.left, done.rounded, strict=True)
+        for mode in report["modes"]
     ]
 
 
@@ -143,21 +197,34 @@ def _percent(share: float) -> str:
     return f"{100.0 * share:.3g} %" if share > 1e-6 else "0 %"
 
 
-def _lines(recording: Recording, done: Shaped, limits: JointLimits | None, values: dict[str, Any]) -> list[str]:
+def _lines(report: JsonObject) -> list[str]:
+    shaper = report["shaper"]
     lines = [
-        f"{recording.source} -> {values['output']}",
-        f"  {values['shaper']}, weight {values['weight']:g}: {1e3 * done.added_s:.4g} ms longer, "
-        f"{1e3 * done.lag_s:.4g} ms of lag, {done.path_deviation:.3g} off the path",
-        *table(LEFT_HEAD, _left_rows(done)),
-        f"  (delays rounded to {1e3 * done.period_s:.4g} ms)",
-        *table(PEAK_HEAD, _peak_rows(recording, done, limits)),
+        f"{report['source']} -> {'standard output' if report['output'] == '-' else report['output']}",
+        f"  {_how(report)}: {1e3 * report['added_s']:.4g} ms longer, {1e3 * report['lag_s']:.4g} ms of lag, "
+        f"{report['path_deviation']:.3g} off the path",
+        *table(LEFT_HEAD, _left_rows(report)),
+        f"  (delays rounded to {1e3 * report['period_s']:.4g} ms)",
+        *table(PEAK_HEAD, _peak_rows(report)),
     ]
-    if values["shaper"].startswith("um_"):
+    if shaper["transition_s"]:
+        lines.append(
+            "  predicted is what the full weight leaves; a vibration from before the transition's end is not in it"
+        )
+    if shaper["name"].startswith("um_"):
         lines.append("  negative impulses: velocities and accelerations may exceed those of the move")
     return lines
 
 
-def _object(recording: Recording, done: Shaped, limits: JointLimits | None, values: dict[str, Any]) -> JsonObject:
+def _how(report: JsonObject) -> str:
+    shaper = report["shaper"]
+    rising = f" within {shaper['transition_s']:g} s" if shaper["transition_s"] else ""
+    return f"{shaper['name']}, weight {shaper['weight']:g}{rising}"
+
+
+def _object(
+    recording: Recording, done: Shaped, limits: JointLimits | None, options: ShapeOptions, target: str
+) -> JsonObject:
     def left(one: Left, short: float) -> JsonObject:
         return {
             "swing_before": one.raw,
@@ -179,10 +246,11 @@ def _object(recording: Recording, done: Shaped, limits: JointLimits | None, valu
 
     return {
         "source": recording.source,
-        "output": values["output"],
+        "output": target,
         "shaper": {
-            "name": values["shaper"],
-            "weight": values["weight"],
+            "name": options.shaper,
+            "weight": options.weight,
+            "transition_s": options.transition_s,
             "times_s": done.sequence.times_s.tolist(),
             "amplitudes": done.sequence.amplitudes.tolist(),
         },
@@ -201,7 +269,7 @@ def _object(recording: Recording, done: Shaped, limits: JointLimits | None, valu
     }
 
 
-def _figure(done: Shaped, values: dict[str, Any]) -> Figure:
+def _figure(done: Shaped, report: JsonObject) -> Figure:
     from velmora.tools.operations.vibration import sensitivity
     from velmora.tools.report.vibration_pictures import Band, Line, draw_left
 
@@ -214,28 +282,28 @@ def _figure(done: Shaped, values: dict[str, Any]) -> Figure:
     frequencies, (left,) = sensitivity([done.sequence], tuple(modes))
     curves = [
         Line("raw move", frequencies, np.ones(frequencies.size)),
-        Line(f"{values['shaper']}, weight {values['weight']:g}", frequencies, left, True),
+        Line(_how(report), frequencies, left, True),
     ]
-    title = f"What is left after {values['file']}, shaped by {values['shaper']} with weight {values['weight']:g}"
+    title = f"What is left after {report['source']}, shaped by {_how(report)}"
     return draw_left(swings, curves, bands, 0.05, title)
 
 
 def _write_report(
-    ctx: click.Context, recording: Recording, done: Shaped, limits: JointLimits | None, values: dict[str, Any]
+    ctx: click.Context, recording: Recording, done: Shaped, report: JsonObject, values: dict[str, Any]
 ) -> None:
     from velmora.tools.report.data import Section, Table
     from velmora.tools.report.vibration_pictures import png
 
     left = Section(
         "What is left of the vibration",
-        _lines(recording, done, limits, values)[1].strip(),
-        table=Table(LEFT_HEAD, tuple(tuple(row) for row in _left_rows(done))),
-        picture=png(_figure(done, values)),
+        _lines(report)[1].strip(),
+        table=Table(LEFT_HEAD, tuple(tuple(row) for row in _left_rows(report))),
+        picture=png(_figure(done, report)),
         picture_description="Swing of every mode after the raw and the shaped move, and what is left over frequency",
     )
     peaks = Section(
         "Peaks before and after",
-        table=Table(PEAK_HEAD, tuple(tuple(row) for row in _peak_rows(recording, done, limits))),
+        table=Table(PEAK_HEAD, tuple(tuple(row) for row in _peak_rows(report))),
     )
     data = shared.report_data(ctx, recording, done.raw, done.trajectory, sections=(left, peaks), notes=done.warnings)
     shared.write_report(data, values["report"], values["force"])

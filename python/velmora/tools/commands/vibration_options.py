@@ -47,8 +47,8 @@ _MODES = (
 _PICTURES = (
     click.option("--plot", type=click.Path(), metavar="FILE", help="Picture, as .png, .svg or .pdf."),
     click.option("--report", type=click.Path(), metavar="FILE", help="Report for a browser, one HTML file."),
-    click.option("--force", is_flag=True, help="Replace outputs that exist."),
 )
+_FORCE = (click.option("--force", is_flag=True, help="Replace outputs that exist."),)
 
 
 def mode_options(function: Function) -> Function:
@@ -57,7 +57,12 @@ def mode_options(function: Function) -> Function:
 
 
 def picture_options(function: Function) -> Function:
-    """Add the options of a picture and a report."""
+    """Add the options of a picture and a report, and to replace them."""
+    return _with(function, _PICTURES + _FORCE)
+
+
+def report_options(function: Function) -> Function:
+    """Add the options of a picture and a report to a command that has other outputs."""
     return _with(function, _PICTURES)
 
 

@@ -32,6 +32,7 @@ class ShapeOptions:
     weight: float = 1.0
     period_s: float | None = None
     method: str = "cubic"
+    transition_s: float | None = None  # the weight rises from 0 so long
 
 
 @dataclass(frozen=True)
@@ -80,7 +81,7 @@ def shape(recording: Recording, options: ShapeOptions) -> Shaped:
     period = float(np.median(np.diff(raw.time))) if options.period_s is None else options.period_s
     tail_step = float(np.median(np.diff(raw.time)))
     shaped = shaping.shape_trajectory(raw, sequence, sample_time_s=tail_step, method=options.method)
-    blended = shaping.blend_shaped_trajectory(raw, shaped, options.weight)
+    blended = shaping.blend_shaped_trajectory(raw, shaped, options.weight, options.transition_s)
     whole = shaping.join_move_and_tail(blended)
     trajectory = vm.JointTrajectory(
         whole.positions, velocities=whole.velocities, accelerations=whole.accelerations, time=whole.time
