@@ -22,8 +22,9 @@ JointTrajectory Resample(const Recording& r, double grid_spacing_s) {
 
 // What no resampling can do without: three arrays of the size of the results, allocated and written.
 SplineSamples WriteResults(const Recording& r) {
-  const auto array = [&] { return Matrix::Constant(r.grid_entries, r.trajectory.positions.cols(), 0.5); };
-  return {array(), array(), array()};
+  SplineSamples results(r.grid_entries, r.trajectory.positions.cols());
+  for (Matrix* result : {&results.positions, &results.velocities, &results.accelerations}) result->setConstant(0.5);
+  return results;
 }
 
 void AddPeer(const std::string& contender, Eigen::Index largest, peers::SplineResampling resample) {

@@ -244,7 +244,7 @@ def test_missing_and_unknown_arguments_are_a_type_error() -> None:
 
 def test_kinds_are_refused_before_content_is_judged() -> None:
     with pytest.raises(TypeError, match=r"^dt must be a real number"):
-        vm.JointTrajectory([[np.nan]], dt="soon")  # type: ignore[arg-type]
+        vm.JointTrajectory([[np.nan]], dt="soon")  # type: ignore[arg-type]  # refused
 
 
 def test_content_keeps_the_sentence_of_the_library() -> None:

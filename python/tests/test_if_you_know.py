@@ -14,7 +14,7 @@ TRAJECTORY = vm.JointTrajectory(P, time=T)
 
 
 def close(one: object, other: object) -> None:
-    np.testing.assert_allclose(one, other, rtol=1e-12, atol=1e-12)  # type: ignore[arg-type]
+    np.testing.assert_allclose(one, other, rtol=1e-12, atol=1e-12)  # type: ignore[arg-type]  # results of several kinds
 
 
 @pytest.mark.parametrize("samples", [2, 3, 4, 5])

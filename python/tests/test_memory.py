@@ -30,7 +30,7 @@ def results() -> dict[str, Callable[[], Any]]:
     box = vm.JointStateBox([0.0], [1.0])
     tail = vm.ShapedTrajectory(raw, raw, raw, np.arange(5.0))
     return {
-        **{name: lambda name=name: getattr(make(), name) for name in NAMES},  # type: ignore[misc]
+        **{name: lambda name=name: getattr(make(), name) for name in NAMES},  # type: ignore[misc]  # no type for a default of a lambda
         "resample": lambda: trajectory.resample(0.003).velocities,
         "sample": lambda: trajectory.sample([0.1, 0.2]).accelerations,
         "difference": lambda: vm.sample_aligned_first_difference(raw, 0.1),
@@ -38,7 +38,7 @@ def results() -> dict[str, Callable[[], Any]]:
         "path": lambda: vm.joint_path_coordinate(raw),
         "ramp": lambda: vm.smootherstep([0.1, 0.2]),
         "box": lambda: vm.JointStateBox([0.0], [1.0]).lower,
-        "limits": lambda: vm.JointStateLimits(box).position.upper,  # type: ignore[union-attr]
+        "limits": lambda: vm.JointStateLimits(box).position.upper,  # type: ignore[union-attr]  # it is there
         "tail": lambda: vm.blend_tail_with_held_raw_endpoint([0.0, 0.0], tail, 0.5).positions,
     }
 
@@ -87,9 +87,9 @@ def everything() -> None:
         call()
     for call in (
         lambda: vm.JointTrajectory([[1.0]]),
-        lambda: vm.JointTrajectory("text", dt=1.0),  # type: ignore[arg-type]
+        lambda: vm.JointTrajectory("text", dt=1.0),  # type: ignore[arg-type]  # refused
         lambda: vm.JointTrajectory([[1.0], [1.0, 2.0]], dt=1.0),
-        lambda: vm.resample_trajectory(make(), 0.1, "quintic"),  # type: ignore[arg-type]
+        lambda: vm.resample_trajectory(make(), 0.1, "quintic"),  # type: ignore[arg-type]  # refused
         lambda: make().resample(1e-300),
     ):
         with pytest.raises((ValueError, TypeError, MemoryError)):
@@ -122,30 +122,30 @@ def give_back_after_idling() -> None:
 
 def test_large_buffers_are_kept_bounded_and_given_back() -> None:
     give_back_after_idling()
-    assert _core._kept_buffer_bytes() == 0  # type: ignore[attr-defined]
+    assert _core._kept_buffer_bytes() == 0  # type: ignore[attr-defined]  # not in the stubs
     large = vm.smootherstep(np.zeros(100_000))
     address = large.__array_interface__["data"][0]
     del large
-    assert 800_000 <= _core._kept_buffer_bytes() < 1_700_000  # type: ignore[attr-defined]
+    assert 800_000 <= _core._kept_buffer_bytes() < 1_700_000  # type: ignore[attr-defined]  # not in the stubs
     again = vm.smootherstep(np.zeros(100_000))
     assert again.__array_interface__["data"][0] == address
     many = [vm.smootherstep(np.zeros(1_000_000)) for _ in range(8)]
     del many
-    assert 8_000_000 <= _core._kept_buffer_bytes() <= 32 << 20  # type: ignore[attr-defined]
+    assert 8_000_000 <= _core._kept_buffer_bytes() <= 32 << 20  # type: ignore[attr-defined]  # not in the stubs
     give_back_after_idling()
-    assert _core._kept_buffer_bytes() == 0  # type: ignore[attr-defined]
+    assert _core._kept_buffer_bytes() == 0  # type: ignore[attr-defined]  # not in the stubs
 
 
 def test_many_small_blocks_are_kept_bounded_too() -> None:
     many = [vm.smootherstep(np.zeros(5_000)) for _ in range(100)]
     del many
-    assert _core._kept_buffer_bytes() <= 32 * 50_000  # type: ignore[attr-defined]
+    assert _core._kept_buffer_bytes() <= 32 * 50_000  # type: ignore[attr-defined]  # not in the stubs
 
 
 def test_a_block_beyond_the_bound_is_not_kept() -> None:
     give_back_after_idling()
     vm.smootherstep(np.zeros(5_000_000))
-    assert _core._kept_buffer_bytes() == 0  # type: ignore[attr-defined]
+    assert _core._kept_buffer_bytes() == 0  # type: ignore[attr-defined]  # not in the stubs
 
 
 @pytest.mark.filterwarnings("ignore::DeprecationWarning")

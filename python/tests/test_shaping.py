@@ -65,7 +65,7 @@ def test_modes_and_sequences_are_records() -> None:
     with pytest.raises(ValueError, match="read-only"):
         sequence.times_s[0] = 1.0
     with pytest.raises(AttributeError):
-        MODE.frequency_hz = 6.0  # type: ignore[misc]
+        MODE.frequency_hz = 6.0  # type: ignore[misc]  # read-only
 
 
 def test_derived_figures() -> None:
@@ -109,9 +109,9 @@ def test_messages_of_the_library(call: Callable[[], object], message: str) -> No
 
 def test_arguments_of_other_kinds_are_named() -> None:
     with pytest.raises(TypeError, match="frequency_hz"):
-        shaping.VibrationMode("5", 0.1)  # type: ignore[arg-type]
+        shaping.VibrationMode("5", 0.1)  # type: ignore[arg-type]  # refused
     with pytest.raises(TypeError, match="sequences"):
-        shaping.shape_trajectory(move(), [1.0], 0.005)  # type: ignore[list-item]
+        shaping.shape_trajectory(move(), [1.0], 0.005)  # type: ignore[list-item]  # refused
     with pytest.raises(ValueError, match="exactly one of sample_time_s and times_s"):
         shaping.shape_trajectory(move(), shaping.zv(MODE))
     with pytest.raises(ValueError, match="exactly one of sample_time_s and times_s"):

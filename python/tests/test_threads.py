@@ -37,7 +37,7 @@ def test_first_calls_from_many_threads_give_the_serial_bits() -> None:
     for _ in range(20):
         shared = make()
         order = [NAMES[::-1], NAMES, NAMES[1:] + NAMES[:1]]
-        answers = at_once(lambda i, t=shared, order=order: {name: getattr(t, name) for name in order[i % 3]})  # type: ignore[misc]
+        answers = at_once(lambda i, t=shared, order=order: {name: getattr(t, name) for name in order[i % 3]})  # type: ignore[misc]  # no type for a default of a lambda
         for answer in answers:
             assert [answer[name].tobytes() for name in NAMES] == expected
             for name in NAMES:
@@ -64,7 +64,7 @@ def test_every_use_of_a_shared_trajectory_gives_the_serial_bits() -> None:
     expected = uses(serial, 0)
     for _ in range(5):
         shared = make()
-        assert at_once(lambda i, t=shared: uses(t, i)) == [expected] * THREADS  # type: ignore[misc]
+        assert at_once(lambda i, t=shared: uses(t, i)) == [expected] * THREADS  # type: ignore[misc]  # no type for a default of a lambda
 
 
 def test_the_interpreter_runs_while_the_library_works() -> None:

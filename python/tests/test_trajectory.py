@@ -197,11 +197,11 @@ def test_repr_shows_shape_span_and_step() -> None:
 def test_it_cannot_be_changed() -> None:
     given = trajectory()
     with pytest.raises(AttributeError):
-        given.positions = np.zeros((3, 2))  # type: ignore[misc]
+        given.positions = np.zeros((3, 2))  # type: ignore[misc]  # read-only
     with pytest.raises(AttributeError):
-        given.note = "mine"  # type: ignore[attr-defined]
+        given.note = "mine"  # type: ignore[attr-defined]  # no such attribute
     with pytest.warns(RuntimeWarning, match="already-initialized"), pytest.raises(TypeError):
-        given.__init__(POSITIONS, dt=0.5)  # type: ignore[misc]
+        given.__init__(POSITIONS, dt=0.5)  # type: ignore[misc]  # refused
     assert given.time.tolist() == TIME
 
 

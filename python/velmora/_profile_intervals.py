@@ -59,7 +59,7 @@ class Coordinate:
 
     def free_directions(self, parameters: Array) -> Array:
         """Columns along which the parameters move while this coordinate stays: (P, P - 1)."""
-        natural, damping = self.polar(parameters)
+        _, damping = self.polar(parameters)
         swing = np.sqrt(1.0 - damping * damping)
         along = [damping, swing] if self.is_damping else [swing, -damping]
         directions = np.delete(np.eye(parameters.size), self.count + self.mode, axis=1)

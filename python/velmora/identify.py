@@ -150,8 +150,8 @@ def identify_modes(
     for the search.
 
     Y. Hua and T. K. Sarkar, IEEE Trans. Acoust., Speech, Signal Process. 38 (1990) 814-824 (matrix pencil); G. Schwarz,
-    Ann. Statist. 6 (1978) 461-464 (order); G. H. Golub and V. Pereyra, SIAM J. Numer. Anal. 10 (1973) 413-432 (fit); D. M.
-    Bates and D. G. Watts, "Nonlinear Regression Analysis and Its Applications", Wiley 1988 (intervals).
+    Ann. Statist. 6 (1978) 461-464 (order); G. H. Golub and V. Pereyra, SIAM J. Numer. Anal. 10 (1973) 413-432 (fit);
+    D. M. Bates and D. G. Watts, "Nonlinear Regression Analysis and Its Applications", Wiley 1988 (intervals).
 
     Examples
     --------
