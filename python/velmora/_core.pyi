@@ -1006,6 +1006,16 @@ def zv(mode: VibrationMode) -> ImpulseSequence:
     -----
     Any number of threads may call it at once. Source of the method:
     N. C. Singer, W. P. Seering, "Preshaping command inputs to reduce system vibration", 1990.
+
+    Examples
+    --------
+    >>> from velmora import shaping
+    >>> mode = shaping.VibrationMode(2.0, 0.0)
+    >>> sequence = shaping.zv(mode)
+    >>> sequence.times_s.round(3).tolist()
+    [0.0, 0.25]
+    >>> sequence.amplitudes.round(3).tolist()
+    [0.5, 0.5]
     """
 
 def zvd(mode: VibrationMode) -> ImpulseSequence:
@@ -1033,6 +1043,16 @@ def zvd(mode: VibrationMode) -> ImpulseSequence:
     -----
     Any number of threads may call it at once. Source of the method:
     N. C. Singer, W. P. Seering, "Preshaping command inputs to reduce system vibration", 1990.
+
+    Examples
+    --------
+    >>> from velmora import shaping
+    >>> mode = shaping.VibrationMode(2.0, 0.0)
+    >>> sequence = shaping.zvd(mode)
+    >>> sequence.times_s.round(3).tolist()
+    [0.0, 0.25, 0.5]
+    >>> sequence.amplitudes.round(3).tolist()
+    [0.25, 0.5, 0.25]
     """
 
 def zvdd(mode: VibrationMode) -> ImpulseSequence:
@@ -1060,6 +1080,16 @@ def zvdd(mode: VibrationMode) -> ImpulseSequence:
     -----
     Any number of threads may call it at once. Source of the method:
     N. C. Singer, W. P. Seering, "Preshaping command inputs to reduce system vibration", 1990.
+
+    Examples
+    --------
+    >>> from velmora import shaping
+    >>> mode = shaping.VibrationMode(2.0, 0.0)
+    >>> sequence = shaping.zvdd(mode)
+    >>> sequence.times_s.round(3).tolist()
+    [0.0, 0.25, 0.5, 0.75]
+    >>> sequence.amplitudes.round(3).tolist()
+    [0.125, 0.375, 0.375, 0.125]
     """
 
 def mzv(mode: VibrationMode) -> ImpulseSequence:
@@ -1087,6 +1117,16 @@ def mzv(mode: VibrationMode) -> ImpulseSequence:
     -----
     Any number of threads may call it at once. Source of the method:
     N. C. Singer, W. P. Seering, "Preshaping command inputs to reduce system vibration", 1990.
+
+    Examples
+    --------
+    >>> from velmora import shaping
+    >>> mode = shaping.VibrationMode(2.0, 0.0)
+    >>> sequence = shaping.mzv(mode)
+    >>> sequence.times_s.round(3).tolist()
+    [0.0, 0.188, 0.375]
+    >>> sequence.amplitudes.round(3).tolist()
+    [0.293, 0.414, 0.293]
     """
 
 def ei(mode: VibrationMode, tolerance: velmora._typing.Real) -> ImpulseSequence:
@@ -1117,6 +1157,16 @@ def ei(mode: VibrationMode, tolerance: velmora._typing.Real) -> ImpulseSequence:
     -----
     Any number of threads may call it at once. Source of the method:
     W. Singhose, W. Seering, N. Singer, "Residual vibration reduction using vector diagrams", 1994.
+
+    Examples
+    --------
+    >>> from velmora import shaping
+    >>> mode = shaping.VibrationMode(2.0, 0.0)
+    >>> sequence = shaping.ei(mode, 0.05)
+    >>> sequence.times_s.round(3).tolist()
+    [0.0, 0.25, 0.5]
+    >>> sequence.amplitudes.round(3).tolist()
+    [0.262, 0.475, 0.262]
     """
 
 def two_hump_ei(mode: VibrationMode, tolerance: velmora._typing.Real) -> ImpulseSequence:
@@ -1147,6 +1197,16 @@ def two_hump_ei(mode: VibrationMode, tolerance: velmora._typing.Real) -> Impulse
     -----
     Any number of threads may call it at once. Source of the method:
     W. Singhose, L. Porter, T. Tuttle, N. Singer, "Vibration reduction using multi-hump input shapers", 1997.
+
+    Examples
+    --------
+    >>> from velmora import shaping
+    >>> mode = shaping.VibrationMode(2.0, 0.0)
+    >>> sequence = shaping.two_hump_ei(mode, 0.05)
+    >>> sequence.times_s.round(3).tolist()
+    [0.0, 0.25, 0.5, 0.75]
+    >>> sequence.amplitudes.round(3).tolist()
+    [0.16, 0.34, 0.34, 0.16]
     """
 
 def three_hump_ei(mode: VibrationMode, tolerance: velmora._typing.Real) -> ImpulseSequence:
@@ -1177,6 +1237,16 @@ def three_hump_ei(mode: VibrationMode, tolerance: velmora._typing.Real) -> Impul
     -----
     Any number of threads may call it at once. Source of the method:
     W. Singhose, L. Porter, T. Tuttle, N. Singer, "Vibration reduction using multi-hump input shapers", 1997.
+
+    Examples
+    --------
+    >>> from velmora import shaping
+    >>> mode = shaping.VibrationMode(2.0, 0.0)
+    >>> sequence = shaping.three_hump_ei(mode, 0.05)
+    >>> sequence.times_s.round(3).tolist()
+    [0.0, 0.25, 0.5, 0.75, 1.0]
+    >>> sequence.amplitudes.round(3).tolist()
+    [0.112, 0.238, 0.3, 0.238, 0.112]
     """
 
 def um_zv(mode: VibrationMode) -> ImpulseSequence:
@@ -1206,6 +1276,16 @@ def um_zv(mode: VibrationMode) -> ImpulseSequence:
     -----
     Any number of threads may call it at once. Source of the method:
     W. Singhose, N. Singer, W. Seering, "Time-optimal negative input shapers", 1997.
+
+    Examples
+    --------
+    >>> from velmora import shaping
+    >>> mode = shaping.VibrationMode(2.0, 0.0)
+    >>> sequence = shaping.um_zv(mode)
+    >>> sequence.times_s.round(3).tolist()
+    [0.0, 0.083, 0.167]
+    >>> sequence.amplitudes.round(3).tolist()
+    [1.0, -1.0, 1.0]
     """
 
 def um_zvd(mode: VibrationMode) -> ImpulseSequence:
@@ -1234,6 +1314,16 @@ def um_zvd(mode: VibrationMode) -> ImpulseSequence:
     -----
     Any number of threads may call it at once. Source of the method:
     W. Singhose, N. Singer, W. Seering, "Time-optimal negative input shapers", 1997.
+
+    Examples
+    --------
+    >>> from velmora import shaping
+    >>> mode = shaping.VibrationMode(2.0, 0.0)
+    >>> sequence = shaping.um_zvd(mode)
+    >>> sequence.times_s.round(3).tolist()
+    [0.0, 0.045, 0.183, 0.321, 0.366]
+    >>> sequence.amplitudes.round(3).tolist()
+    [1.0, -1.0, 1.0, -1.0, 1.0]
     """
 
 def specified_insensitivity(mode: VibrationMode, low_hz: velmora._typing.Real, high_hz: velmora._typing.Real, tolerance: velmora._typing.Real) -> ImpulseSequence:
@@ -1268,6 +1358,16 @@ def specified_insensitivity(mode: VibrationMode, low_hz: velmora._typing.Real, h
     -----
     Any number of threads may call it at once. Source of the method:
     J. Vaughan, A. Yano, W. Singhose, "Comparison of robust input shapers", 2008.
+
+    Examples
+    --------
+    >>> from velmora import shaping
+    >>> mode = shaping.VibrationMode(2.0, 0.0)
+    >>> sequence = shaping.specified_insensitivity(mode, 1.6, 2.4, 0.05)
+    >>> sequence.times_s.round(3).tolist()
+    [0.0, 0.239, 0.262, 0.262, 0.501]
+    >>> sequence.amplitudes.round(3).tolist()
+    [0.261, 0.239, 0.178, 0.061, 0.261]
     """
 
 class InsensitivityBand:
@@ -1280,6 +1380,12 @@ class InsensitivityBand:
         Ends of the band in Hz.
     width : float
         ``(high_hz - low_hz) / f``, the insensitivity.
+
+    Examples
+    --------
+    >>> from velmora import shaping
+    >>> shaping.InsensitivityBand(4.0, 6.0, 0.4)
+    InsensitivityBand(low_hz=4.0, high_hz=6.0, width=0.4)
     """
 
     def __init__(self, low_hz: velmora._typing.Real, high_hz: velmora._typing.Real, width: velmora._typing.Real) -> None: ...
@@ -1367,6 +1473,13 @@ def residual_over_frequency(sequence: ImpulseSequence, mode: VibrationMode, freq
     Notes
     -----
     Linear in F and the number of impulses. Any number of threads may call it at once.
+
+    Examples
+    --------
+    >>> from velmora import shaping
+    >>> mode = shaping.VibrationMode(2.0, 0.0)
+    >>> shaping.residual_over_frequency(shaping.zv(mode), mode, [1.8, 2.0, 2.2]).round(4).tolist()
+    [0.1564, 0.0, 0.1564]
     """
 
 def residual_over_damping(sequence: ImpulseSequence, mode: VibrationMode, damping_ratios: velmora._typing.VectorLike) -> velmora._typing.FloatArray:
@@ -1397,6 +1510,13 @@ def residual_over_damping(sequence: ImpulseSequence, mode: VibrationMode, dampin
     Notes
     -----
     Linear in Z and the number of impulses. Any number of threads may call it at once.
+
+    Examples
+    --------
+    >>> from velmora import shaping
+    >>> mode = shaping.VibrationMode(2.0, 0.0)
+    >>> shaping.residual_over_damping(shaping.zv(mode), mode, [0.0, 0.1]).round(4).tolist()
+    [0.0, 0.135]
     """
 
 def insensitivity(sequence: ImpulseSequence, mode: VibrationMode, tolerance: velmora._typing.Real) -> InsensitivityBand:
@@ -1463,6 +1583,16 @@ class ShapedCommand:
     -----
     Unchangeable, so that any number of threads may use it. It can be copied and pickled, and equals a command of the same
     bits.
+
+    Examples
+    --------
+    >>> import velmora as vm
+    >>> from velmora import shaping
+    >>> raw = vm.JointTrajectory([[0.0], [1.0], [2.0]], dt=1.0)
+    >>> halves = shaping.ImpulseSequence([0.0, 0.5], [0.5, 0.5])
+    >>> command = shaping.shape_trajectory(raw, halves, 1.0, method="linear")
+    >>> command.added_duration_s, command.lag_s, command.end_velocity
+    (0.5, 0.25, array([1.]))
     """
 
     def __init__(self, move: ShapedTrajectory, tail: ShapedTrajectory, added_duration_s: velmora._typing.Real, lag_s: velmora._typing.Real, start_velocity: velmora._typing.VectorLike, start_acceleration: velmora._typing.VectorLike, end_velocity: velmora._typing.VectorLike, end_acceleration: velmora._typing.VectorLike) -> None: ...
@@ -1583,6 +1713,19 @@ def join_move_and_tail(command: ShapedCommand) -> ShapedTrajectory:
     Notes
     -----
     Any number of threads may call it at once.
+
+    Examples
+    --------
+    >>> import velmora as vm
+    >>> from velmora import shaping
+    >>> raw = vm.JointTrajectory([[0.0], [1.0], [2.0]], dt=1.0)
+    >>> halves = shaping.ImpulseSequence([0.0, 0.5], [0.5, 0.5])
+    >>> command = shaping.shape_trajectory(raw, halves, 1.0, method="linear")
+    >>> shaping.join_move_and_tail(command).positions
+    array([[0.  ],
+           [0.75],
+           [1.75],
+           [2.  ]])
     """
 
 def path_deviation(trajectory: JointTrajectory, command: ShapedCommand) -> float:
@@ -1614,6 +1757,18 @@ def path_deviation(trajectory: JointTrajectory, command: ShapedCommand) -> float
     -----
     Takes time in the samples of the command times those of the trajectory within the added duration. Any number of threads
     may call it at once.
+
+    Examples
+    --------
+    >>> import velmora as vm
+    >>> from velmora import shaping
+    >>> corner = vm.JointTrajectory([[0.0, 0.0], [1.0, 0.0], [1.0, 1.0]], dt=1.0)
+    >>> halves = shaping.ImpulseSequence([0.0, 0.5], [0.5, 0.5])
+    >>> command = shaping.shape_trajectory(corner, halves, times_s=[1.25], method="linear")
+    >>> command.move.positions
+    array([[0.875, 0.125]])
+    >>> shaping.path_deviation(corner, command)
+    0.125
     """
 
 def blend_shaped_trajectory(raw: JointTrajectory, shaped: ShapedCommand, weight: velmora._typing.Real | velmora._typing.VectorLike, transition_s: velmora._typing.Real | None = None) -> ShapedCommand:
@@ -1653,6 +1808,18 @@ def blend_shaped_trajectory(raw: JointTrajectory, shaped: ShapedCommand, weight:
     Notes
     -----
     Linear in the number of elements. Any number of threads may call it at once.
+
+    Examples
+    --------
+    >>> import velmora as vm
+    >>> from velmora import shaping
+    >>> raw = vm.JointTrajectory([[0.0], [1.0], [2.0]], dt=1.0)
+    >>> halves = shaping.ImpulseSequence([0.0, 0.5], [0.5, 0.5])
+    >>> command = shaping.shape_trajectory(raw, halves, 1.0, method="linear")
+    >>> shaping.blend_shaped_trajectory(raw, command, 0.5).move.positions
+    array([[0.   ],
+           [0.875],
+           [1.875]])
     """
 
 def blended_sequence(sequence: ImpulseSequence, weight: velmora._typing.Real) -> ImpulseSequence:
@@ -1683,6 +1850,12 @@ def blended_sequence(sequence: ImpulseSequence, weight: velmora._typing.Real) ->
     Notes
     -----
     Any number of threads may call it at once.
+
+    Examples
+    --------
+    >>> from velmora import shaping
+    >>> shaping.blended_sequence(shaping.ImpulseSequence([0.0, 0.5], [0.5, 0.5]), 0.5)
+    ImpulseSequence(times_s=array([0. , 0.5]), amplitudes=array([0.75, 0.25]))
     """
 
 class JointSample:
@@ -1698,6 +1871,12 @@ class JointSample:
     ------
     TypeError, ValueError
         For arguments that are no one-dimensional arrays of real numbers; the message names the argument.
+
+    Examples
+    --------
+    >>> from velmora import shaping
+    >>> shaping.JointSample([1.0], [0.0], [0.0])
+    JointSample(position=array([1.]), velocity=array([0.]), acceleration=array([0.]))
     """
 
     def __init__(self, position: velmora._typing.VectorLike, velocity: velmora._typing.VectorLike, acceleration: velmora._typing.VectorLike) -> None: ...
@@ -1756,6 +1935,18 @@ class StreamingShaper:
     Notes
     -----
     One shaper belongs to one thread.
+
+    Examples
+    --------
+    >>> from velmora import shaping
+    >>> halves = shaping.ImpulseSequence([0.0, 0.5], [0.5, 0.5])
+    >>> shaper = shaping.StreamingShaper(halves, joints=1, sample_time_s=0.5)
+    >>> for position in (0.0, 1.0):
+    ...     print(shaper.step(shaping.JointSample([position], [0.0], [0.0])).position)
+    [0.]
+    [0.5]
+    >>> shaper.step_tail().position
+    array([1.])
     """
 
     def __init__(self, sequence: ImpulseSequence, joints: SupportsIndex, sample_time_s: velmora._typing.Real) -> None: ...
