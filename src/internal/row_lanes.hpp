@@ -64,10 +64,6 @@ VELMORA_ALWAYS_INLINE bool AllOf(const LaneMask& mask) {
   return (mask[0] & mask[1] & mask[2] & mask[3]) != 0;
 }
 
-VELMORA_ALWAYS_INLINE Lanes Sqrt(const Lanes& x) {
-  return Lanes{std::sqrt(x[0]), std::sqrt(x[1]), std::sqrt(x[2]), std::sqrt(x[3])};
-}
-
 /// Tells whether all values looked at were finite, while a kernel has them in registers: `x * 0` is a zero for a finite
 /// x, else NaN, and a NaN stays in a sum. Two sums take turns, so that one addition need not wait for the one before.
 template <typename Processor>

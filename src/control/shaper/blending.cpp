@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "velmora/control/shaper/blending.hpp"
 
-#include <algorithm>
 #include <cmath>
 
 #include "internal/blend_element.hpp"
@@ -19,7 +18,6 @@ using internal::kLanes;
 using internal::Lanes;
 using internal::Load;
 using internal::Pair;
-using internal::Store;
 
 struct UniformBlendKernel {
   template <typename Processor>
@@ -76,17 +74,9 @@ struct PathCoordinateKernel {
   static VELMORA_ALWAYS_INLINE void Run(const double* positions, Index samples, Index joints, double* coordinate) {
     double length = 0.0;
     coordinate[0] = length;
-    // The distances of a stretch of samples first, so that their roots are taken side by side.
-    constexpr Index kStretch = 32;
-    double squared[kStretch];
-    for (Index begin = 1; begin < samples; begin += kStretch) {
-      const Index count = std::min(kStretch, samples - begin);
-      const double* row = positions + begin * joints;
-      for (Index k = 0; k < count; ++k, row += joints) squared[k] = SquaredDistance(row - joints, row, joints);
-      Index k = 0;
-      for (; k + kLanes <= count; k += kLanes) Store(internal::Sqrt(Load<Lanes>(squared + k)), squared + k);
-      for (; k < count; ++k) squared[k] = std::sqrt(squared[k]);
-      for (k = 0; k < count; ++k) coordinate[begin + k] = length += squared[k];
+    const double* row = positions + joints;
+    for (Index i = 1; i < samples; ++i, row += joints) {
+      coordinate[i] = length += std::sqrt(SquaredDistance(row - joints, row, joints));
     }
   }
 };
