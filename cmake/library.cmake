@@ -27,7 +27,7 @@ function(velmora_add_library name)
                CXX_VISIBILITY_PRESET hidden
                VISIBILITY_INLINES_HIDDEN ON)
   velmora_target_options(${objects})
-  # Roots set no errno, so that they can be taken in vectors. Vectors are passed between inlined functions alone, so
+  # A root sets no errno, so that it is one instruction. Vectors are passed between inlined functions alone, so
   # their calling convention, about which the compilers warn, does not matter.
   target_compile_options(${objects} PRIVATE -fno-math-errno -Wno-psabi)
 
