@@ -257,6 +257,8 @@ def test_an_interrupt_leaves_nothing(tmp_path: Path, number: signal.Signals, cod
         env=environment(),
         stderr=subprocess.PIPE,
         text=True,
+        # As a shell starts it: whoever runs these tests may ignore interrupts, and children inherit that.
+        preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL),
     )
     until = time.monotonic() + 60
     while not list((tmp_path / "out").glob("*.csv")) and time.monotonic() < until:
