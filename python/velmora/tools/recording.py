@@ -35,6 +35,13 @@ class Column(NamedTuple):
     element: int | None = None
 
 
+class Group(NamedTuple):
+    """The value of a column that the rows of a recording have in common, and the column's name."""
+
+    column: str
+    key: str | int | None
+
+
 @dataclass(frozen=True)
 class Layout:
     """The form that the file gave to the data, so that the same form can be written again."""
@@ -112,6 +119,8 @@ class Recording:
         What the reader recognised or chose.
     layout
         The form of the file.
+    group
+        What the rows have in common, where a table was read group by group.
     """
 
     source: str
@@ -126,3 +135,4 @@ class Recording:
     missing: NDArray[np.bool_] | None
     notes: tuple[Note, ...]
     layout: Layout
+    group: Group | None = None

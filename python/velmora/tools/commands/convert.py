@@ -67,6 +67,10 @@ def work(task: Task, stage: Stage) -> tuple[list[JsonObject], list[str]]:
     assert task.target is not None
     reports, warnings = [], []
     recordings = reading.read_recordings(task, stage, options.read)
+    if reading.goes_into_one(recordings, task.target, options.write):
+        notes = formats.write_groups(stage.place(task.target), recordings, options.write)
+        reports = [{**facts(recording), "outputs": [task.target], "warnings": notes} for recording in recordings]
+        return reports, notes
     for recording in recordings:
         target = of_recording(task.target, group_of(recording), len(recordings) > 1, None)
         notes = formats.write(stage.place(target), recording, options.write)

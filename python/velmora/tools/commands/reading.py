@@ -3,7 +3,7 @@
 
 from __future__ import annotations
 
-from collections.abc import Callable
+from collections.abc import Callable, Sequence
 from typing import Any, TypeVar
 
 import click
@@ -11,7 +11,7 @@ import click
 from velmora.tools import formats
 from velmora.tools.batch.tasks import Stage, Task
 from velmora.tools.operations.checked import CheckOptions
-from velmora.tools.options import ReadOptions
+from velmora.tools.options import ReadOptions, WriteOptions
 from velmora.tools.recording import Recording
 
 Function = TypeVar("Function", bound=Callable[..., Any])
@@ -94,6 +94,12 @@ def read_recordings(task: Task, stage: Stage, options: ReadOptions) -> list[Reco
     for recording in recordings:
         stage.losses += [f"{recording.source}: {note.text}" for note in recording.notes if note.key == "salvaged"]
     return recordings
+
+
+def goes_into_one(recordings: Sequence[Recording], target: str, options: WriteOptions) -> bool:
+    """Whether the groups of a table become one table again: they do unless ``{group}`` in the output parts them."""
+    grouped = bool(recordings) and recordings[0].group is not None
+    return grouped and "{group}" not in target and formats.is_table(target, options.format)
 
 
 def read_options(values: dict[str, Any]) -> ReadOptions:

@@ -18,6 +18,10 @@ from velmora.tools.operations.facts import NAMES, facts, number
 from velmora.tools.operations.resample import Resampled, ResampleOptions, resample_from
 from velmora.tools.options import ReadOptions, WriteOptions
 from velmora.tools.recording import Recording
+from velmora.tools.text import short
+
+# A file with more recordings is reported on with a line for each.
+MOST_REPORTS = 5
 
 
 @dataclass(frozen=True)
@@ -75,8 +79,9 @@ def command(ctx: click.Context, /, **values: Any) -> int:
     if values["as_json"]:
         common.print_json(ctx, result)
     elif len(result.outcomes) == 1:
-        for report in result.outcomes[0].reports:
-            for line in lines(report):
+        reports = result.outcomes[0].reports
+        for report in reports:
+            for line in lines(report) if len(reports) <= MOST_REPORTS else short_lines(report):
                 common.warn(line)
         for line in common.settings_lines(ctx):
             common.warn(line)
@@ -91,6 +96,9 @@ def work(task: Task, stage: Stage) -> tuple[list[JsonObject], list[str]]:
     warnings: list[str] = []
     recordings = reading.read_recordings(task, stage, options.read)
     several = len(recordings) > 1
+    # Pieces of a group stay apart, each with a file of its own.
+    into_one = options.resample.gaps != "split" and reading.goes_into_one(recordings, task.target, options.write)
+    parts: list[Recording] = []
     while recordings:
         # Nothing else holds the samples of the recording, so that they make room for the result.
         held = [recordings.pop(0)]
@@ -98,11 +106,17 @@ def work(task: Task, stage: Stage) -> tuple[list[JsonObject], list[str]]:
         report = _report(held, options)
         pieces = resample_from(held, options.resample, with_peaks=options.full_report)
         for index, piece in enumerate(pieces):
+            warnings += piece.warnings
+            if into_one:
+                parts.append(piece.recording)
+                report["outputs"].append(task.target)
+                continue
             target = of_recording(task.target, group, several, index if len(pieces) > 1 else None)
             report["outputs"].append(target)
-            warnings += piece.warnings
             warnings += formats.write(stage.place(target), piece.recording, options.write)
         reports.append(report | _result(pieces, options.full_report))
+    if into_one:
+        warnings += formats.write_groups(stage.place(task.target), parts, options.write)
     return reports, warnings
 
 
@@ -157,6 +171,15 @@ def _largest(pieces: list[Resampled]) -> list[JsonObject]:
             }
         entries.append(entry)
     return entries
+
+
+def short_lines(report: JsonObject) -> list[str]:
+    """The report of one of many recordings as text."""
+    outputs = ", ".join(report["outputs"])
+    return [
+        f"{report['source']} -> {outputs}: {report['samples']:,} -> {report['samples_out']:,} samples, "
+        f"{short(report['duration_s'])} s"
+    ]
 
 
 def lines(report: JsonObject) -> list[str]:

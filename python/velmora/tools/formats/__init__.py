@@ -14,8 +14,9 @@ from velmora.tools.formats.addresses import local_path
 from velmora.tools.text import nearest, quoted
 
 if TYPE_CHECKING:
-    from collections.abc import Iterator
+    from collections.abc import Iterator, Sequence
 
+    from velmora.tools.formats.groups import Labels
     from velmora.tools.options import ReadOptions, WriteOptions
     from velmora.tools.recording import Recording
 
@@ -118,8 +119,21 @@ def read(path: str, options: ReadOptions) -> list[Recording]:
     return recordings
 
 
-def write(path: str, recording: Recording, options: WriteOptions) -> list[str]:
-    """Write a recording straight to a path (``-``: standard output).
+def is_table(path: str, format_: str | None) -> bool:
+    """Whether an output of that name, or of that format, is a table, which can hold the groups of another table."""
+    return (format_ or ("csv" if path == "-" else _format_by_name(path))) in _TABLES
+
+
+def write_groups(path: str, parts: Sequence[Recording], options: WriteOptions) -> list[str]:
+    """Write the groups of a table into one table, with the column that tells them apart in front."""
+    from velmora.tools.formats.groups import together
+
+    whole, labels = together(parts)
+    return write(path, whole, options, labels)
+
+
+def write(path: str, recording: Recording, options: WriteOptions, labels: Labels | None = None) -> list[str]:
+    """Write a recording straight to a path (``-``: standard output); tables take labels of their rows.
 
     Returns
     -------
@@ -142,7 +156,7 @@ def write(path: str, recording: Recording, options: WriteOptions) -> list[str]:
         if format_ in _TEXT:
             from velmora.tools.formats import csv_writer
 
-            return csv_writer.write(file, recording, options.columns, "\t" if format_ == "tsv" else ",")
+            return csv_writer.write(file, recording, options.columns, "\t" if format_ == "tsv" else ",", labels)
         if format_ == "npz":
             from velmora.tools.formats import npz
 
@@ -154,8 +168,8 @@ def write(path: str, recording: Recording, options: WriteOptions) -> list[str]:
         from velmora.tools.formats import feather, parquet
 
         if format_ == "parquet":
-            return parquet.write(file, recording, options.columns, options.compression)
-        return feather.write(file, recording, options.columns, options.compression)
+            return parquet.write(file, recording, options.columns, options.compression, labels)
+        return feather.write(file, recording, options.columns, options.compression, labels)
 
 
 @contextmanager

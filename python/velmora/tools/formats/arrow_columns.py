@@ -12,7 +12,7 @@ from numpy.typing import NDArray
 
 from velmora.tools.formats import stamps as clock
 from velmora.tools.formats.plan import Plan
-from velmora.tools.recording import QUANTITIES, Layout, Note, Recording, Stamps
+from velmora.tools.recording import QUANTITIES, Group, Layout, Note, Recording, Stamps
 from velmora.tools.text import printable
 
 if TYPE_CHECKING:
@@ -139,6 +139,7 @@ def assembled(
         missing=matrices.missing,
         notes=tuple(notes),
         layout=Layout(format_, chosen.columns),
+        group=None,
     )
 
 
@@ -154,8 +155,10 @@ def groups(whole: Recording, name: str, keys: pa.ChunkedArray) -> list[Recording
     for places in np.split(order, edges) if len(order) else []:
         first, last = int(places[0]), int(places[-1])
         rows: slice | NDArray[np.intp] = slice(first, last + 1) if last - first + 1 == len(places) else places
-        key = printable(str(encoded.dictionary[int(codes[first])].as_py()))
-        parts.append(_part(whole, rows, f"{whole.source}[{name}={key}]"))
+        value = encoded.dictionary[int(codes[first])].as_py()
+        part = _part(whole, rows, f"{whole.source}[{name}={printable(str(value))}]")
+        key = value if value is None or type(value) is int else str(value)
+        parts.append(replace(part, group=Group(name, key)))
     return parts
 
 

@@ -13,6 +13,7 @@ from velmora.tools.columns import meaning, written_columns
 from velmora.tools.errors import DataError
 from velmora.tools.formats import addresses, arrow_columns, text_times
 from velmora.tools.formats import stamps as clock
+from velmora.tools.formats.groups import Labels
 from velmora.tools.formats.plan import Field, Plan, check_width, plan
 from velmora.tools.options import ReadOptions
 from velmora.tools.recording import UNIT_NS, Column, Note, Recording, Stamps
@@ -173,16 +174,19 @@ def _stamps(source: str, chosen: Plan, schema: pa.Schema, times: list[NDArray[np
     return (Stamps(stamps.values, written) if written in UNIT_NS else stamps), why
 
 
-def tables(recording: Recording, quantities: tuple[str, ...]) -> Iterator[pa.Table]:
-    """The recording as tables with some rows each, at least one."""
+def tables(recording: Recording, quantities: tuple[str, ...], labels: Labels | None = None) -> Iterator[pa.Table]:
+    """The recording as tables with some rows each, at least one; labels are the first column."""
     import pyarrow as pa
 
     columns = written_columns(recording, quantities, lists=True)
     joints = {joint: index for index, joint in enumerate(recording.joints)}
     stored = None if recording.stamps is None else _stored(recording.stamps, columns)
+    keys = None if labels is None else labels.array()
     for start in range(0, max(len(recording.rows), 1), _ROWS_AT_ONCE):
         rows = slice(start, start + _ROWS_AT_ONCE)
         fields, arrays = [], []
+        if labels is not None and keys is not None:
+            fields, arrays = [pa.field(labels.column, keys.type)], [keys[start : start + _ROWS_AT_ONCE]]
         lists: dict[str, list[Column]] = {}
         for column in columns:
             if column.quantity == "time":

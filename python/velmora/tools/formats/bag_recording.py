@@ -93,6 +93,7 @@ def _recording(
         missing=absent,
         notes=tuple(told),
         layout=Layout("bag", (), decoder.channel.topic, decoder.channel.type),
+        group=None,
     )
 
 

@@ -9,24 +9,36 @@ from typing import IO
 
 from velmora.tools.columns import meaning, written_columns
 from velmora.tools.formats import arrow_columns, text_times
+from velmora.tools.formats.groups import Labels
 from velmora.tools.recording import Recording
 
 _ROWS_AT_ONCE = 65_536
 
 
-def write(file: IO[bytes], recording: Recording, quantities: tuple[str, ...], separator: str = ",") -> list[str]:
+def write(
+    file: IO[bytes],
+    recording: Recording,
+    quantities: tuple[str, ...],
+    separator: str = ",",
+    labels: Labels | None = None,
+) -> list[str]:
     """Write a recording as text; nothing is lost but the difference between kinds of NaN."""
     import pyarrow as pa
     from pyarrow import csv
 
     columns = written_columns(recording, quantities)
-    file.write(separator.join(_quoted(column.name, separator) for column in columns).encode() + b"\n")
+    names = [column.name for column in columns]
+    keys = None
+    if labels is not None:
+        labels.refuse_separators(recording.source, separator)
+        names, keys = [labels.column, *names], labels.array()
+    file.write(separator.join(_quoted(name, separator) for name in names).encode() + b"\n")
     options = csv.WriteOptions(include_header=False, delimiter=separator, quoting_style="none")
     joints = {joint: index for index, joint in enumerate(recording.joints)}
 
     def text(start: int) -> memoryview:
         stop = start + _ROWS_AT_ONCE
-        arrays = []
+        arrays = [] if keys is None else [keys[start:stop]]
         for column in columns:
             if column.quantity == "time":
                 assert recording.stamps is not None

@@ -8,6 +8,7 @@ from typing import IO, TYPE_CHECKING
 
 from velmora.tools.errors import UsageError
 from velmora.tools.formats import arrow_schema, parquet
+from velmora.tools.formats.groups import Labels
 from velmora.tools.options import ReadOptions
 from velmora.tools.recording import Recording
 
@@ -35,7 +36,13 @@ def read(path: str, options: ReadOptions) -> list[Recording]:
         return arrow_schema.read(source, "feather", schema, samples, batches, options)
 
 
-def write(file: IO[bytes], recording: Recording, quantities: tuple[str, ...], compression: str | None) -> list[str]:
+def write(
+    file: IO[bytes],
+    recording: Recording,
+    quantities: tuple[str, ...],
+    compression: str | None,
+    labels: Labels | None = None,
+) -> list[str]:
     """Write a recording; nothing is lost."""
     import pyarrow as pa
 
@@ -43,7 +50,7 @@ def write(file: IO[bytes], recording: Recording, quantities: tuple[str, ...], co
         raise UsageError(f"--compression {compression}: {', '.join(COMPRESSIONS)} were expected")
     writer = None
     options = pa.ipc.IpcWriteOptions(compression=None if compression == "none" else compression or "zstd")
-    for table in arrow_schema.tables(recording, quantities):
+    for table in arrow_schema.tables(recording, quantities, labels):
         if writer is None:
             writer = pa.ipc.new_file(file, table.schema, options=options)
         writer.write_table(table)

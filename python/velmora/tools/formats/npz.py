@@ -72,6 +72,7 @@ def read(path: str, options: ReadOptions) -> list[Recording]:
             missing=None,
             notes=tuple(notes),
             layout=Layout("npz"),
+            group=None,
         )
     ]
 

@@ -9,6 +9,7 @@ from typing import IO, TYPE_CHECKING
 
 from velmora.tools.errors import DataError, UsageError
 from velmora.tools.formats import addresses, arrow_schema
+from velmora.tools.formats.groups import Labels
 from velmora.tools.options import ReadOptions
 from velmora.tools.recording import Recording
 
@@ -61,14 +62,20 @@ def damage(source: str, kind: str) -> Iterator[None]:
         raise DataError(f"{source}: is damaged or no {kind} file: {text}") from error
 
 
-def write(file: IO[bytes], recording: Recording, quantities: tuple[str, ...], compression: str | None) -> list[str]:
+def write(
+    file: IO[bytes],
+    recording: Recording,
+    quantities: tuple[str, ...],
+    compression: str | None,
+    labels: Labels | None = None,
+) -> list[str]:
     """Write a recording; nothing is lost."""
     from pyarrow import parquet
 
     if compression is not None and compression not in COMPRESSIONS:
         raise UsageError(f"--compression {compression}: {', '.join(COMPRESSIONS)} were expected")
     writer = None
-    for table in arrow_schema.tables(recording, quantities):
+    for table in arrow_schema.tables(recording, quantities, labels):
         if writer is None:
             # Numbers of a joint share their first bytes: split by byte they compress better and faster.
             doubles = [field.name for field in table.schema if str(field.type) == "double"]
