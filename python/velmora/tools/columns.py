@@ -75,7 +75,9 @@ BOOKKEEPING = (
     "reward",
 )
 # The word that the tool writes after a joint's name, for each quantity.
-WRITTEN_WORDS = dict(zip(QUANTITIES, ("position", "velocity", "acceleration", "jerk", "effort"), strict=True))
+WRITTEN_WORDS: dict[str, str] = dict(
+    zip(QUANTITIES, ("position", "velocity", "acceleration", "jerk", "effort"), strict=True)
+)
 _WORDS = {
     "position": "positions",
     "positions": "positions",

@@ -51,7 +51,9 @@ def draw(data: ReportData, path: str) -> None:
 
     kind = Path(path).suffix[1:].lower()
     metadata = METADATA[kind]
-    shown = [quantity for quantity in QUANTITIES if any(quantity in track.values for _, track in data.tracks())]
+    shown: list[Quantity] = [
+        quantity for quantity in QUANTITIES if any(quantity in track.values for _, track in data.tracks())
+    ]
     with rc_context({"svg.hashsalt": "velmora", "text.parse_math": False, "font.size": 9, "axes.titlesize": 10}):
         figure = Figure(figsize=(11, 1.2 + 2.1 * max(1, len(shown))), layout="constrained")
         rows = figure.subplots(max(1, len(shown)), 1, sharex=True, squeeze=False)[:, 0]

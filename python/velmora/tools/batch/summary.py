@@ -44,7 +44,7 @@ def write(path: str, result: ManyResult, force: bool) -> None:
         content = (json.dumps(table, indent=1) + "\n").encode()
     elif path.endswith(".csv"):
         text = io.StringIO()
-        writer = csv.DictWriter(text, COLUMNS, lineterminator="\n")
+        writer: csv.DictWriter[str] = csv.DictWriter(text, COLUMNS, lineterminator="\n")
         writer.writeheader()
         writer.writerows(table)
         content = text.getvalue().encode()

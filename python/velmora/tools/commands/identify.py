@@ -149,7 +149,8 @@ def _figure(recording: Recording, found: Identification) -> Figure:
     density = np.abs(
         np.fft.rfft((decay - decay[-max(1, count // 4) :].mean()) * np.hanning(2 * count)[count:], 4 * count)
     )
-    frequencies = np.fft.rfftfreq(4 * count, (found.end_s - found.start_s) / (count - 1))
+    step_s = (found.end_s - found.start_s) / (count - 1)
+    frequencies = np.fft.rfftfreq(4 * count, step_s).astype(np.float64)
     shown = frequencies <= min(frequencies[-1], 3.0 * found.modes[-1].frequency_hz.value)
     return draw_ring_down(
         times,

@@ -1,6 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
 """Recordings from Arrow's columns: matrices filled batch by batch, stamps exact whatever the column's type."""
 
+# pyright: reportAttributeAccessIssue=false
+# The functions of pyarrow.compute are made when it is imported, where no type checker sees them.
+
 from __future__ import annotations
 
 from collections.abc import Iterable, Sequence

@@ -85,7 +85,7 @@ def write(
                 compression=compression or "zstd",
                 compression_level=1 if compression in (None, "zstd") else None,
                 use_dictionary=False,
-                use_byte_stream_split=doubles,
+                use_byte_stream_split=doubles,  # pyright: ignore[reportArgumentType]  # its stub forgets lists
                 write_statistics=False,
             )
         writer.write_table(table)

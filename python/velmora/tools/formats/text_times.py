@@ -1,6 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
 """Stamps in text: read and written to the last digit, as decimal numbers where doubles are too coarse."""
 
+# pyright: reportAttributeAccessIssue=false
+# The functions of pyarrow.compute are made when it is imported, where no type checker sees them.
+
 from __future__ import annotations
 
 from typing import TYPE_CHECKING

@@ -4,6 +4,7 @@
 from __future__ import annotations
 
 from dataclasses import dataclass, replace
+from typing import Literal
 
 import numpy as np
 from numpy.typing import NDArray
@@ -31,7 +32,7 @@ class ShapeOptions:
     shaper: str
     weight: float = 1.0
     period_s: float | None = None
-    method: str = "cubic"
+    method: Literal["linear", "cubic"] = "cubic"
     transition_s: float | None = None  # the weight rises from 0 so long
 
 
@@ -122,7 +123,7 @@ def _recording_of(recording: Recording, whole: vm.ShapedTrajectory) -> Recording
 def swing_of(trajectory: vm.JointTrajectory, mode: shaping.VibrationMode, until_s: float) -> tuple[Array, Array]:
     """Even times to `until_s`, and the swing (N, J) of the mode on top of every joint over them."""
     step = min(1.0 / (STEPS_PER_SWING * mode.frequency_hz), float(np.median(np.diff(trajectory.time))))
-    times = np.arange(round(until_s / step) + 1) * step
+    times: Array = np.arange(round(until_s / step) + 1, dtype=np.float64) * step
     columns = [np.interp(times, trajectory.time, column, right=0.0) for column in trajectory.accelerations.T]
     return times, response(times, np.column_stack(columns), mode)
 

@@ -141,7 +141,8 @@ def _fit(recording: Recording, times_s: Array, start_s: float, poles: Poles) -> 
     found = project(times, recording.positions[inside], np.ones(recording.positions.shape[1]), poles)
     columns = basis(times, poles)
     noise: Array = np.sqrt(np.sum(found.residuals**2, axis=0) / max(1, times.size - poles.linear_count))
-    return _Decay(found.coefficients, np.linalg.inv(columns.T @ columns), noise)
+    covariance: Array = np.linalg.inv(columns.T @ columns).astype(np.float64)
+    return _Decay(found.coefficients, covariance, noise)
 
 
 def _amplitudes(fit: _Decay, index: int) -> Array:
