@@ -36,6 +36,7 @@ architecture.write_bytes(draw.stdout)
 
 exclude_patterns = ["snippets", "node_modules"]
 nitpicky = True
+smartquotes = False  # messages and options are quoted to the letter
 suppress_warnings = ["myst.header"]  # the reports at the top skip a level of heading
 
 # Pages are Markdown; code cells run while the site is built, and an error in one ends the build.
@@ -98,3 +99,12 @@ nitpick_ignore_regex = [
     (r"cpp:identifier", r".*"),
     (r"py:.*", r"(numpy|np|scipy|pandas|collections|enum|os|pathlib|typing)\..*"),
 ]
+
+
+def escape_patterns(app, context, lines):
+    """Keep the patterns in a command's examples from being read as emphasis."""
+    lines[:] = [line.replace("*", r"\*") for line in lines]
+
+
+def setup(app):
+    app.connect("sphinx-click-process-epilog", escape_patterns)
