@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 # Settings of the documentation site; built by scripts/docs from the top of the source tree.
+import ast
 import subprocess
 import sys
 from pathlib import Path
@@ -53,6 +54,7 @@ breathe_projects = {"velmora": str(ROOT / "build/docs/xml")}
 breathe_default_project = "velmora"
 breathe_default_members = ("members", "undoc-members")
 primary_domain = "py"
+default_role = "py:obj"
 highlight_language = "none"
 cpp_id_attributes = ["VELMORA_EXPORT"]
 
@@ -97,6 +99,7 @@ html_show_sourcelink = False
 # Links in pages are checked; the types inside C++ signatures are mostly not ours to link.
 nitpick_ignore_regex = [
     (r"cpp:identifier", r".*"),
+    (r"py:obj", r".*"),  # words in docstrings: links where they name something, parameters otherwise
     (r"py:.*", r"(numpy|np|scipy|pandas|collections|enum|os|pathlib|typing)\..*"),
 ]
 
@@ -106,5 +109,16 @@ def escape_patterns(app, context, lines):
     lines[:] = [line.replace("*", r"\*") for line in lines]
 
 
+def without_types(app, what, name, item, options, signature, returned):
+    """Leave the types to the list of parameters, which says them in words."""
+    if signature is None:
+        return None
+    arguments = ast.parse(f"def function{signature}: ...").body[0].args
+    for argument in (*arguments.posonlyargs, *arguments.args, *arguments.kwonlyargs):
+        argument.annotation = None
+    return f"({ast.unparse(arguments)})", None
+
+
 def setup(app):
+    app.connect("autodoc-process-signature", without_types)
     app.connect("sphinx-click-process-epilog", escape_patterns)

@@ -98,7 +98,7 @@ def python_names() -> list[str]:
 
 @pytest.mark.parametrize("name", python_names())
 def test_what_python_callers_see_has_a_page(name: str) -> None:
-    assert re.search(rf"\{{auto\w+\}} {re.escape(name)}\n", REFERENCE)
+    assert re.search(rf"\.\. auto\w+:: {re.escape(name)}\n", REFERENCE)
 
 
 # Nothing of these can be drawn, or nothing can be wrong.
