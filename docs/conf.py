@@ -92,6 +92,9 @@ html_static_path = ["_static"]
 html_css_files = ["site.css"]
 mathjax_path = "mathjax/tex-svg.js"
 html_show_sphinx = False
+# What is copied from a session is what was typed.
+copybutton_prompt_text = r">>> |\.\.\. |\$ |> "
+copybutton_prompt_is_regexp = True
 html_show_copyright = False
 html_copy_source = False
 html_show_sourcelink = False
