@@ -4,6 +4,7 @@
 import json
 import runpy
 from pathlib import Path
+from typing import Any
 
 import numpy as np
 import pytest
@@ -35,11 +36,11 @@ def drive(command: str, measured: str) -> None:
     runpy.run_path(str(GENERATOR))["main"](["--run", command, measured])
 
 
-def as_json(capsys: pytest.CaptureFixture[str], *arguments: str, code: int = 0) -> dict:  # type: ignore[type-arg]
+def as_json(capsys: pytest.CaptureFixture[str], *arguments: str, code: int = 0) -> dict[str, Any]:
     """What a command prints with --json."""
     capsys.readouterr()
     assert run([*arguments, "--json"]) == code
-    found: dict = json.loads(capsys.readouterr().out)  # type: ignore[type-arg]
+    found: dict[str, Any] = json.loads(capsys.readouterr().out)
     return found
 
 

@@ -28,7 +28,7 @@ def options(tmp_path: Path) -> works.Options:
     return works.Options(str(tmp_path / "diary"))
 
 
-def tasks(folder: Path, texts: list[str], options: works.Options, work=works.copy) -> list[Task]:  # type: ignore[no-untyped-def]
+def tasks(folder: Path, texts: list[str], options: works.Options, work: works.Work = works.copy) -> list[Task]:
     found = []
     for index, text in enumerate(texts):
         source = folder / f"in/{index:03}.txt"

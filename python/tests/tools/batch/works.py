@@ -6,6 +6,7 @@ from __future__ import annotations
 import os
 import signal
 import time
+from collections.abc import Callable
 from dataclasses import dataclass
 from pathlib import Path
 from typing import Any
@@ -14,6 +15,7 @@ from velmora.tools.batch.tasks import Stage, Task
 from velmora.tools.errors import DataError
 
 Result = tuple[list[dict[str, Any]], list[str]]
+Work = Callable[[Task, Stage], Result]
 
 
 @dataclass(frozen=True)

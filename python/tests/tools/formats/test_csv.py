@@ -18,7 +18,7 @@ from velmora.tools.recording import Recording
 
 def parse(text: str | bytes, **options: object) -> Recording:
     data = text if isinstance(text, bytes) else text.encode()
-    (recording,) = csv_reader.parse("log.csv", data, ReadOptions(**options))  # type: ignore[arg-type]
+    (recording,) = csv_reader.parse("log.csv", data, ReadOptions(**options))  # type: ignore[arg-type]  # any options
     return recording
 
 

@@ -7,6 +7,7 @@ import os
 import shutil
 import tempfile
 from pathlib import Path
+from typing import TYPE_CHECKING
 
 import numpy as np
 from numpy.typing import NDArray
@@ -16,6 +17,9 @@ from velmora.tools.formats.bag_decode import JOINT_STATE
 from velmora.tools.formats.bag_layout import walk
 from velmora.tools.options import WriteOptions
 from velmora.tools.recording import Recording
+
+if TYPE_CHECKING:
+    from rosbags.typesys.store import Typestore
 
 COMPRESSIONS = ("zstd", "none")
 _TOPIC = "/joint_states"
@@ -103,7 +107,7 @@ def _by_joints(recording: Recording, rows: NDArray[np.intp]) -> list[tuple[NDArr
 
 
 def _serialised(
-    store: object,
+    store: Typestore,
     recording: Recording,
     options: WriteOptions,
     there: NDArray[np.intp],
@@ -117,15 +121,15 @@ def _serialised(
         for quantity, field in quantities.items()
         if quantity in options.columns and getattr(recording, quantity) is not None
     }
-    types = store.types  # type: ignore[attr-defined]
+    types = store.types
     empty = np.empty(0)
     message = types[JOINT_STATE](
         types["std_msgs/msg/Header"](types["builtin_interfaces/msg/Time"](0, 0), ""),
         [recording.joints[joint] for joint in there],
         *(values[field][0] if field in values else empty for field in quantities.values()),
     )
-    one = np.frombuffer(bytes(store.serialize_cdr(message, JOINT_STATE)), np.uint8)  # type: ignore[attr-defined]
-    spans = walk(one.tobytes(), 0, len(one), JOINT_STATE, store.fielddefs, True).spans  # type: ignore[attr-defined]
+    one = np.frombuffer(bytes(store.serialize_cdr(message, JOINT_STATE)), np.uint8)
+    spans = walk(one.tobytes(), 0, len(one), JOINT_STATE, store.fielddefs, True).spans
     matrix = np.tile(one, (len(rows), 1))
     seconds, nanoseconds = np.divmod(stamps, _SECOND)
     for name, numbers, kind in (("sec", seconds, "<i4"), ("nanosec", nanoseconds, "<u4")):

@@ -183,7 +183,7 @@ def _clock(source: str, fields: Sequence[Field], options: ReadOptions) -> tuple[
             return (index,), field.unit or found.unit, f"column {quoted(field.name)} by its name"
     lower = [name.lower() for name in names]
     for index, name in enumerate(lower):
-        prefix, word = re.fullmatch(r"(.*?)([a-z]*)", name, re.DOTALL).groups()  # type: ignore[union-attr]
+        prefix, word = re.fullmatch(r"(.*?)([a-z]*)", name, re.DOTALL).groups()  # type: ignore[union-attr]  # every text matches
         if word in SECOND_NAMES and fields[index].numeric:
             for other in NANOSECOND_NAMES:
                 if prefix + other in lower:

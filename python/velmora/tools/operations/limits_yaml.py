@@ -94,8 +94,7 @@ def _find(node: Node | None, name: str, depth: int) -> Node | None:
                         found: Node = value
                         return found
                     below.append(value)
-        seen: set[int] = set()
-        level = [entry for entry in below if id(entry) not in seen and not seen.add(id(entry))]  # type: ignore[func-returns-value]
+        level = list({id(entry): entry for entry in below}.values())  # an alias is the same node again
     return None
 
 
