@@ -9,6 +9,7 @@
 #include "internal/row_lanes.hpp"
 #include "internal/shapes.hpp"
 #include "internal/throw_invalid_argument.hpp"
+#include "internal/unwritten_matrix.hpp"
 
 namespace velmora::control::shaper {
 namespace {
@@ -88,7 +89,7 @@ Matrix BlendArrays(const Matrix& raw, const Matrix& shaped, const std::variant<d
     internal::ThrowInvalidArgument("raw and shaped arrays must have the same shape");
   }
   if (std::holds_alternative<double>(weight)) {
-    Matrix blend(raw.rows(), raw.cols());
+    Matrix blend = internal::UnwrittenMatrix(raw.rows(), raw.cols());
     internal::RunKernel<UniformBlendKernel>(raw.data(), shaped.data(), std::get<double>(weight), raw.size(),
                                             blend.data());
     return blend;
@@ -97,7 +98,7 @@ Matrix BlendArrays(const Matrix& raw, const Matrix& shaped, const std::variant<d
   if (weights.size() != raw.rows()) {
     internal::ThrowInvalidArgument("per-sample shaping weights must match the sample count");
   }
-  Matrix blend(raw.rows(), raw.cols());
+  Matrix blend = internal::UnwrittenMatrix(raw.rows(), raw.cols());
   internal::RunKernel<PerSampleBlendKernel>(raw.data(), shaped.data(), weights.data(), raw.rows(), raw.cols(),
                                             blend.data());
   return blend;

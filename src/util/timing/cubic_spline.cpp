@@ -11,6 +11,7 @@
 #include "internal/finiteness.hpp"
 #include "internal/row_lanes.hpp"
 #include "internal/throw_invalid_argument.hpp"
+#include "internal/unwritten_matrix.hpp"
 #include "util/timing/knot_second_derivatives.hpp"
 #include "util/timing/time_search.hpp"
 
@@ -151,7 +152,8 @@ Matrix BuildCubicSpline(const Vector& x, const Matrix& y) {
 SplineSamples EvaluateCubicSpline(const Vector& x, const Matrix& y, const Matrix& m, const Vector& query_times) {
   const Index queries = query_times.size();
   const Index joints = y.cols();
-  SplineSamples samples{Matrix(queries, joints), Matrix(queries, joints), Matrix(queries, joints), true};
+  SplineSamples samples{internal::UnwrittenMatrix(queries, joints), internal::UnwrittenMatrix(queries, joints),
+                        internal::UnwrittenMatrix(queries, joints), true};
   const SplineRows spline{x.data(), y.data(), m.data(), x.size(), joints};
   const SampleRows rows{samples.values.data(), samples.first_derivatives.data(), samples.second_derivatives.data()};
   samples.all_finite = internal::RunKernel<EvaluationKernel>(&spline, query_times.data(), queries, &rows);

@@ -6,6 +6,7 @@
 #include "internal/finiteness.hpp"
 #include "internal/row_lanes.hpp"
 #include "internal/throw_invalid_argument.hpp"
+#include "internal/unwritten_matrix.hpp"
 
 namespace velmora::util::timing {
 namespace {
@@ -52,7 +53,7 @@ Matrix SampleAlignedFirstDifference(const Matrix& signal, double sample_spacing)
   if (!internal::IsFinite(sample_spacing) || sample_spacing <= 0.0) {
     internal::ThrowInvalidArgument("sample_spacing must be finite and positive.");
   }
-  Matrix difference(samples, signal.cols());
+  Matrix difference = internal::UnwrittenMatrix(samples, signal.cols());
   if (samples == 0) return difference;
 
   internal::RunKernel<UniformDifferenceKernel>(signal.data(), sample_spacing, samples, signal.cols(),
@@ -67,7 +68,7 @@ Matrix SampleAlignedFirstDifference(const Matrix& signal, const Vector& sample_s
   if (sample_spacing.size() != samples) {
     internal::ThrowInvalidArgument("sample_spacing length must match signal samples.");
   }
-  Matrix difference(samples, signal.cols());
+  Matrix difference = internal::UnwrittenMatrix(samples, signal.cols());
   if (samples == 0) return difference;
 
   if (!internal::RunKernel<TimedDifferenceKernel>(signal.data(), sample_spacing.data(), samples, signal.cols(),

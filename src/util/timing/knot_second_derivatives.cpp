@@ -8,6 +8,7 @@
 
 #include "internal/cpu_dispatch.hpp"
 #include "internal/row_lanes.hpp"
+#include "internal/unwritten_matrix.hpp"
 #include "util/timing/dense_solve.hpp"
 #include "util/timing/knot_factors.hpp"
 #include "util/timing/knot_substitution.hpp"
@@ -44,7 +45,7 @@ struct RightHandSideKernel {
 };
 
 Matrix RightHandSide(const Vector& h, const Matrix& y) {
-  Matrix right_hand_side(y.rows(), y.cols());
+  Matrix right_hand_side = internal::UnwrittenMatrix(y.rows(), y.cols());
   right_hand_side.topRows(1).setZero();
   right_hand_side.bottomRows(1).setZero();
   internal::RunKernel<RightHandSideKernel>(h.data(), y.data(), right_hand_side.data(), y.rows(), y.cols());

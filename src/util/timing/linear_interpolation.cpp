@@ -12,6 +12,7 @@
 #include "internal/cpu_dispatch.hpp"
 #include "internal/finiteness.hpp"
 #include "internal/row_lanes.hpp"
+#include "internal/unwritten_matrix.hpp"
 #include "util/timing/time_search.hpp"
 
 namespace velmora::util::timing {
@@ -151,7 +152,7 @@ struct InterpolationKernel {
 }  // namespace
 
 InterpolatedRows InterpolateRowsLinear(const Vector& query_times, const Vector& sample_times, const Matrix& values) {
-  InterpolatedRows rows{Matrix(query_times.size(), values.cols()), true};
+  InterpolatedRows rows{internal::UnwrittenMatrix(query_times.size(), values.cols()), true};
   rows.all_finite =
       internal::RunKernel<InterpolationKernel>(query_times.data(), query_times.size(), sample_times.data(),
                                                sample_times.size(), values.data(), values.cols(), rows.values.data());

@@ -10,6 +10,7 @@
 
 #include "internal/cpu_dispatch.hpp"
 #include "internal/row_lanes.hpp"
+#include "internal/unwritten_matrix.hpp"
 
 namespace velmora::util::timing {
 namespace {
@@ -164,7 +165,7 @@ Matrix ThreePointSampleDerivative(const Matrix& signal, const Vector& time) {
   const Index samples = signal.rows();
   if (samples < 2) return Matrix::Zero(samples, signal.cols());
 
-  Matrix derivative(samples, signal.cols());
+  Matrix derivative = internal::UnwrittenMatrix(samples, signal.cols());
   if (samples == 2) {
     derivative.row(0) = (signal.row(1) - signal.row(0)) / (time[1] - time[0]);
     derivative.row(1) = derivative.row(0);
