@@ -161,12 +161,14 @@ void RegisterStreamingShaper(nb::module_& module) {
                   "velmora._typing.Real) -> None"))
       .def(
           "step", [](StreamingShaper& self, const JointSample& raw) { return JointSample(self.Step(raw)); },
-          nb::arg("raw"), kStepDocstring)
+          nb::arg("raw"), nb::lock_self(), kStepDocstring)
       .def(
-          "step_tail", [](StreamingShaper& self) { return JointSample(self.StepTail()); }, kTailDocstring)
+          "step_tail", [](StreamingShaper& self) { return JointSample(self.StepTail()); }, nb::lock_self(),
+          kTailDocstring)
       .def(
-          "hard_stop", [](StreamingShaper& self) { return JointSample(self.HardStop()); }, kStopDocstring)
-      .def_prop_ro("at_rest", &StreamingShaper::AtRest);
+          "hard_stop", [](StreamingShaper& self) { return JointSample(self.HardStop()); }, nb::lock_self(),
+          kStopDocstring)
+      .def_prop_ro("at_rest", &StreamingShaper::AtRest, nb::for_getter(nb::lock_self()));
 }
 
 }  // namespace velmora::python

@@ -16,11 +16,14 @@ GENERATOR = Path(__file__).parents[3] / "examples" / "data" / "generate_vibratin
 
 @pytest.fixture(scope="module")
 def machine(tmp_path_factory: pytest.TempPathFactory) -> Path:
-    """A folder with ringdown.csv, move.csv and before.csv, what the encoders see of the raw move."""
+    """A folder with ringdown.csv, move.csv, before.csv (what the encoders see of the raw move) and limits.yaml."""
     folder = tmp_path_factory.mktemp("machine")
     generate = runpy.run_path(str(GENERATOR))["main"]
     generate([str(folder)])
     generate(["--run", str(folder / "move.csv"), str(folder / "before.csv")])
+    (folder / "limits.yaml").write_text(
+        "joint_limits:\n  base:\n    has_velocity_limits: true\n    max_velocity: 5.0\n", encoding="utf-8"
+    )
     return folder
 
 
@@ -109,9 +112,6 @@ def test_a_range_replaces_what_is_assumed(here: Path, capsys: pytest.CaptureFixt
 
 
 def test_shaping_keeps_the_promise_of_its_report(here: Path, capsys: pytest.CaptureFixture[str]) -> None:
-    (here / "limits.yaml").write_text(
-        "joint_limits:\n  base:\n    has_velocity_limits: true\n    max_velocity: 5.0\n", encoding="utf-8"
-    )
     report = as_json(
         capsys,
         *("shape", "move.csv", "--mode", "5:0.02", "--shaper", "zvd", "--weight", "0.7"),
@@ -214,9 +214,10 @@ def test_a_report_of_each_command_has_its_section(here: Path, capsys: pytest.Cap
     for arguments, title in (
         (["identify", "ringdown.csv"], "Vibration"),
         (["shapers", "--mode", "5:0.02"], "Shapers"),
-        (["shape", "move.csv", "--mode", "5:0.02", "-o", "reported.csv"], "What is left of the vibration"),
+        (["shape", "move.csv", "--mode", "5:0.02", "--limits", "limits.yaml", "-o", "reported.csv"], "after shaping"),
         (["verify", "before.csv", "same.csv", "--mode", "5:0.02", "--weight", "0"], "Measured against predicted"),
     ):
         name = f"{arguments[0]}.html"
         assert run([*arguments, "--report", name]) == 0
-        assert title in (here / name).read_text(encoding="utf-8")
+        page = (here / name).read_text(encoding="utf-8")
+        assert title in page and "\ufffd" not in page

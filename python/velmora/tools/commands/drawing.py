@@ -110,7 +110,7 @@ def report_data(recording: Recording, options: DrawingWork, digest: str) -> tupl
         joints=recording.joints,
         before=Track(before.time, _Lazy(before), gaps.before.astype(np.int64)),
         after=_after(fit, pieces),
-        limits={} if limits is None else _bounds(limits),
+        limits={} if limits is None else bounds_of(limits),
         violations=() if verdict is None or limits is None else _all_violations(fit, verdict, pieces, limits),
         facts=tuple(Fact(line[:11].strip(), line[11:]) for line in info_lines({**report, "peaks": None})[1:]),
         notes=tuple(notes),
@@ -159,7 +159,8 @@ def _after(recording: Recording, pieces: list[Resampled]) -> Track | None:
     return Track(np.concatenate(times), values, ends.astype(np.int64))
 
 
-def _bounds(limits: JointLimits) -> dict[Quantity, Bounds]:
+def bounds_of(limits: JointLimits) -> dict[Quantity, Bounds]:
+    """The limits of a recording as its report shows them."""
     found: dict[Quantity, Bounds] = {}
     for quantity, plural in PLURALS.items():
         box = getattr(limits.boxes, quantity)

@@ -174,5 +174,7 @@ def _write_report(ctx: click.Context, recording: Recording, found: Identificatio
         picture=png(_figure(recording, found)),
         picture_description="The free decay beside its fit, and its spectrum with the modes",
     )
-    data = shared.report_data(ctx, recording, trajectory_of(recording), None, sections=(section,))
+    data = shared.report_data(
+        ctx, recording, trajectory_of(recording), None, sections=(section,), work="identification"
+    )
     shared.write_report(data, values["report"], values["force"])

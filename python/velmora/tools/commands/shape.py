@@ -126,7 +126,8 @@ def command(ctx: click.Context, /, **values: Any) -> int:
         if values["plot"] is not None:
             shared.write_picture(_figure(done, reports[0]), values["plot"], values["force"])
         if values["report"] is not None:
-            _write_report(ctx, fit, done, reports[0], values)
+            limits = None if options.limits is None else for_joints(options.limits, fit.source, fit.joints)
+            _write_report(ctx, fit, done, reports[0], limits, values)
     return result.exit_code
 
 
@@ -289,8 +290,14 @@ def _figure(done: Shaped, report: JsonObject) -> Figure:
 
 
 def _write_report(
-    ctx: click.Context, recording: Recording, done: Shaped, report: JsonObject, values: dict[str, Any]
+    ctx: click.Context,
+    recording: Recording,
+    done: Shaped,
+    report: JsonObject,
+    limits: JointLimits | None,
+    values: dict[str, Any],
 ) -> None:
+    from velmora.tools.commands.drawing import bounds_of
     from velmora.tools.report.data import Section, Table
     from velmora.tools.report.vibration_pictures import png
 
@@ -305,5 +312,14 @@ def _write_report(
         "Peaks before and after",
         table=Table(PEAK_HEAD, tuple(tuple(row) for row in _peak_rows(report))),
     )
-    data = shared.report_data(ctx, recording, done.raw, done.trajectory, sections=(left, peaks), notes=done.warnings)
+    data = shared.report_data(
+        ctx,
+        recording,
+        done.raw,
+        done.trajectory,
+        sections=(left, peaks),
+        notes=done.warnings,
+        work="shaping",
+        limits={} if limits is None else bounds_of(limits),
+    )
     shared.write_report(data, values["report"], values["force"])

@@ -215,5 +215,5 @@ def _write_report(
         )
     from velmora.tools.operations.resample import trajectory_of
 
-    data = shared.report_data(ctx, recording, trajectory_of(recording), None, sections=(section,))
+    data = shared.report_data(ctx, recording, trajectory_of(recording), None, sections=(section,), work="comparison")
     shared.write_report(data, values["report"], values["force"])

@@ -162,5 +162,7 @@ def _write_report(
         picture=png(_figure(before, after, found)),
         picture_description="Both measured vibrations over each other",
     )
-    data = shared.report_data(ctx, before, trajectory_of(before), trajectory_of(after), sections=(section,))
+    data = shared.report_data(
+        ctx, before, trajectory_of(before), trajectory_of(after), sections=(section,), work="comparison"
+    )
     shared.write_report(data, values["report"], values["force"])

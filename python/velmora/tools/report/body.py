@@ -44,7 +44,7 @@ def body(
         f'<dl class="summary">{figures}</dl></header><main>',
         f'<ul class="notes" aria-label="Notes">{notes}</ul>' if notes else "",
         html.section("Recording", html.facts(data.facts) if data.facts else ""),
-        html.section("Resampling", html.facts(data.options) if data.options else ""),
+        html.section(data.work.capitalize(), html.facts(data.options) if data.options else ""),
         html.section("Violations", tables.violations(data) if data.violations else "", "violations"),
         html.section("Curves", _curves(data, _curve_notes(data, joints, tracks)), "curves"),
         html.section("Peaks and limits", f'<div class="peaks">{tables.peaks(data, peaks)}</div>' if peaks else ""),
@@ -65,7 +65,7 @@ def _verdict(data: ReportData, peaks: Peaks) -> str:
     if not data.limits:
         return '<p class="verdict none">no limits given</p>'
     name = data.tracks()[-1][0]
-    which = " after resampling" if name == "after" else ""
+    which = f" after {data.work}" if name == "after" else ""
     joints = len({joint for quantity in data.limits for joint in tables.outside(data, peaks, name, quantity)})
     if not joints:
         return f'<p class="verdict good">within all given limits{which}</p>'
@@ -120,7 +120,7 @@ def _spectrum_text(number: int) -> str:
 
 
 def _section(section: Section, plot: int) -> str:
-    parts = [f"<p>{escaped(section.text)}</p>" if section.text else ""]
+    parts = [f"<p>{escaped(line)}</p>" for line in section.text.splitlines()]
     if section.plot is not None:
         parts.append(f'<div class="plot" data-plot="{plot}"></div>')
     if section.picture is not None:

@@ -142,6 +142,8 @@ class ReportData:
         What made the report, and of what. Empty ones are left out.
     sections : sequence of `Section`
         Further parts, shown after the curves.
+    work : str
+        What was done to the recording, of which `after` is the result and `options` tell.
     unit : str
         Unit of the positions.
     created : str
@@ -161,6 +163,7 @@ class ReportData:
     version: str = ""
     input_sha256: str = ""
     sections: tuple[Section, ...] = ()
+    work: str = "resampling"
     unit: str = "rad"
     created: str = ""
 
