@@ -51,7 +51,7 @@ def shape(times, positions):
     queries = np.concatenate([times, tail])
     spline = CubicSpline(times, positions)
     shaped = [np.zeros((len(queries), positions.shape[1])) for _ in range(3)]
-    for delay, amplitude in zip(delays, amplitudes):
+    for delay, amplitude in zip(delays, amplitudes, strict=True):
         delayed = queries - delay
         shaped[0] += amplitude * spline(np.clip(delayed, times[0], times[-1]))
         moving = slice(*np.searchsorted(delayed, [times[0], np.nextafter(times[-1], np.inf)]))
@@ -60,7 +60,12 @@ def shape(times, positions):
     return tuple(shaped)
 
 
-JOBS = {"derivative": ("numpy", derivative), "linear": ("numpy", linear), "cubic": ("scipy", cubic), "shape": ("scipy", shape)}
+JOBS = {
+    "derivative": ("numpy", derivative),
+    "linear": ("numpy", linear),
+    "cubic": ("scipy", cubic),
+    "shape": ("scipy", shape),
+}
 
 
 def recording(samples, joints):
