@@ -101,7 +101,7 @@ def test_info_reports_on_broken_recordings(tmp_path: Path) -> None:
     assert "BROKEN: 1 falling time; 1 repeated time" in run.out
     assert "           falling times: row 6\n           repeated times: row 5\n" in run.out
     assert "  missing: 1 cell of a, row 3\n" in run.out
-    assert "  not finite: 1 cell of 'b', row 4\n" in run.out
+    assert "  not finite: 1 cell of b, row 4\n" in run.out
     assert (
         "  FAULT    b.csv:3: 'a' is missing; a finite number was expected; --missing drop leaves such rows out\n"
         in run.out

@@ -116,3 +116,17 @@ def test_names_from_files_make_no_folders() -> None:
     assert of_recording("out/{group}.csv", "/joint_states", True, None) == "out/joint_states.csv"
     assert of_recording("out/{group}.csv", "..", True, None) == "out/_.csv"
     assert of_recording("out/{group}.csv", "a\x1b\n", True, None) == "out/a??.csv"
+
+
+def test_folders_far_away() -> None:
+    far = pytest.importorskip("fsspec").filesystem("memory")
+    for name in ("a.csv", "deep/b.parquet", "deep/notes.md"):
+        far.pipe(f"/tree/{name}", b"")
+    assert [(entry.path, entry.parent) for entry in expand(["memory://tree"])] == [
+        ("memory:///tree/a.csv", ""),
+        ("memory:///tree/deep/b.parquet", "deep"),
+    ]
+    assert [entry.path for entry in expand(["memory://tree/gone.csv"])] == ["memory://tree/gone.csv"]
+    far.pipe("/empty/notes.md", b"")
+    with pytest.raises(DataError, match=r"^memory://empty: the folder holds no recording; files such as "):
+        expand(["memory://empty"])

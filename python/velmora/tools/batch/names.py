@@ -105,7 +105,17 @@ def _expand_remote(address: str) -> list[Input]:
 
     filesystem, name = fsspec.core.url_to_fs(address)
     if not glob.has_magic(address):
-        return [Input(address)]
+        if formats.is_recording(address) or not filesystem.isdir(name):
+            return [Input(address)]
+        root = str(filesystem.unstrip_protocol(name)).rstrip("/") + "/"
+        found = sorted(str(filesystem.unstrip_protocol(path)) for path in filesystem.find(name))
+        inside = [path for path in found if formats.is_recording(path)]
+        if not inside:
+            raise DataError(
+                f"{address}: the folder holds no recording; files such as {', '.join(formats.suffixes()[:4])} were "
+                "expected"
+            )
+        return [Input(path, path.removeprefix(root).rpartition("/")[0]) for path in inside]
     matches = sorted(str(filesystem.unstrip_protocol(match)) for match in filesystem.glob(name))
     if not matches:
         raise DataError(f"{address}: no file has such a name; at least one was expected")

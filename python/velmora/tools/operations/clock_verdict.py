@@ -117,6 +117,8 @@ def _summary(
         faults = [count(repeated, "repeated time")] if repeated else []
         return "; ".join(["no steps", *faults, *([count(falling, "falling time")] if falling else [])])
     words = []
+    # Below a billionth of a step it is the rounding of the times, not the clock.
+    jitter_s = jitter_s if jitter_s > 1e-9 * median_s else 0.0
     if falling:
         words.append(f"BROKEN: {count(falling, 'falling time')}")
     if repeated:
