@@ -53,6 +53,12 @@ def test_an_offset_biases_nothing() -> None:
     assert plain.phases_rad[0] == pytest.approx(0.4, abs=1e-6)
 
 
+def test_a_few_samples_of_a_clear_swing_are_enough() -> None:
+    t = np.arange(18) / 36.0
+    (mode,) = identify_modes(t, np.exp(-0.3 * t) * np.cos(31.4 * t)).modes
+    assert mode.frequency_hz.value == pytest.approx(np.hypot(0.3, 31.4) / (2.0 * np.pi), rel=1e-6)
+
+
 def test_a_creep_towards_rest_is_no_mode_and_biases_none() -> None:
     rng = np.random.default_rng(2)
     t = np.arange(1000) / 250.0
