@@ -6,11 +6,13 @@ import runpy
 from pathlib import Path
 from typing import Any
 
+import jsonschema
 import numpy as np
 import pytest
 from velmora import shaping
 from velmora.tools.main import run
 
+SCHEMA = json.loads((Path(__file__).parents[3] / "docs" / "reference" / "report.schema.json").read_text())
 GENERATOR = Path(__file__).parents[3] / "examples" / "data" / "generate_vibrating_machine.py"
 
 
@@ -116,7 +118,9 @@ def test_shaping_keeps_the_promise_of_its_report(here: Path, capsys: pytest.Capt
         capsys,
         *("shape", "move.csv", "--mode", "5:0.02", "--shaper", "zvd", "--weight", "0.7"),
         *("-o", "calm7.csv", "--limits", "limits.yaml", "--period", "0.01"),
-    )["files"][0]["recordings"][0]
+    )
+    jsonschema.validate(report, SCHEMA)
+    (report,) = report["files"][0]["recordings"]
     assert report["added_s"] == pytest.approx(0.2, rel=1e-3)
     assert 0.0 < report["lag_s"] < 0.1
     (mode,) = report["modes"]
@@ -125,10 +129,10 @@ def test_shaping_keeps_the_promise_of_its_report(here: Path, capsys: pytest.Capt
     assert mode["predicted"] == pytest.approx(0.3 * decay, rel=1e-6)
     assert mode["swing_after"] / mode["swing_before"] == pytest.approx(mode["predicted"], rel=0.01)
     assert mode["delays_rounded"] == pytest.approx(mode["predicted"], abs=0.02)
-    for peak in report["peaks"]:
+    for peak in report["peaks_beside"]:
         if peak["quantity"] != "jerk":
             assert abs(peak["after"]) <= abs(peak["before"]) * 1.001
-    assert any(peak["limit"] is not None for peak in report["peaks"])
+    assert any(peak["limit"] is not None for peak in report["peaks_beside"])
     raw = np.loadtxt("move.csv", delimiter=",", skiprows=1)
     calm = np.genfromtxt("calm7.csv", delimiter=",", skip_header=1)
     assert calm.shape[0] == raw.shape[0] + round(0.2 / 0.004) + (1 if report["added_s"] > 0.2 else 0)

@@ -170,7 +170,7 @@ LEFT_HEAD = ("mode", "swing before", "after", "left", "predicted", "worst in ran
 
 def _peak_rows(report: JsonObject) -> list[list[str]]:
     rows = []
-    for peak in report["peaks"]:
+    for peak in report["peaks_beside"]:
         before, after, bound = abs(peak["before"]), abs(peak["after"]), peak["limit"]
         limit = None if bound is None else max(-bound["lower"], bound["upper"])
         verdict = "" if limit is None else ("over" if after > limit * 1.000001 else "ok")
@@ -200,8 +200,9 @@ def _percent(share: float) -> str:
 
 def _lines(report: JsonObject) -> list[str]:
     shaper = report["shaper"]
+    (output,) = report["outputs"]
     lines = [
-        f"{report['source']} -> {'standard output' if report['output'] == '-' else report['output']}",
+        f"{report['source']} -> {'standard output' if output == '-' else output}",
         f"  {_how(report)}: {1e3 * report['added_s']:.4g} ms longer, {1e3 * report['lag_s']:.4g} ms of lag, "
         f"{report['path_deviation']:.3g} off the path",
         *table(LEFT_HEAD, _left_rows(report)),
@@ -247,7 +248,10 @@ def _object(
 
     return {
         "source": recording.source,
-        "output": target,
+        "samples": recording.positions.shape[0],
+        "duration_s": float(done.raw.duration_s),
+        "samples_out": done.recording.positions.shape[0],
+        "outputs": [target],
         "shaper": {
             "name": options.shaper,
             "weight": options.weight,
@@ -265,7 +269,7 @@ def _object(
                 shared.mode_objects([one.known for one in done.left]), done.left, done.rounded, strict=True
             )
         ],
-        "peaks": [peak(level, j) for level in LEVELS for j in range(len(recording.joints))],
+        "peaks_beside": [peak(level, j) for level in LEVELS for j in range(len(recording.joints))],
         "warnings": list(done.warnings),
     }
 
