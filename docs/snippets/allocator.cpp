@@ -28,8 +28,8 @@ int main(int argc, char**) {
     //! [mallopt]
   }
   const JointTrajectory move = TrajectoryAtSpacing(Matrix::Random(1'000, 7), 0.004);
-  constexpr int calls = 5'000;
-  constexpr int first_calls = 500;
+  constexpr int calls = 1'000;
+  constexpr int first_calls = 100;
   long faults = 0;
   std::clock_t start = 0;
   for (int call = 0; call < calls + first_calls; ++call) {
