@@ -7,6 +7,7 @@ from pathlib import Path
 
 import velmora
 from cycler import cycler
+from docutils import nodes
 
 ROOT = Path(__file__).resolve().parents[1]
 
@@ -20,20 +21,18 @@ extensions = [
     "myst_nb",
     "numpydoc",
     "sphinx.ext.autodoc",
-    "sphinx.ext.graphviz",
     "sphinx.ext.mathjax",
     "sphinx_click",
     "sphinx_copybutton",
     "sphinx_design",
 ]
 # What depends on what, drawn from the includes of the tree as it is.
-graphviz_output_format = "svg"
-architecture = ROOT / "build" / "docs" / "architecture.dot"
+architecture = ROOT / "build" / "docs" / "architecture.svg"
 architecture.parent.mkdir(parents=True, exist_ok=True)
-draw = subprocess.run(
+graph = subprocess.run(
     [sys.executable, ROOT / "docs" / "figures" / "architecture.py", ROOT], capture_output=True, check=True
-)
-architecture.write_bytes(draw.stdout)
+).stdout
+subprocess.run(["dot", "-Tsvg", "-o", architecture], input=graph, check=True)
 
 exclude_patterns = ["snippets", "node_modules"]
 nitpicky = True
@@ -90,6 +89,8 @@ html_theme = "furo"
 html_title = f"velmora {release}"
 html_static_path = ["_static"]
 html_css_files = ["site.css"]
+html_js_files = [("site.js", {"defer": "defer"})]
+html_favicon = "_static/icon.svg"
 mathjax_path = "mathjax/tex-svg.js"
 html_show_sphinx = False
 # What is copied from a session is what was typed.
@@ -122,6 +123,14 @@ def without_types(app, what, name, item, options, signature, returned):
     return f"({ast.unparse(arguments)})", None
 
 
+def dashes(app, doctree):
+    """Set the dashes between a parameter and its text, which without smartquotes are two hyphens."""
+    for text in list(doctree.findall(nodes.Text)):
+        if text == " -- ":
+            text.parent.replace(text, nodes.Text(" – "))
+
+
 def setup(app):
+    app.connect("doctree-read", dashes)
     app.connect("autodoc-process-signature", without_types)
     app.connect("sphinx-click-process-epilog", escape_patterns)

@@ -146,4 +146,4 @@ def test_pages_are_quiet_accessible_and_fit(browser: Browser, address: str, size
         page.screenshot(path=picture, full_page=True)
         page.close()
     context.close()
-    assert findings == []
+    assert findings == [], "\n".join(findings)
