@@ -17,7 +17,7 @@ import velmora as vm
 from velmora.tools.operations.peaks import Peaks, joined, trajectory_peaks
 from velmora.tools.recording import Recording
 
-CELLS_AT_ONCE = 1 << 20
+CELLS_AT_ONCE = 1 << 21
 # With values and times of such sizes nothing overflows on the way: a spline fails for all joints or for none.
 TAME_POSITION, TAME_STEP_S = 1e100, 1e-50
 
