@@ -7,6 +7,6 @@ pip install '.[tools]'
 # [python]
 # [cpp]
 cmake -S . -B build
-cmake --build build
+cmake --build build -j "$(nproc)"
 cmake --install build --prefix ~/velmora
 # [cpp]
