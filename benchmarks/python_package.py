@@ -85,7 +85,7 @@ def cpp_rounds(samples, tunables):
     command = [PROGRAM, f"--benchmark_filter=^({names})/library/{samples}/{JOINTS}$", "--benchmark_format=json"]
     command += [
         "--benchmark_repetitions=5",
-        f"--benchmark_min_time={ROUND_S}s",
+        f"--benchmark_min_time={ROUND_S}",
         "--benchmark_enable_random_interleaving=true",
     ]
     for entry in run(list(map(str, command)), tunables)["benchmarks"]:

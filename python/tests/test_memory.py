@@ -148,6 +148,35 @@ def test_a_block_beyond_the_bound_is_not_kept() -> None:
     assert _core._kept_buffer_bytes() == 0  # type: ignore[attr-defined]  # not in the stubs
 
 
+KEPT_IN_THE_WAY = """
+import pathlib, resource
+import numpy as np
+import velmora as vm
+from velmora import _core
+
+wanted = np.zeros((3_000_000, 1))
+many = [vm.smootherstep(np.zeros(1_000_000)) for _ in range(4)]
+del many
+assert _core._kept_buffer_bytes() > 24_000_000
+mapped = int(pathlib.Path("/proc/self/statm").read_text().split()[0]) * resource.getpagesize()
+resource.setrlimit(resource.RLIMIT_AS, (mapped + 4_000_000, resource.RLIM_INFINITY))
+try:
+    vm.JointTrajectory(wanted, dt=-1.0)  # copies its argument first
+except vm.InvalidArgumentError:
+    print(_core._kept_buffer_bytes())
+"""
+
+
+def test_kept_buffers_make_room_where_memory_runs_out() -> None:
+    # Blocks of this size stand alone whatever the allocator learned before.
+    environment = {**os.environ, "GLIBC_TUNABLES": "glibc.malloc.mmap_threshold=131072", "OPENBLAS_NUM_THREADS": "1"}
+    run = subprocess.run(
+        [sys.executable, "-c", KEPT_IN_THE_WAY], env=environment, capture_output=True, text=True, check=False
+    )
+    assert run.returncode == 0, run.stderr
+    assert int(run.stdout) < 26_000_000  # of the refused argument alone
+
+
 @pytest.mark.filterwarnings("ignore::DeprecationWarning")
 def test_a_forked_process_goes_on() -> None:
     trajectory = make(5000)

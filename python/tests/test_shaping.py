@@ -7,6 +7,7 @@ import copy
 import math
 import pickle
 from collections.abc import Callable
+from typing import Any, cast
 
 import numpy as np
 import pytest
@@ -14,6 +15,9 @@ import velmora as vm
 from velmora import shaping
 
 MODE = shaping.VibrationMode(5.0, 0.02)
+LATE = shaping.ImpulseSequence([0.0, 1.7e308], [0.5, 0.5])
+PART = vm.ShapedTrajectory([[0.0]], [[0.0]], [[0.0]], [0.0])
+WIDER_PART = vm.ShapedTrajectory([[0.0, 0.0]], [[0.0, 0.0]], [[0.0, 0.0]], [1.0])
 
 
 def move(samples: int = 101, joints: int = 3) -> vm.JointTrajectory:
@@ -99,6 +103,27 @@ def test_derived_figures() -> None:
         ),
         (lambda: shaping.blended_sequence(shaping.zv(MODE), 1.1), "vibration_shaping_weight must be in [0.0, 1.0]"),
         (lambda: shaping.StreamingShaper(shaping.zv(MODE), -1, 0.005), "joints must be non-negative."),
+        (
+            lambda: shaping.residual_over_frequency(shaping.zv(MODE), MODE, [-1.0]),
+            "frequencies_hz must be finite and non-negative.",
+        ),
+        (lambda: shaping.residual_over_damping(shaping.zv(MODE), MODE, [1.0]), "damping_ratios must be in [0, 1)."),
+        (lambda: shaping.insensitivity(shaping.zv(MODE), MODE, 2.0), "tolerance must be in (0, 1)."),
+        (lambda: shaping.convolve(LATE, LATE), "ImpulseSequence.times_s must contain only finite values."),
+        (
+            lambda: shaping.specified_insensitivity(MODE, 6.0, 7.0, 0.05),
+            "mode.frequency_hz must lie between low_hz and high_hz.",
+        ),
+        (
+            lambda: shaping.path_deviation(move(joints=2), shaping.shape_trajectory(move(), LATE, times_s=[0.0])),
+            "trajectory and command must have the same number of joints.",
+        ),
+        (
+            lambda: shaping.join_move_and_tail(
+                shaping.ShapedCommand(PART, WIDER_PART, 0.0, 0.0, [0.0], [0.0], [0.0], [0.0])
+            ),
+            "command parts must have matching sample and joint shapes",
+        ),
     ],
 )
 def test_messages_of_the_library(call: Callable[[], object], message: str) -> None:
@@ -116,6 +141,37 @@ def test_arguments_of_other_kinds_are_named() -> None:
         shaping.shape_trajectory(move(), shaping.zv(MODE))
     with pytest.raises(ValueError, match="exactly one of sample_time_s and times_s"):
         shaping.shape_trajectory(move(), shaping.zv(MODE), 0.005, [0.0])
+
+
+def test_every_argument_of_another_kind_is_named() -> None:
+    zv, wrong = shaping.zv(MODE), cast(Any, "text")
+    command = shaping.shape_trajectory(move(), zv, 0.005)
+    sample = shaping.JointSample([1.0], [0.0], [0.0])
+    calls: list[tuple[Callable[[], object], str]] = [
+        (lambda: shaping.shape_trajectory(move(), cast(Any, 1.0), 0.005), "sequences"),
+        (lambda: shaping.shape_trajectory(move(), zv, 0.005, method=cast(Any, 1.5)), "method"),
+        (lambda: shaping.StreamingShaper(zv, cast(Any, 1.5), 0.005), "joints"),
+        (lambda: shaping.StreamingShaper(zv, 1, wrong), "sample_time_s"),
+        (lambda: shaping.JointSample([1.0], [0.0], wrong), "acceleration"),
+        (lambda: shaping.InsensitivityBand(1.0, 2.0, wrong), "width"),
+        (lambda: shaping.residual_over_frequency(zv, MODE, wrong), "frequencies_hz"),
+        (lambda: shaping.residual_over_damping(zv, MODE, wrong), "damping_ratios"),
+        (lambda: shaping.insensitivity(zv, MODE, wrong), "tolerance"),
+        (lambda: shaping.blended_sequence(zv, wrong), "weight"),
+        (lambda: shaping.specified_insensitivity(MODE, 4.0, 6.0, wrong), "tolerance"),
+        (lambda: shaping.ImpulseSequence([0.0], wrong), "amplitudes"),
+        (lambda: shaping.blend_shaped_trajectory(move(), command, wrong), "weight"),
+        (lambda: vm.ShapedTrajectory([[0.0]], [[0.0]], [[0.0]], wrong), "time"),
+    ]
+    for call, argument in calls:
+        with pytest.raises(TypeError, match=f"^{argument} must be "):
+            call()
+    for unfit in (lambda: shaping.join_move_and_tail(wrong), lambda: shaping.path_deviation(move(), wrong)):
+        with pytest.raises(TypeError):
+            unfit()
+    assert sample == shaping.JointSample([1.0], [0.0], [0.0])
+    for other in ([2.0], [0.0], [0.0]), ([1.0], [1.0], [0.0]), ([1.0], [0.0], [1.0]):
+        assert sample != shaping.JointSample(*other)
 
 
 def test_curves_and_the_band() -> None:
