@@ -298,7 +298,7 @@ def main() -> None:
         page = PAGE.read_text()
         head = (
             f"`./benchmarks/tools_speed.py` on {datetime.date.today()}: {cpu()}, {os.cpu_count()} cores, "
-            f"Python {platform.python_version()}."
+            f"Python {platform.python_version()}, load average {os.getloadavg()[2]:.1f}."
         )
         before, after = page[: page.index(BEGIN)], page[page.index(END) :]
         PAGE.write_text(f"{before}{BEGIN}\n\n{head}\n\n{table(kept)}\n\n{after}")

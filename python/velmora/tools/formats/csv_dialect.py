@@ -5,7 +5,7 @@ from __future__ import annotations
 
 import csv
 import re
-from collections.abc import Sequence
+from collections.abc import Iterator, Sequence
 from dataclasses import dataclass
 
 from velmora.tools.errors import DataError
@@ -112,15 +112,14 @@ def recognise(source: str, head: str, whole: bool) -> Dialect:
     DataError
         Without any line of data, with a line that is too long, or wider than any table of joints.
     """
-    lines = head.split("\n")
-    if not whole:
-        lines.pop()  # it may be cut
-    if not lines or max(map(len, lines[:_SAMPLE_LINES]), default=0) > MAX_LINE:
-        check_width(source, 1 + head.count(",") + head.count(";") + head.count("\t"))
-        raise DataError(f"{source}:1: a line is longer than {MAX_LINE:,} characters; lines of numbers were expected")
     comments = []
     data: list[tuple[int, str]] = []
-    for index, line in enumerate(lines):
+    for index, line in enumerate(_lines(head, whole)):
+        if line is None or (len(line) > MAX_LINE and index < _SAMPLE_LINES):
+            check_width(source, 1 + head.count(",") + head.count(";") + head.count("\t"))
+            raise DataError(
+                f"{source}:1: a line is longer than {MAX_LINE:,} characters; lines of numbers were expected"
+            )
         line = line.strip(" \r\v\f")
         if not line.strip():
             continue
@@ -140,6 +139,18 @@ def recognise(source: str, head: str, whole: bool) -> Dialect:
     # The rows below a header and its units show what numbers look like.
     decimal = "," if separator not in (",", "") and _has_decimal_commas(rows[min(2, len(rows) - 1) :]) else "."
     return _with_header(Dialect(separator, decimal, None, data[0][0], (), len(comments)), data, rows, comments)
+
+
+def _lines(head: str, whole: bool) -> Iterator[str | None]:
+    """The lines, found one by one since the first few tell the dialect; None where not even one is complete."""
+    start = 0
+    while (end := head.find("\n", start)) >= 0:
+        yield head[start:end]
+        start = end + 1
+    if whole:
+        yield head[start:]  # otherwise it may be cut
+    elif start == 0:
+        yield None
 
 
 def _separator(lines: Sequence[str]) -> str:
