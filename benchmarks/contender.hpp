@@ -18,7 +18,7 @@ constexpr Eigen::Index kLargestResampled = 100000;  // onto four times as many g
 template <typename Run>
 void AddContender(const std::string& job, const std::string& contender, Eigen::Index largest, Run run) {
   for (const Eigen::Index joints : {1, 7, 32}) {
-    for (const Eigen::Index samples : {10, 32, 100, 1000, 5000, 20000, 100000, 1000000}) {
+    for (const Eigen::Index samples : {10, 32, 100, 1000, 5000, 10000, 20000, 100000, 1000000}) {
       if (samples > largest) continue;
       const std::string name = job + '/' + contender + '/' + std::to_string(samples) + '/' + std::to_string(joints);
       benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
