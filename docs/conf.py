@@ -44,7 +44,7 @@ myst_enable_extensions = ["amsmath", "attrs_inline", "colon_fence", "deflist", "
 myst_heading_anchors = 3
 nb_execution_mode = "cache"
 nb_execution_cache_path = str(ROOT / "build/docs/executed")
-nb_execution_timeout = 180
+nb_execution_timeout = 600  # a page builds the libraries, which takes minutes on a busy machine
 nb_execution_raise_on_error = True
 nb_merge_streams = True
 
