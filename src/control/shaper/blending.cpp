@@ -70,14 +70,26 @@ VELMORA_ALWAYS_INLINE double SquaredDistance(const double* from, const double* t
   return j < joints ? sum + SquaredDifference<double>(from + j, to + j) : sum;
 }
 
+VELMORA_ALWAYS_INLINE void AddDistances(const double* positions, Index samples, Index joints, double* coordinate) {
+  double length = 0.0;
+  coordinate[0] = length;
+  const double* row = positions + joints;
+  for (Index i = 1; i < samples; ++i, row += joints) {
+    coordinate[i] = length += std::sqrt(SquaredDistance(row - joints, row, joints));
+  }
+}
+
 struct PathCoordinateKernel {
   template <typename Processor>
   static VELMORA_ALWAYS_INLINE void Run(const double* positions, Index samples, Index joints, double* coordinate) {
-    double length = 0.0;
-    coordinate[0] = length;
-    const double* row = positions + joints;
-    for (Index i = 1; i < samples; ++i, row += joints) {
-      coordinate[i] = length += std::sqrt(SquaredDistance(row - joints, row, joints));
+    // Most arms have six joints or seven: where the compiler knows the number, a distance takes no branch.
+    switch (joints) {
+      case 6:
+        return AddDistances(positions, samples, 6, coordinate);
+      case 7:
+        return AddDistances(positions, samples, 7, coordinate);
+      default:
+        return AddDistances(positions, samples, joints, coordinate);
     }
   }
 };
