@@ -142,6 +142,17 @@ def test_shaping_keeps_the_promise_of_its_report(here: Path, capsys: pytest.Capt
     assert verified["modes"][0]["left"]["value"] == pytest.approx(mode["predicted"], abs=0.01)
 
 
+def test_a_limit_is_violated_on_either_side(here: Path, capsys: pytest.CaptureFixture[str]) -> None:
+    Path("one_sided.csv").write_text("joint,min_acceleration,max_acceleration\nbase,-0.1,1e6\n", encoding="utf-8")
+    arguments = ["shape", "move.csv", "--mode", "5:0.02", "--limits", "one_sided.csv", "--force", "-o", "calm8.csv"]
+    (report,) = as_json(capsys, *arguments)["files"][0]["recordings"]
+    judged = {(peak["joint"], peak["quantity"]): peak["violated"] for peak in report["peaks_beside"]}
+    assert judged["base", "acceleration"] is True
+    assert judged["base", "velocity"] is None
+    assert run(arguments) == 0
+    assert "-0.1 to 1e+06  over" in capsys.readouterr().err
+
+
 def test_many_moves_are_shaped_alike(here: Path, tmp_path: Path, capsys: pytest.CaptureFixture[str]) -> None:
     for name in ("one.csv", "two.csv"):
         (tmp_path / name).write_bytes((here / "move.csv").read_bytes())

@@ -16,6 +16,7 @@ from velmora.tools.commands import common, reading
 from velmora.tools.commands import vibration_options as shared
 from velmora.tools.commands.resample import group_of
 from velmora.tools.errors import DataError, UsageError
+from velmora.tools.operations.check import check
 from velmora.tools.operations.checked import CheckOptions, checked
 from velmora.tools.operations.limits import JointLimits, LimitsFile, for_joints, load
 from velmora.tools.options import ReadOptions, WriteOptions
@@ -171,12 +172,16 @@ LEFT_HEAD = ("mode", "swing before", "after", "left", "predicted", "worst in ran
 def _peak_rows(report: JsonObject) -> list[list[str]]:
     rows = []
     for peak in report["peaks_beside"]:
-        before, after, bound = abs(peak["before"]), abs(peak["after"]), peak["limit"]
-        limit = None if bound is None else max(-bound["lower"], bound["upper"])
-        verdict = "" if limit is None else ("over" if after > limit * 1.000001 else "ok")
+        bound = peak["limit"]
+        limit, verdict = ("-", "") if bound is None else (_limit(bound), "over" if peak["violated"] else "ok")
         name = f"{peak['quantity']} {peak['joint']}"
-        rows.append([name, f"{before:.4g}", f"{after:.4g}", "-" if limit is None else f"{limit:.4g}", verdict])
+        rows.append([name, f"{abs(peak['before']):.4g}", f"{abs(peak['after']):.4g}", limit, verdict])
     return rows
+
+
+def _limit(bound: JsonObject) -> str:
+    lower, upper = bound["lower"], bound["upper"]
+    return f"{upper:.4g}" if lower == -upper else f"{lower:.4g} to {upper:.4g}"
 
 
 def _left_rows(report: JsonObject) -> list[list[str]]:
@@ -227,6 +232,9 @@ def _how(report: JsonObject) -> str:
 def _object(
     recording: Recording, done: Shaped, limits: JointLimits | None, options: ShapeOptions, target: str
 ) -> JsonObject:
+    findings = () if limits is None else check(done.recording, limits, guard_units=False).findings
+    violated = {(found.joint, found.quantity): bool(found.violations) for found in findings}
+
     def left(one: Left, short: float) -> JsonObject:
         return {
             "swing_before": one.raw,
@@ -244,6 +252,7 @@ def _object(
             "before": float(done.peaks_before[level].values[j]),
             "after": float(done.peaks_after[level].values[j]),
             "limit": None if bound is None else {"lower": bound.lower, "upper": bound.upper, "source": bound.source},
+            "violated": None if bound is None else violated[recording.joints[j], LEVELS[level]],
         }
 
     return {
