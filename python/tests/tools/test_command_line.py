@@ -5,21 +5,16 @@ from __future__ import annotations
 
 import json
 import os
-import signal
 import subprocess
 import sys
-import time
 from pathlib import Path
 from xml.etree import ElementTree
 
 import jsonschema
-import numpy as np
 import pytest
 import velmora as vm
-from support import ROOT, SAMPLE, environment, leftovers, velmora, write_log
-from velmora.tools import formats
+from support import ROOT, SAMPLE, environment, velmora, write_log
 from velmora.tools.main import COMMANDS
-from velmora.tools.options import ReadOptions
 
 SCHEMA = json.loads((ROOT / "docs/reference/report.schema.json").read_text())
 
@@ -114,59 +109,6 @@ def test_info_finds_two_clocks(tmp_path: Path) -> None:
     assert "two clocks mixed, 500 s apart" in velmora("info", "b.csv", cwd=tmp_path).out
 
 
-def test_resampling_gives_the_librarys_bits(tmp_path: Path) -> None:
-    run = velmora("resample", SAMPLE, "--sample-time", "0.002", "-o", "out.csv", cwd=tmp_path)
-    assert run.code == 0, run.err
-    assert run.out == ""
-    assert "1 gap bridged, the longest of 0.055951 s after 2.3082 s" in run.err
-    (before,) = formats.read(str(SAMPLE), ReadOptions())
-    (after,) = formats.read(str(tmp_path / "out.csv"), ReadOptions())
-    assert before.stamps is not None and after.stamps is not None
-    expected = vm.resample_trajectory(vm.JointTrajectory(before.positions, time=before.stamps.seconds()), 0.002)
-    assert after.joints == before.joints
-    assert after.positions.tobytes() == expected.positions.tobytes()
-    assert after.velocities is not None and after.velocities.tobytes() == expected.velocities.tobytes()
-    assert after.accelerations is not None and after.accelerations.tobytes() == expected.accelerations.tobytes()
-    assert after.stamps.values.tolist() == (97_000 + np.rint(expected.time * 1e9).astype(np.int64)).tolist()
-
-
-def test_data_go_to_standard_output_and_words_beside(tmp_path: Path, log: Path) -> None:
-    run = velmora(
-        "resample",
-        "-",
-        "--rate",
-        "4",
-        "--columns",
-        "positions",
-        "-o",
-        "-",
-        "--input-format",
-        "csv",
-        cwd=tmp_path,
-        stdin=log.read_text(),
-    )
-    assert run.code == 0, run.err
-    assert run.out.splitlines()[0] == "time_s,joint_1,joint_2"
-    assert len(run.out.splitlines()) == 4
-    assert "-> standard output" in run.err
-
-
-def test_two_reports_cannot_share_standard_output(tmp_path: Path, log: Path) -> None:
-    run = velmora("resample", log, "--rate", "4", "-o", "-", "--json", cwd=tmp_path)
-    assert (run.code, run.err) == (2, "--json -o -: both go to standard output; one of them was expected\n")
-
-
-def test_an_existing_output_needs_force(tmp_path: Path, log: Path) -> None:
-    (tmp_path / "out.csv").write_text("mine")
-    run = velmora("resample", "log.csv", "--rate", "4", "-o", "out.csv", cwd=tmp_path)
-    assert (run.code, run.err) == (
-        2,
-        "out.csv: exists already; a name that is free was expected; --force replaces it\n",
-    )
-    assert (tmp_path / "out.csv").read_text() == "mine"
-    assert velmora("resample", "log.csv", "--rate", "4", "-o", "out.csv", "--force", cwd=tmp_path).code == 0
-
-
 @pytest.mark.parametrize(
     ("arguments", "expected"),
     [
@@ -201,78 +143,6 @@ def test_wrong_usage(tmp_path: Path, log: Path, arguments: list[str], expected: 
     run = velmora("resample", "log.csv", *arguments, cwd=tmp_path)
     assert (run.code, run.out, run.err) == (2, "", expected + "\n")
     assert sorted(os.listdir(tmp_path)) == ["log.csv"]
-
-
-def test_a_recording_that_is_wrong_leaves_no_output(tmp_path: Path) -> None:
-    (tmp_path / "bad.csv").write_text("time_s,a\n0,1\n1,2\n1,3\n")
-    run = velmora("resample", "bad.csv", "--rate", "4", "-o", "out.csv", cwd=tmp_path)
-    assert (run.code, run.out) == (1, "")
-    assert run.err == (
-        "bad.csv:4: the time 1 s repeats that of row 3; increasing times were expected; --duplicate-times first, "
-        "last or mean keeps one of them\n"
-    )
-    assert sorted(os.listdir(tmp_path)) == ["bad.csv"]
-    mended = velmora("resample", "bad.csv", "--rate", "4", "-o", "out.csv", "--duplicate-times", "last", cwd=tmp_path)
-    assert mended.code == 0
-    assert "  dropped  1 row with repeated times, the last of each was kept, the first is row 4\n" in mended.err
-
-
-def test_a_full_disk_leaves_the_old_file(tmp_path: Path, log: Path) -> None:
-    (tmp_path / "out.csv").write_text("kept")
-    command = (
-        f"trap '' XFSZ; ulimit -f 8; exec '{sys.executable}' -m velmora.tools.main resample log.csv --rate 100000 "
-        "-o out.csv --force"
-    )
-    done = subprocess.run(
-        ["bash", "-c", command], cwd=tmp_path, env=environment(), capture_output=True, text=True, check=False
-    )
-    assert done.returncode == 1
-    assert done.stderr.startswith("out.csv: ")
-    assert "File too large" in done.stderr
-    assert (tmp_path / "out.csv").read_text() == "kept"
-    assert sorted(os.listdir(tmp_path)) == ["log.csv", "out.csv"]
-
-
-@pytest.mark.parametrize(("number", "code"), [(signal.SIGINT, 130), (signal.SIGTERM, 143)])
-def test_an_interrupt_leaves_nothing(tmp_path: Path, number: signal.Signals, code: int) -> None:
-    write_log(tmp_path / "in/a.csv", samples=5_000)
-    # With jobs waiting the interrupt comes while workers are at work.
-    for index in range(40):
-        os.link(tmp_path / "in/a.csv", tmp_path / f"in/b{index}.csv")
-    process = subprocess.Popen(
-        [
-            sys.executable,
-            "-m",
-            "velmora.tools.main",
-            "resample",
-            "in",
-            "--rate",
-            "1000",
-            "--output-dir",
-            "out",
-            "--jobs",
-            "2",
-        ],
-        cwd=tmp_path,
-        env=environment(),
-        stderr=subprocess.PIPE,
-        text=True,
-        # As a shell starts it: whoever runs these tests may ignore interrupts, and children inherit that.
-        preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL),
-    )
-    until = time.monotonic() + 60
-    while not list((tmp_path / "out").glob("*.csv")) and time.monotonic() < until:
-        time.sleep(0.01)
-    process.send_signal(number)
-    _, errors = process.communicate(timeout=30)
-    assert process.returncode == code, errors
-    assert leftovers(tmp_path) == []
-    written = list((tmp_path / "out").glob("*.csv"))
-    assert 0 < len(written) < 41
-    assert len({path.stat().st_size for path in written}) == 1, "whole files only"
-    # None of the workers goes on.
-    time.sleep(0.5)
-    assert len(list((tmp_path / "out").glob("*.csv"))) == len(written)
 
 
 def test_json_is_as_the_schema_says(tmp_path: Path, log: Path) -> None:
@@ -311,35 +181,11 @@ def test_check_is_a_gate(tmp_path: Path, log: Path) -> None:
     assert passed.out.startswith("log.csv: passed: 0 of 2 limits violated")
 
 
-def test_convert_keeps_what_is_broken_and_every_bit(tmp_path: Path) -> None:
-    text = "time_s,a,b_deg\n0,0.1,5e-324\n0.1,,-0.0\n0.05,1e308,90\n"
-    (tmp_path / "log.csv").write_text(text)
-    assert velmora("convert", "log.csv", "-o", "log.npz", cwd=tmp_path).code == 0
-    run = velmora("convert", "log.csv", "-o", "again.csv", cwd=tmp_path)
-    assert run.code == 0, run.err
-    (before,) = formats.read(str(tmp_path / "log.csv"), ReadOptions(keep_units=True))
-    (after,) = formats.read(str(tmp_path / "again.csv"), ReadOptions(keep_units=True))
-    assert after.positions.tobytes() == before.positions.tobytes()
-
-
 def test_names_from_files_reach_the_terminal_without_control_characters(tmp_path: Path) -> None:
     (tmp_path / "log.csv").write_text("time_s,\x1b[31mred\n0,1\n1,2\n")
     for arguments in (["info"], ["resample", "--rate", "2", "-o", "out.csv"]):
         run = velmora(arguments[0], "log.csv", *arguments[1:], cwd=tmp_path)
         assert "\x1b" not in run.out + run.err
-
-
-def test_whoever_reads_the_output_may_leave(tmp_path: Path, log: Path) -> None:
-    done = subprocess.run(
-        ["bash", "-c", f"'{sys.executable}' -m velmora.tools.main resample log.csv --rate 100000 -o - | head -1"],
-        cwd=tmp_path,
-        env=environment(),
-        capture_output=True,
-        text=True,
-        check=False,
-    )
-    assert done.stdout.startswith("time_s,")
-    assert "Traceback" not in done.stderr
 
 
 def test_what_a_broken_bag_has_lost_is_said_and_is_no_success(tmp_path: Path) -> None:

@@ -177,9 +177,8 @@ def _resample_piece(
         longest = int(np.argmax(gaps.ends_s - gaps.starts_s))
         warnings.append(
             f"{recording.source}:{recording.rows[gaps.before[longest] + 1]}: {count(len(gaps), 'gap')} bridged, the "
-            f"longest of {gaps.ends_s[longest] - gaps.starts_s[longest]:.6g} s after {gaps.starts_s[longest]:.6g} "
-            "s; no "
-            f"step over {gaps.threshold_s:.6g} s was expected; --gaps split or error, --max-gap"
+            f"longest of {gaps.ends_s[longest] - gaps.starts_s[longest]:.6g} s after {gaps.starts_s[longest]:.6g} s; "
+            f"no step over {gaps.threshold_s:.6g} s was expected; --gaps split or error, --max-gap"
         )
     joints = Joints(recording, grid.samples)
     recording = _without_values(recording)
@@ -224,8 +223,8 @@ def _bounded_grid(recording: Recording, duration_s: float, options: ResampleOpti
     if grid.samples > options.max_samples:
         raise UsageError(
             f"{recording.source}: the grid would have {_many(grid.samples)} samples and take "
-            f"{size_text(grid.bytes)}; at "
-            f"most {options.max_samples:,} were expected; choose a longer --sample-time, or raise --max-samples"
+            f"{size_text(grid.bytes)}; at most {options.max_samples:,} were expected; choose a longer --sample-time, "
+            "or raise --max-samples"
         )
     return grid
 

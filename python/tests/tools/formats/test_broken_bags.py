@@ -1,0 +1,115 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Bags that are cut short, damaged or incomplete: told as such, and salvaged where asked."""
+
+import contextlib
+import random
+import shutil
+import struct
+from collections.abc import Callable
+from pathlib import Path
+
+import pytest
+from bags import STATE, STORE, assert_states, bag, states
+from rosbags.rosbag2 import CompressionMode, StoragePlugin
+from velmora.tools.errors import DataError, UsageError
+from velmora.tools.formats import read
+from velmora.tools.options import ReadOptions
+
+
+def damaged(path: Path, change: Callable[[bytes], bytes]) -> str:
+    file = path / f"{path.name}.mcap"
+    file.write_bytes(change(file.read_bytes()))
+    return str(path)
+
+
+@pytest.mark.parametrize("compression", [CompressionMode.NONE, CompressionMode.STORAGE])
+def test_bags_cut_short(tmp_path: Path, compression: CompressionMode) -> None:
+    path = damaged(
+        bag(tmp_path / "log", states(9000), compression=compression), lambda data: data[: len(data) * 2 // 3]
+    )
+    with pytest.raises(
+        DataError,
+        match=r"log: is cut short within the record at byte [\d,]+; a whole bag was expected; "
+        r"--salvage reads the [\d,]+ messages that are there$",
+    ):
+        read(path, ReadOptions())
+    (recording,) = read(path, ReadOptions(salvage=True))
+    assert_states(recording, len(recording.rows))
+    assert 3000 < len(recording.rows) < 9000
+    note = dict(recording.notes)["salvaged"]
+    assert "metadata.yaml promises 9,000 messages on '/joint_states'" in note
+
+
+def test_an_index_that_promises_more_is_an_error(tmp_path: Path) -> None:
+    def without_messages(data: bytes) -> bytes:
+        """The same file, where the only chunk holds nothing but the type and the topic."""
+        start = data.index(b"\x06", data.index(b"rosbags-"))
+        size = struct.unpack_from("<Q", data, start + 1)[0]
+        records = data[start + 9 + 40 : start + 9 + size]
+        kept = records[: records.index(b"\x05" + struct.pack("<Q", 22 + len(MESSAGE)))]
+        content = struct.pack("<QQQI", 0, 0, len(kept), 0) + struct.pack("<I", 0) + struct.pack("<Q", len(kept)) + kept
+        return data[:start] + b"\x06" + struct.pack("<Q", len(content)) + content + data[start + 9 + size :]
+
+    MESSAGE = bytes(STORE.serialize_cdr(states(1)[0][3], STATE))
+    path = damaged(bag(tmp_path / "log", states(5)), without_messages)
+    with pytest.raises(
+        DataError, match=r"the index promises 5 messages on '/joint_states' and 0 are there; a whole bag was"
+    ):
+        read(path, ReadOptions())
+
+
+def test_without_metadata(tmp_path: Path) -> None:
+    path = bag(tmp_path / "log", states(5))
+    (path / "metadata.yaml").unlink()
+    with pytest.raises(
+        DataError, match=r"there is no metadata.yaml; a whole bag was expected; --salvage reads the 5 messages"
+    ):
+        read(str(path), ReadOptions())
+    (recording,) = read(str(path), ReadOptions(salvage=True))
+    assert_states(recording, 5)
+    assert dict(recording.notes)["salvaged"] == "there is no metadata.yaml"
+
+
+def test_metadata_may_not_leave_its_folder(tmp_path: Path) -> None:
+    path = bag(tmp_path / "log", states(5))
+    text = (path / "metadata.yaml").read_text()
+    (path / "metadata.yaml").write_text(text.replace("- log.mcap", "- ../secret.mcap"))
+    with pytest.raises(
+        DataError, match=r"the file '\.\./secret.mcap' is none of this folder; names without a path were"
+    ):
+        read(str(path), ReadOptions(salvage=True))
+
+
+def test_broken_sqlite(tmp_path: Path) -> None:
+    path = bag(tmp_path / "log", states(3000), plugin=StoragePlugin.SQLITE3)
+    file = path / "log.db3"
+    data = bytearray(file.read_bytes())
+    data[len(data) // 2 : len(data) // 2 + 40_000] = b"\xff" * 40_000
+    file.write_bytes(data)
+    with pytest.raises(DataError, match=r"is damaged.*--salvage reads the [\d,]+ messages that are there$"):
+        read(str(path), ReadOptions())
+
+
+@pytest.mark.parametrize("seed", range(4))
+def test_broken_bytes_are_told_or_read(tmp_path: Path, seed: int) -> None:
+    chance = random.Random(seed)
+    for plugin, name in ((StoragePlugin.MCAP, "log.mcap"), (StoragePlugin.SQLITE3, "log.db3")):
+        path = tmp_path / f"log_{seed}_{name[-3:]}"
+        file = next(bag(path, states(200), plugin=plugin).glob("log*"))
+        whole = file.read_bytes()
+        for _ in range(25):
+            data = bytearray(whole)
+            for _ in range(chance.randint(1, 8)):
+                data[chance.randrange(len(data))] = chance.randrange(256)
+            file.write_bytes(data[: chance.randint(1, len(data))] if chance.random() < 0.3 else data)
+            for salvage in (False, True):
+                with contextlib.suppress(DataError, UsageError):
+                    read(str(path), ReadOptions(salvage=salvage))
+        shutil.rmtree(path)
+
+
+def test_a_definition_without_the_fields_is_refused(tmp_path: Path) -> None:
+    path = bag(tmp_path / "log", states(5))
+    damaged(path, lambda data: data.replace(b"float64[] effort", b"float64[] effors"))
+    with pytest.raises(DataError, match=r"its definition has no field 'effort'; one whole message was"):
+        read(str(path), ReadOptions())
