@@ -11,7 +11,7 @@ import velmora._typing
 __version__: str
 
 @overload
-def smootherstep(unit_progress: velmora._typing.Real) -> float:  # type: ignore[overload-overlap]
+def smootherstep(unit_progress: velmora._typing.Real) -> float:  # type: ignore[overload-overlap]  # a number is an array too; the first that fits is meant
     """
     Quintic ramp 6 x^5 - 15 x^4 + 10 x^3, flat to the second derivative at both ends.
 
@@ -168,7 +168,7 @@ class JointTrajectory:
 
     def __repr__(self) -> str: ...
 
-    __hash__: ClassVar[None]  # type: ignore[assignment]
+    __hash__: ClassVar[None]  # type: ignore[assignment]  # none: compared by bits; `object` has another type
 
     def sample(self, query_time_s: velmora._typing.VectorLike, include_derivatives: bool = True) -> JointTrajectory:
         """
@@ -274,7 +274,7 @@ class JointStateBox:
 
     def __repr__(self) -> str: ...
 
-    __hash__: ClassVar[None]  # type: ignore[assignment]
+    __hash__: ClassVar[None]  # type: ignore[assignment]  # none: compared by bits; `object` has another type
 
 class JointStateLimits:
     """
@@ -334,7 +334,7 @@ class JointStateLimits:
 
     def __repr__(self) -> str: ...
 
-    __hash__: ClassVar[None]  # type: ignore[assignment]
+    __hash__: ClassVar[None]  # type: ignore[assignment]  # none: compared by bits; `object` has another type
 
 def sample_aligned_first_difference(signal: velmora._typing.MatrixLike, sample_spacing: velmora._typing.Real | velmora._typing.VectorLike) -> velmora._typing.FloatArray:
     """
@@ -764,7 +764,7 @@ class ShapedTrajectory:
 
     def __repr__(self) -> str: ...
 
-    __hash__: ClassVar[None]  # type: ignore[assignment]
+    __hash__: ClassVar[None]  # type: ignore[assignment]  # none: compared by bits; `object` has another type
 
 def blend_tail_with_held_raw_endpoint(raw_position: velmora._typing.VectorLike, shaped_tail: ShapedTrajectory, weight: velmora._typing.Real) -> ShapedTrajectory:
     """
@@ -874,7 +874,7 @@ class VibrationMode:
 
     def __repr__(self) -> str: ...
 
-    __hash__: ClassVar[None]  # type: ignore[assignment]
+    __hash__: ClassVar[None]  # type: ignore[assignment]  # none: compared by bits; `object` has another type
 
 class ImpulseSequence:
     """
@@ -943,7 +943,7 @@ class ImpulseSequence:
 
     def __repr__(self) -> str: ...
 
-    __hash__: ClassVar[None]  # type: ignore[assignment]
+    __hash__: ClassVar[None]  # type: ignore[assignment]  # none: compared by bits; `object` has another type
 
 def convolve(first: ImpulseSequence, second: ImpulseSequence) -> ImpulseSequence:
     """
@@ -1409,7 +1409,7 @@ class InsensitivityBand:
 
     def __repr__(self) -> str: ...
 
-    __hash__: ClassVar[None]  # type: ignore[assignment]
+    __hash__: ClassVar[None]  # type: ignore[assignment]  # none: compared by bits; `object` has another type
 
 def residual_vibration(sequence: ImpulseSequence, mode: VibrationMode) -> float:
     """
@@ -1631,7 +1631,7 @@ class ShapedCommand:
 
     def __repr__(self) -> str: ...
 
-    __hash__: ClassVar[None]  # type: ignore[assignment]
+    __hash__: ClassVar[None]  # type: ignore[assignment]  # none: compared by bits; `object` has another type
 
 def shape_trajectory(trajectory: JointTrajectory, sequences: ImpulseSequence | Sequence[ImpulseSequence], sample_time_s: velmora._typing.Real | None = None, times_s: velmora._typing.VectorLike | None = None, method: velmora._typing.Method = 'cubic') -> ShapedCommand:
     """
@@ -1900,7 +1900,7 @@ class JointSample:
 
     def __repr__(self) -> str: ...
 
-    __hash__: ClassVar[None]  # type: ignore[assignment]
+    __hash__: ClassVar[None]  # type: ignore[assignment]  # none: compared by bits; `object` has another type
 
 class StreamingShaper:
     """

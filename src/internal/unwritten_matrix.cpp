@@ -15,7 +15,7 @@ namespace {
 
 #ifdef MADV_HUGEPAGE
 
-// Below this the call costs more than it gains where the memory is not new.
+// A smaller array holds one whole huge page at most, and the call costs time even where the memory is not new.
 constexpr std::size_t kWorthwhileBytes = std::size_t{4} << 20U;
 constexpr std::size_t kHugePageBytes = std::size_t{2} << 20U;
 
