@@ -117,7 +117,8 @@ def test_from_python(tmp_path: Path, cluster: Any) -> None:
     assert [row["status"] for row in rows] == ["done", "done"]
 
 
-def test_no_scheduler(tmp_path: Path, options: works.Options) -> None:
+def test_no_scheduler(tmp_path: Path, options: works.Options, monkeypatch: pytest.MonkeyPatch) -> None:
+    monkeypatch.setattr("velmora.tools.batch.cluster.CONNECT_WITHIN_S", 1)
     with pytest.raises(
         UsageError, match=r"^tcp://127\.0\.0\.1:1: no scheduler answers; the address of a Dask scheduler was"
     ):

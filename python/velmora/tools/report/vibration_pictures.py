@@ -127,13 +127,15 @@ def draw_designs(
         fontsize=10,
     )
     above.legend(frameon=False, loc="upper left", bbox_to_anchor=(1.0, 1.0), fontsize=8.5)
-    for index, (name, added, worst, answer) in enumerate(points):
+    by_time = sorted(range(len(points)), key=lambda index: points[index][1])
+    for place, index in enumerate(by_time):
+        name, added, worst, answer = points[index]
         colour = COLOURS[index % len(COLOURS)]
         below.plot(1e3 * added, 100.0 * worst, "o", color=colour, markersize=11 if answer else 6)
         below.annotate(
             f"{name}: {answer}" if answer else name,
             (1e3 * added, 100.0 * worst),
-            xytext=(8, 4 if index % 2 else -10),
+            xytext=(8, 4 if place % 2 else -10),  # neighbours' names on either side, apart from each other
             textcoords="offset points",
             fontweight="bold" if answer else "normal",
             fontsize=8.5,
@@ -144,7 +146,7 @@ def draw_designs(
     below.set_yscale("log")
     below.yaxis.set_major_formatter("{x:g}")
     below.yaxis.set_minor_formatter("")
-    below.margins(x=0.12, y=0.15)
+    below.margins(x=0.15, y=0.15)
     below.set_title(
         "Time against robustness: lower left is better, and nothing is there for free", loc="left", fontsize=10
     )
