@@ -65,9 +65,10 @@ Index LeavingRow(const Tableau& tableau, Index entering) {
   for (Index i = 0; i < tableau.rows(); ++i) {
     if (tableau.cells(i, entering) <= kNegligible) continue;
     const double ratio = tableau.cells(i, tableau.columns()) / tableau.cells(i, entering);
-    const bool first_of_equals = ratio == smallest && tableau.basis[static_cast<std::size_t>(i)] <
-                                                          tableau.basis[static_cast<std::size_t>(leaving)];
-    if (leaving < 0 || ratio < smallest || first_of_equals) {
+    const bool comes_first = leaving < 0 || ratio < smallest ||
+                             (ratio == smallest && tableau.basis[static_cast<std::size_t>(i)] <
+                                                       tableau.basis[static_cast<std::size_t>(leaving)]);
+    if (comes_first) {
       leaving = i;
       smallest = ratio;
     }
