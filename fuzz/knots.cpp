@@ -39,6 +39,7 @@ void Compare(ByteReader& bytes) {
   }
 }
 
+}  // namespace
 }  // namespace velmora::fuzzing
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
