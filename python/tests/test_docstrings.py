@@ -5,12 +5,19 @@ from __future__ import annotations
 
 import doctest
 import enum
+import importlib.util
 import inspect
 from typing import Any
 
 import pytest
 import velmora as vm
-from velmora import identify, shaping
+from velmora import shaping
+
+MODULES = [shaping]
+if importlib.util.find_spec("scipy") is not None:  # not everybody who has the library has it
+    from velmora import identify
+
+    MODULES.append(identify)
 
 
 def documented() -> dict[str, Any]:
@@ -22,7 +29,7 @@ def documented() -> dict[str, Any]:
 def with_examples() -> dict[str, Any]:
     """With the modules that are imported by name."""
     return documented() | {
-        f"{module.__name__}.{name}": getattr(module, name) for module in (identify, shaping) for name in module.__all__
+        f"{module.__name__}.{name}": getattr(module, name) for module in MODULES for name in module.__all__
     }
 
 
