@@ -7,9 +7,14 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <string_view>
 #include <utility>
 
 namespace velmora::python {
+
+using util::timing::ResamplingMethod;
+using util::timing::ResamplingTimeGridMode;
+
 namespace {
 
 constexpr const char* kNumber = "a real number";
@@ -116,6 +121,19 @@ Vector CopyOf(const Float64Buffer& buffer) {
   return vector;
 }
 
+// A member of another enumeration is an integer as well, but not what was meant.
+template <typename Option, Option (*kParse)(std::string_view)>
+Option ToOption(nb::handle source, const char* argument, const char* enumeration) {
+  if (nb::isinstance<nb::str>(source)) return kParse(ToText(source, argument));
+  int value = 0;
+  const bool taken = PyLong_CheckExact(source.ptr()) ||
+                     nb::isinstance(source, nb::module_::import_("velmora._enums").attr(enumeration));
+  if (!taken || !nb::try_cast(source, value)) {
+    RefuseType(source, argument, ("a " + std::string(enumeration) + " or its name").c_str());
+  }
+  return static_cast<Option>(value);
+}
+
 template <typename Array>
 nb::object View(const Array& array, std::size_t dimensions, nb::handle owner) {
   const std::size_t shape[] = {static_cast<std::size_t>(array.rows()), static_cast<std::size_t>(array.cols())};
@@ -197,6 +215,15 @@ bool ToBool(nb::handle source, const char* argument) {
   if (source.is(Py_True) || source.is(Py_False)) return source.is(Py_True);
   if (nb::isinstance(source, Numpy().attr("bool_"))) return nb::cast<bool>(source.attr("item")());
   RefuseType(source, argument, "True or False");
+}
+
+ResamplingMethod ToResamplingMethod(nb::handle source, const char* argument) {
+  return ToOption<ResamplingMethod, &util::timing::ParseResamplingMethod>(source, argument, "ResamplingMethod");
+}
+
+ResamplingTimeGridMode ToResamplingTimeGridMode(nb::handle source, const char* argument) {
+  return ToOption<ResamplingTimeGridMode, &util::timing::ParseResamplingTimeGridMode>(source, argument,
+                                                                                      "ResamplingTimeGridMode");
 }
 
 std::string ToText(nb::handle source, const char* argument) {

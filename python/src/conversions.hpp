@@ -11,6 +11,7 @@
 #include <variant>
 
 #include "velmora/native/array_types.hpp"
+#include "velmora/util/timing/resampling.hpp"
 
 namespace velmora::python {
 
@@ -32,6 +33,9 @@ double ToDouble(nb::handle source, const char* argument);
 std::optional<double> ToOptionalDouble(nb::handle source, const char* argument);
 std::variant<double, Vector> ToDoubleOrVector(nb::handle source, const char* argument);
 bool ToBool(nb::handle source, const char* argument);
+/// The value of a member, of its name or of an integer, of which the library judges those that are no member's.
+util::timing::ResamplingMethod ToResamplingMethod(nb::handle source, const char* argument);
+util::timing::ResamplingTimeGridMode ToResamplingTimeGridMode(nb::handle source, const char* argument);
 /// The bytes of a str; bytes that are no UTF-8 stand in it as Python's surrogate escapes, there and back.
 std::string ToText(nb::handle source, const char* argument);
 nb::object FromText(const std::string& text);

@@ -180,17 +180,6 @@ using util::timing::ParseResamplingTimeGridMode;
 using util::timing::ResamplingMethod;
 using util::timing::ResamplingTimeGridMode;
 
-// The value of a text or of an integer; the library judges integers that are no member's.
-template <typename Option, Option (*kParse)(std::string_view)>
-Option ToOption(nb::handle source, const char* argument, const char* expected) {
-  if (nb::isinstance<nb::str>(source)) return kParse(ToText(source, argument));
-  int value = 0;
-  if (!PyLong_Check(source.ptr()) || PyBool_Check(source.ptr()) || !nb::try_cast(source, value)) {
-    RefuseType(source, argument, expected);
-  }
-  return static_cast<Option>(value);
-}
-
 std::unique_ptr<SharedTrajectory> Sample(nb::handle source, nb::handle query_time_s, nb::handle include_derivatives) {
   const auto& trajectory = ToInstance<SharedTrajectory>(source, "trajectory", "a JointTrajectory");
   const Vector queries = ToVector(query_time_s, "query_time_s");
@@ -209,10 +198,8 @@ std::unique_ptr<SharedTrajectory> Resample(nb::handle source, nb::handle sample_
                                            nb::handle grid_mode, nb::handle strict_cubic) {
   const auto& trajectory = ToInstance<SharedTrajectory>(source, "trajectory", "a JointTrajectory");
   const double spacing = ToDouble(sample_time_s, "sample_time_s");
-  const auto given_method =
-      ToOption<ResamplingMethod, &ParseResamplingMethod>(method, "method", "a ResamplingMethod or its name");
-  const auto given_mode = ToOption<ResamplingTimeGridMode, &ParseResamplingTimeGridMode>(
-      grid_mode, "grid_mode", "a ResamplingTimeGridMode or its name");
+  const ResamplingMethod given_method = ToResamplingMethod(method, "method");
+  const ResamplingTimeGridMode given_mode = ToResamplingTimeGridMode(grid_mode, "grid_mode");
   const bool strict = ToBool(strict_cubic, "strict_cubic");
   const nb::gil_scoped_release unlocked;
   // It reads samples alone, so that no lock is needed.

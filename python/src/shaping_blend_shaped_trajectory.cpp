@@ -34,7 +34,7 @@ transition_s : float, optional
 Returns
 -------
 ShapedCommand
-    The blend.
+    The blend. Its `lag_s` and `added_duration_s` remain those of `shaped`.
 
 Raises
 ------

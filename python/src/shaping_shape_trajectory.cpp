@@ -201,21 +201,12 @@ std::vector<ImpulseSequence> ToSequences(nb::handle source) {
   return sequences;
 }
 
-ResamplingMethod ToMethod(nb::handle source) {
-  if (nb::isinstance<nb::str>(source)) return util::timing::ParseResamplingMethod(ToText(source, "method"));
-  int value = 0;
-  if (!PyLong_Check(source.ptr()) || PyBool_Check(source.ptr()) || !nb::try_cast(source, value)) {
-    RefuseType(source, "method", "a ResamplingMethod or its name");
-  }
-  return static_cast<ResamplingMethod>(value);
-}
-
 ShapedCommand Shape(const SharedTrajectory& trajectory, nb::handle sequences, nb::handle sample_time_s,
                     nb::handle times_s, nb::handle method) {
   const std::vector<ImpulseSequence> given_sequences = ToSequences(sequences);
   const std::optional<double> spacing = ToOptionalDouble(sample_time_s, "sample_time_s");
   const std::optional<Vector> times = ToOptionalVector(times_s, "times_s");
-  const ResamplingMethod given_method = ToMethod(method);
+  const ResamplingMethod given_method = ToResamplingMethod(method, "method");
   if (spacing.has_value() == times.has_value()) {
     throw nb::value_error("exactly one of sample_time_s and times_s must be given");
   }

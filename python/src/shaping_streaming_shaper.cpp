@@ -4,7 +4,6 @@
 
 #include <nanobind/nanobind.h>
 
-#include <cstdint>
 
 #include "conversions.hpp"
 #include "records.hpp"
@@ -108,10 +107,9 @@ InvalidArgumentError
 // clang-format on
 
 Eigen::Index ToCount(nb::handle source, const char* argument) {
-  std::int64_t count = 0;
-  if (PyBool_Check(source.ptr()) || !PyIndex_Check(source.ptr()) || !nb::try_cast(source, count)) {
-    RefuseType(source, argument, "an integer");
-  }
+  if (PyBool_Check(source.ptr()) || !PyIndex_Check(source.ptr())) RefuseType(source, argument, "an integer");
+  const Py_ssize_t count = PyNumber_AsSsize_t(source.ptr(), nullptr);  // the nearest to one that does not fit
+  if (PyErr_Occurred() != nullptr) throw nb::python_error();
   return static_cast<Eigen::Index>(count);
 }
 

@@ -67,6 +67,19 @@ def test_an_unknown_mode_by_number_has_its_sentence() -> None:
         vm.resample_trajectory(RECORDED, 0.1, "linear", mode)
 
 
+@pytest.mark.parametrize(
+    ("arguments", "message"),
+    [
+        ((vm.ResamplingTimeGridMode.exact_dt_trim,), "method must be a ResamplingMethod or its name, got Resampling"),
+        (("cubic", vm.ResamplingMethod.cubic), "grid_mode must be a ResamplingTimeGridMode or its name, got Resampl"),
+        ((True,), "method must be a ResamplingMethod or its name, got bool."),
+    ],
+)
+def test_a_member_of_another_enumeration_is_refused(arguments: Any, message: str) -> None:
+    with pytest.raises(TypeError, match=f"^{message}"):
+        RECORDED.resample(0.1, *arguments)
+
+
 def test_a_grid_too_long_to_be_counted_is_a_memory_error() -> None:
     with pytest.raises(MemoryError):
         RECORDED.resample(1e-300)
@@ -141,9 +154,10 @@ def test_a_rate_is_a_spacing() -> None:
     assert RECORDED.resample(rate_hz=np.float32(8), grid_mode="exact_dt_trim") == RECORDED.resample(
         0.125, "cubic", "exact_dt_trim"
     )
+    assert RECORDED.resample(rate_hz=np.array(8.0)) == RECORDED.resample(0.125)
 
 
-@pytest.mark.parametrize("rate", [0, -5.0, math.nan, math.inf, 5e-324])
+@pytest.mark.parametrize("rate", [0, -5.0, math.nan, math.inf, 5e-324, 10**400])
 def test_a_bad_rate_is_an_error(rate: float) -> None:
     with pytest.raises(vm.InvalidArgumentError) as raised:
         RECORDED.resample(rate_hz=rate)
@@ -173,7 +187,9 @@ def test_exactly_one_of_the_three_is_given(arguments: dict[str, Any], got: str) 
         ({"samples": 2.0}, "samples must be an integer, got float."),
         ({"samples": "5"}, "samples must be an integer, got str."),
         ({"rate_hz": "500"}, "rate_hz must be a real number, got str."),
+        ({"rate_hz": [500.0]}, "rate_hz must be a real number, got list."),
         ({"samples": 5, "grid_mode": "exact_dt_trim"}, "samples places the time grid itself; leave grid_mode out."),
+        ({"samples": 5, "grid_mode": np.array([1, 2])}, "samples places the time grid itself; leave grid_mode out."),
     ],
 )
 def test_other_kinds_are_named(arguments: dict[str, Any], message: str) -> None:

@@ -1793,7 +1793,7 @@ def blend_shaped_trajectory(raw: JointTrajectory, shaped: ShapedCommand, weight:
     Returns
     -------
     ShapedCommand
-        The blend.
+        The blend. Its `lag_s` and `added_duration_s` remain those of `shaped`.
 
     Raises
     ------

@@ -12,12 +12,13 @@ class InvalidArgumentError(ValueError):
     message : str
         The sentence.
     argument_name : str, optional
-        Name of the offending parameter, where the message concerns exactly one.
+        Name of the offending parameter.
 
     Attributes
     ----------
     argument_name : str or None
-        As given.
+        Name of the offending parameter, for `smootherstep`, `samples` and `rate_hz`; other errors tell it by their
+        sentence alone.
     code : int
         Category of the error; 0 for every error of this library.
 

@@ -4,9 +4,10 @@
 from __future__ import annotations
 
 import math
-import numbers
 import operator
 from typing import TYPE_CHECKING, Final, SupportsIndex
+
+import numpy as np
 
 from velmora._core import resample_trajectory
 from velmora._enums import ResamplingTimeGridMode
@@ -91,9 +92,13 @@ def resample(
 
 
 def _spacing_of_rate(rate_hz: Real) -> float:
-    if not isinstance(rate_hz, numbers.Real):
+    number = np.asarray(rate_hz)
+    if number.ndim != 0 or not (number.dtype.kind in "biuf" or isinstance(rate_hz, int)):
         raise TypeError(f"rate_hz must be a real number, got {type(rate_hz).__name__}.")
-    rate = float(rate_hz)
+    try:
+        rate = float(rate_hz)
+    except OverflowError:
+        raise InvalidArgumentError("rate_hz must be finite and positive.", "rate_hz") from None
     spacing = 1.0 / rate if rate > 0.0 else math.nan
     if not 0.0 < spacing < math.inf:
         raise InvalidArgumentError("rate_hz must be finite and positive.", "rate_hz")
@@ -104,7 +109,8 @@ def _with_samples(
     trajectory: JointTrajectory, samples: SupportsIndex, method: Method, grid_mode: GridMode, strict_cubic: bool
 ) -> JointTrajectory:
     adjust = ResamplingTimeGridMode.exact_duration_adjust_dt
-    if grid_mode not in (_DEFAULT_GRID_MODE, ResamplingTimeGridMode.exact_dt_append_endpoint, adjust, adjust.name):
+    fitting = (_DEFAULT_GRID_MODE, ResamplingTimeGridMode.exact_dt_append_endpoint, adjust, adjust.name)
+    if not isinstance(grid_mode, (str, int)) or grid_mode not in fitting:
         raise TypeError("samples places the time grid itself; leave grid_mode out.")
     try:
         count = operator.index(samples)
@@ -116,7 +122,10 @@ def _with_samples(
             "samples must be 1 for a trajectory of one sample, and at least 2 for any other.", "samples"
         )
     # The span over this spacing is count - 1 to within two roundings, to which the mode rounds it.
-    sample_time_s = 1.0 if is_single else trajectory.duration_s / (count - 1)
+    try:
+        sample_time_s = 1.0 if is_single else trajectory.duration_s / (count - 1)
+    except OverflowError:  # an integer beyond any double
+        sample_time_s = 0.0
     if sample_time_s > 0.0:
         result = resample_trajectory(trajectory, sample_time_s, method, adjust, strict_cubic)
         if result.sample_count == count:
