@@ -2,6 +2,8 @@
 """Modes found in simulated ring-downs and recordings: errors, intervals, refusals."""
 
 import doctest
+import pickle
+from typing import Any
 
 import numpy as np
 import pytest
@@ -175,18 +177,18 @@ BAD_ARGUMENTS = [
     (([0.0, 1.0], [0.0, np.nan, 1.0], 0, (1.0, 0.0)), "times_s and values must have the same number of rows, "),
     (([1.0, 0.0], [0.0, np.nan], 0, (1.0, 0.0)), "times_s and values must contain only finite values."),
     (([1.0, 0.0], [0.0, 1.0], 0, (1.0, 0.0)), "times_s must be strictly increasing."),
+    (([0.0, 1.0], [0.0, 1e200], 0, (1.0, 0.0)), "values must not exceed 1e100 in magnitude."),
     (([0.0, 1.0], [0.0, 1.0], 0, (1.0, 0.0)), "max_modes must be from 1 to 10."),
     (
         ([0.0, 1.0], [0.0, 1.0], 1, (1.0, 0.0)),
         "frequency_range_hz must be two increasing frequencies, the first 0 or more.",
     ),
+    (([0.0, 1.0], [0.0, 1.0], 1, (5.0,)), "frequency_range_hz must be two increasing frequencies"),
 ]
 
 
 @pytest.mark.parametrize(("arguments", "message"), BAD_ARGUMENTS)
-def test_wrong_arguments_are_named_in_order(
-    arguments: tuple[list[float], list[float], int, tuple[float, float]], message: str
-) -> None:
+def test_wrong_arguments_are_named_in_order(arguments: tuple[list[float], list[float], int, Any], message: str) -> None:
     times, values, modes, band = arguments
     with pytest.raises(ValueError) as caught:
         identify_modes(times, values, max_modes=modes, frequency_range_hz=band)
@@ -200,6 +202,32 @@ def test_a_mode_outside_the_range_is_fitted_but_not_reported() -> None:
     found: Identification = identify_modes(t, values, start_s=0.0, frequency_range_hz=(8.0, 100.0))
     (mode,) = found.modes
     assert mode.frequency_hz.low <= 12.0 <= mode.frequency_hz.high
+
+
+@pytest.mark.parametrize(
+    ("values", "got"),
+    [
+        (np.ma.array(np.ones(20)), "a masked array"),
+        (np.ones(20) + 1j, "one of complex128"),
+        (np.array(["1"] * 20), "one of <U1"),
+        (np.ones(20).astype(object), "one of object"),
+    ],
+)
+def test_what_holds_no_real_numbers_is_refused(values: Any, got: str) -> None:
+    with pytest.raises(TypeError, match=f"^values must be an array of real numbers, got {got}.$"):
+        identify_modes(np.arange(20.0), values)
+    with pytest.raises(TypeError, match=f"^times_s must be an array of real numbers, got {got}.$"):
+        identify_modes(values, np.ones(20))
+
+
+def test_no_samples_are_too_few() -> None:
+    with pytest.raises(IdentificationError, match=r"^0 samples are too few to fit a vibration;"):
+        identify_modes([], [])
+
+
+def test_an_error_crosses_to_another_process() -> None:
+    error = pickle.loads(pickle.dumps(IdentificationError("no_peak", "Nothing swings.")))
+    assert (type(error), error.reason, str(error)) == (IdentificationError, "no_peak", "Nothing swings.")
 
 
 def test_the_examples_run() -> None:

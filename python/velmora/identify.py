@@ -1,11 +1,20 @@
 # SPDX-License-Identifier: Apache-2.0
 """Vibration modes from a recording: frequency, damping and amplitude, each with its uncertainty."""
 
+from __future__ import annotations
+
 from dataclasses import dataclass
 from typing import Literal
 
 import numpy as np
 from numpy.typing import ArrayLike, NDArray
+
+try:
+    import scipy  # noqa: F401  # for the sake of the message; the modules below import what they use
+except ModuleNotFoundError as error:
+    raise ModuleNotFoundError(
+        "velmora.identify needs scipy; pip install 'velmora[tools]' installs it", name="scipy"
+    ) from error
 
 from velmora._damped_sinusoids import Fit, Poles, basis, fit
 from velmora._identified_modes import Estimate, IdentifiedMode, described
@@ -24,6 +33,8 @@ _MIN_SAMPLES_PER_SWING = 2.5
 # An amplitude must exceed its standard deviation this many times: noise alone reaches it in about one case of a
 # thousand, since the largest of many frequencies is taken.
 _MIN_SIGNIFICANCE = 5.0
+# Squares of larger values, of which the fit adds many, overflow.
+_LARGEST_VALUE = 1e100
 
 
 class IdentificationError(ValueError):
@@ -42,6 +53,10 @@ class IdentificationError(ValueError):
     def __init__(self, reason: Reason, message: str) -> None:
         super().__init__(message)
         self.reason: Reason = reason
+
+    def __reduce__(self) -> tuple[type[IdentificationError], tuple[Reason, str]]:
+        """Give both arguments to the copy, so that the error crosses from one process to another."""
+        return type(self), (self.reason, str(self))
 
 
 @dataclass(frozen=True)
@@ -135,10 +150,13 @@ def identify_modes(
 
     Raises
     ------
+    TypeError
+        "times_s must be an array of real numbers, got ...", and likewise for `values`: masked, complex, text, objects.
     ValueError
         "times_s and values must have the same number of rows, values in one or two dimensions."
         "times_s and values must contain only finite values."
         "times_s must be strictly increasing."
+        "values must not exceed 1e100 in magnitude."
         "max_modes must be from 1 to 10."
         "frequency_range_hz must be two increasing frequencies, the first 0 or more."
     IdentificationError
@@ -206,19 +224,30 @@ def identify_modes(
 def _checked(
     times_s: ArrayLike, values: ArrayLike, max_modes: int, frequency_range_hz: tuple[float, float]
 ) -> tuple[Array, Array]:
-    times = np.asarray(times_s, dtype=np.float64)
-    columns = np.asarray(values, dtype=np.float64)
+    times, columns = _real("times_s", times_s), _real("values", values)
     if times.ndim != 1 or columns.ndim not in (1, 2) or columns.shape[0] != times.size:
         raise ValueError("times_s and values must have the same number of rows, values in one or two dimensions.")
     if not (np.isfinite(times).all() and np.isfinite(columns).all()):
         raise ValueError("times_s and values must contain only finite values.")
     if not (np.diff(times) > 0.0).all():
         raise ValueError("times_s must be strictly increasing.")
+    if not np.abs(columns).max(initial=0.0) <= _LARGEST_VALUE:
+        raise ValueError("values must not exceed 1e100 in magnitude.")
     if not 1 <= max_modes <= 10:
         raise ValueError("max_modes must be from 1 to 10.")
-    if not 0.0 <= frequency_range_hz[0] < frequency_range_hz[1]:
+    if len(frequency_range_hz) != 2 or not 0.0 <= frequency_range_hz[0] < frequency_range_hz[1]:
         raise ValueError("frequency_range_hz must be two increasing frequencies, the first 0 or more.")
-    return times, columns.reshape(times.size, -1)
+    return times, columns if columns.ndim == 2 else columns[:, np.newaxis]
+
+
+def _real(name: str, values: ArrayLike) -> Array:
+    """An array of doubles; what would lose a part on the way is refused, as by the rest of the package."""
+    if isinstance(values, np.ma.MaskedArray):
+        raise TypeError(f"{name} must be an array of real numbers, got a masked array.")
+    array = np.asarray(values)
+    if array.dtype.kind not in "biuf":
+        raise TypeError(f"{name} must be an array of real numbers, got one of {array.dtype}.")
+    return array.astype(np.float64, copy=False)
 
 
 def _require_samples(count: int) -> None:
