@@ -236,3 +236,67 @@ def test_a_report_of_each_command_has_its_section(here: Path, capsys: pytest.Cap
         assert run([*arguments, "--report", name]) == 0
         page = (here / name).read_text(encoding="utf-8")
         assert title in page and "\ufffd" not in page
+
+
+@pytest.mark.parametrize("answer", ["fast", "balanced", "safe"])
+def test_an_answer_names_the_options_that_make_it(here: Path, capsys: pytest.CaptureFixture[str], answer: str) -> None:
+    found = as_json(capsys, "shapers", "--mode", "5:0.02", "--range", "4.5:5.5", "--tolerance", "0.02")
+    wanted = found["answers"][answer]
+    made = as_json(capsys, "shape", "move.csv", *wanted["options"].split(), "--force", "-o", "answer.csv")
+    shaper = made["files"][0]["recordings"][0]["shaper"]
+    # The options give modes and ranges with six digits.
+    np.testing.assert_allclose(shaper["times_s"], wanted["times_s"], rtol=1e-4)
+    np.testing.assert_allclose(shaper["amplitudes"], wanted["amplitudes"], rtol=1e-4)
+
+
+@pytest.mark.parametrize(
+    ("arguments", "message"),
+    [
+        ("shape move.csv --mode 1e300:0.02", "--mode 1e300:0.02: a frequency from 0.001 to 1,000,000 Hz was expected"),
+        ("shape move.csv --mode 5:0.9 --shaper three_hump_ei", "--shaper three_hump_ei: No sequence of"),
+        ("shape move.csv --mode 5:0.02 --weight nan", "'--weight': nan is not a finite number."),
+        ("shape move.csv --mode 5:0.02 --transition inf", "'--transition': inf is not a finite number."),
+        ("verify before.csv before.csv --mode 5:0.9 --shaper three_hump_ei", "--shaper three_hump_ei: No sequence of"),
+        ("identify ringdown.csv --from nan", "--from nan: ringdown.csv lasts 2.98787 s; a time within it was expected"),
+        ("identify ringdown.csv --to 100.5", "--to 100.5: ringdown.csv lasts 2.98787 s; a time within it was expected"),
+        ("verify before.csv before.csv --mode 5:0.02 --from 99", "--from 99: before.csv lasts "),
+    ],
+)
+def test_options_that_cannot_be_are_wrong_usage(
+    here: Path, capsys: pytest.CaptureFixture[str], arguments: str, message: str
+) -> None:
+    output = ["-o", "never.csv"] if arguments.startswith("shape") else []
+    assert run([*arguments.split(), *output]) == 2
+    assert message in capsys.readouterr().err
+    assert not Path("never.csv").exists()
+
+
+def test_a_weight_of_zero_changes_the_duration_alone(here: Path, capsys: pytest.CaptureFixture[str]) -> None:
+    arguments = ["shape", "move.csv", "--mode", "5:0.02", "--weight", "0", "--force", "-o", "calm0.csv"]
+    (report,) = as_json(capsys, *arguments)["files"][0]["recordings"]
+    assert report["added_s"] == pytest.approx(0.2, rel=1e-3)
+    assert report["modes"][0]["predicted"] == 1.0
+    assert report["modes"][0]["swing_after"] == pytest.approx(report["modes"][0]["swing_before"], rel=1e-3)
+
+
+def test_swings_before_and_after_come_from_the_same_interpolation(
+    here: Path, capsys: pytest.CaptureFixture[str]
+) -> None:
+    rows = np.loadtxt("move.csv", delimiter=",", skiprows=1)[::5]
+    coarse = [Path("move.csv").read_text().splitlines()[0], *(",".join(map(repr, row.tolist())) for row in rows)]
+    Path("coarse.csv").write_text("\n".join(coarse) + "\n", encoding="utf-8")
+    arguments = ["shape", "coarse.csv", "--mode", "12:0", "--shaper", "zv", "--weight", "0.5", "--force", "-o", "c.csv"]
+    (report,) = as_json(capsys, *arguments)["files"][0]["recordings"]
+    (mode,) = report["modes"]
+    assert mode["swing_after"] / mode["swing_before"] == pytest.approx(mode["predicted"], abs=0.01)
+
+
+def test_a_mode_that_is_not_there_is_not_verified(here: Path, capsys: pytest.CaptureFixture[str]) -> None:
+    arguments = ["verify", "before.csv", "before.csv", "--weight", "0"]
+    found = as_json(capsys, *arguments, "--mode", "5:0.02", "--mode", "30:0.02", code=1)
+    assert [mode["designed"]["frequency_hz"] for mode in found["modes"]] == [5.0]
+    assert [mode["frequency_hz"] for mode in found["absent"]] == [30.0]
+    assert run([*arguments, "--mode", "5:0.02", "--mode", "5.1:0.02"]) == 1
+    assert "nothing of 5.1 Hz, damping 0.02 is in before.csv: it cannot be verified" in capsys.readouterr().out
+    assert run([*arguments, "--mode", "30:0.02"]) == 1
+    assert "none of them near to a mode asked for." in capsys.readouterr().err

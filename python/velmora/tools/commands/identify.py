@@ -31,12 +31,24 @@ Encoder positions or an accelerometer's values serve alike. The exit code is 1 w
 """
 )
 @click.argument("file", metavar="FILE")
-@click.option("--from", "start_s", type=float, metavar="S", help="Where the free decay begins; found otherwise.")
-@click.option("--to", "end_s", type=float, metavar="S", help="Where it ends; at the end of the file otherwise.")
-@click.option("--max-modes", type=click.IntRange(1, 10), default=4, show_default=True, help="Most modes to look for.")
-@click.option("--min-frequency", type=click.FloatRange(0.0), default=0.0, metavar="HZ", help="Leave out slower modes.")
 @click.option(
-    "--max-frequency", type=click.FloatRange(0.0, min_open=True), default=200.0, metavar="HZ", help="And faster ones."
+    "--from",
+    "start_s",
+    type=float,
+    metavar="S",
+    help="Where the free decay begins, in seconds from the first sample; found otherwise.",
+)
+@click.option(
+    "--to",
+    "end_s",
+    type=float,
+    metavar="S",
+    help="Where it ends, counted likewise; at the end of the file otherwise.",
+)
+@click.option("--max-modes", type=click.IntRange(1, 10), default=4, show_default=True, help="Most modes to look for.")
+@click.option("--min-frequency", type=shared.Between(0.0), default=0.0, metavar="HZ", help="Leave out slower modes.")
+@click.option(
+    "--max-frequency", type=shared.Between(0.0, min_open=True), default=200.0, metavar="HZ", help="And faster ones."
 )
 @shared.picture_options
 @common.json_option

@@ -52,17 +52,10 @@ Examples:
 )
 @common.files_argument
 @shared.mode_options
-@click.option("--shaper", type=click.Choice(shared.SHAPERS), default="zvd", show_default=True, help="Which shaper.")
-@click.option(
-    "--weight",
-    type=click.FloatRange(0.0, 1.0),
-    default=1.0,
-    show_default=True,
-    help="Share of the shaped move, 0 to 1.",
-)
+@shared.shaper_options
 @click.option(
     "--transition",
-    type=click.FloatRange(0.0),
+    type=shared.Between(0.0),
     metavar="S",
     help="Let the weight rise from 0 within so many seconds; it is there from the start otherwise.",
 )
@@ -76,7 +69,7 @@ Examples:
 @click.option("--limits", "-l", type=click.Path(), metavar="FILE", help="YAML, URDF or CSV with limits, shown beside.")
 @click.option(
     "--period",
-    type=click.FloatRange(0.0, min_open=True),
+    type=shared.Between(1e-6, 10.0),
     metavar="S",
     help="Period of the controller, to tell what rounding the delays to it costs; the step of the file otherwise.",
 )
@@ -94,17 +87,20 @@ def command(ctx: click.Context, /, **values: Any) -> int:
     with the delays rounded to the controller's period.
     """
     from velmora.tools.operations.shape_move import ShapeOptions
+    from velmora.tools.operations.vibration import asked_for
 
     drawn = values["plot"] is not None or values["report"] is not None
     if drawn and len(values["files"]) > 1:
         raise UsageError("--plot, --report: of one move; one FILE was expected")
     shared.refuse_outputs(values)
+    known = shared.known_modes(values)
     options = ShapeWork(
         reading.read_options(values),
         reading.check_options(values),
         ShapeOptions(
-            shared.known_modes(values),
+            known,
             values["shaper"],
+            asked_for(values["shaper"], known, values["tolerance"]),
             values["weight"],
             values["period"],
             values["method"],
@@ -125,7 +121,8 @@ def command(ctx: click.Context, /, **values: Any) -> int:
         fit = shared.read_one(values["files"][0], values)
         done = _shaped(fit, options.shape)
         if values["plot"] is not None:
-            shared.write_picture(_figure(done, reports[0]), values["plot"], values["force"])
+            picture = _figure(done, reports[0], values["tolerance"])
+            shared.write_picture(picture, values["plot"], values["force"])
         if values["report"] is not None:
             limits = None if options.limits is None else for_joints(options.limits, fit.source, fit.joints)
             _write_report(ctx, fit, done, reports[0], limits, values)
@@ -214,6 +211,8 @@ def _lines(report: JsonObject) -> list[str]:
         f"  (delays rounded to {1e3 * report['period_s']:.4g} ms)",
         *table(PEAK_HEAD, _peak_rows(report)),
     ]
+    if any(peak["limit"] is not None for peak in report["peaks_beside"]):
+        lines.append("  limits: held against the derivatives written, as velmora check --use-velocities does")
     if shaper["transition_s"]:
         lines.append(
             "  predicted is what the full weight leaves; a vibration from before the transition's end is not in it"
@@ -283,7 +282,7 @@ def _object(
     }
 
 
-def _figure(done: Shaped, report: JsonObject) -> Figure:
+def _figure(done: Shaped, report: JsonObject, tolerance: float) -> Figure:
     from velmora.tools.operations.vibration import sensitivity
     from velmora.tools.report.vibration_pictures import Band, Line, draw_left
 
@@ -299,7 +298,7 @@ def _figure(done: Shaped, report: JsonObject) -> Figure:
         Line(_how(report), frequencies, left, True),
     ]
     title = f"What is left after {report['source']}, shaped by {_how(report)}"
-    return draw_left(swings, curves, bands, 0.05, title)
+    return draw_left(swings, curves, bands, tolerance, title)
 
 
 def _write_report(
@@ -318,7 +317,7 @@ def _write_report(
         "What is left of the vibration",
         _lines(report)[1].strip(),
         table=Table(LEFT_HEAD, tuple(tuple(row) for row in _left_rows(report))),
-        picture=png(_figure(done, report)),
+        picture=png(_figure(done, report, values["tolerance"])),
         picture_description="Swing of every mode after the raw and the shaped move, and what is left over frequency",
     )
     peaks = Section(

@@ -30,16 +30,10 @@ Examples:
 """
 )
 @shared.mode_options
-@click.option(
-    "--tolerance",
-    type=click.FloatRange(0.0, 1.0, min_open=True, max_open=True),
-    default=0.05,
-    show_default=True,
-    help="Share of the vibration that may be left.",
-)
+@shared.tolerance_option
 @click.option(
     "--move-time",
-    type=click.FloatRange(0.0, min_open=True),
+    type=shared.Between(0.001, 1000.0),
     default=0.5,
     show_default=True,
     metavar="S",

@@ -31,6 +31,18 @@ if TYPE_CHECKING:
 
 Function = TypeVar("Function", bound=Callable[..., Any])
 
+
+class Between(click.FloatRange):
+    """A finite number within bounds: of the comparisons with NaN none would refuse it."""
+
+    def convert(self, value: Any, param: click.Parameter | None, ctx: click.Context | None) -> Any:
+        """Refuse what is not finite, then what is out of bounds."""
+        number = click.FLOAT.convert(value, param, ctx)
+        if not np.isfinite(number):
+            self.fail(f"{number} is not a finite number.", param, ctx)
+        return super().convert(number, param, ctx)
+
+
 SHAPERS = ("zv", "mzv", "zvd", "zvdd", "ei", "two_hump_ei", "three_hump_ei", "si", "um_zv", "um_zvd")
 
 _MODES = (
@@ -44,6 +56,21 @@ _MODES = (
         "--measured", type=click.Path(), metavar="FILE", help="A ring-down; its modes and how well they are known."
     ),
 )
+_SHAPER = (
+    click.option("--shaper", type=click.Choice(SHAPERS), default="zvd", show_default=True, help="Which shaper."),
+    click.option(
+        "--weight", type=Between(0.0, 1.0), default=1.0, show_default=True, help="Share of the shaped move, 0 to 1."
+    ),
+)
+_TOLERANCE = (
+    click.option(
+        "--tolerance",
+        type=Between(0.0, 1.0, min_open=True, max_open=True),
+        default=0.05,
+        show_default=True,
+        help="Share of the vibration that may be left, for ei, two_hump_ei, three_hump_ei and si.",
+    ),
+)
 _PICTURES = (
     click.option("--plot", type=click.Path(), metavar="FILE", help="Picture, as .png, .svg or .pdf."),
     click.option("--report", type=click.Path(), metavar="FILE", help="Report for a browser, one HTML file."),
@@ -54,6 +81,16 @@ _FORCE = (click.option("--force", is_flag=True, help="Replace outputs that exist
 def mode_options(function: Function) -> Function:
     """Add the options that say which modes a machine has."""
     return _with(function, _MODES)
+
+
+def tolerance_option(function: Function) -> Function:
+    """Add the option that says how much of a vibration may be left."""
+    return _with(function, _TOLERANCE)
+
+
+def shaper_options(function: Function) -> Function:
+    """Add the options that say which shaper, and how much of it."""
+    return _with(function, _SHAPER + _TOLERANCE)
 
 
 def picture_options(function: Function) -> Function:
@@ -82,10 +119,23 @@ def read_one(path: str, values: dict[str, Any]) -> Recording:
     return checked(recordings[0], reading.check_options(values))
 
 
+def check_moment(recording: Recording, option: str, moment_s: float | None) -> None:
+    """Refuse a moment that is not within a recording, which counts from its first sample."""
+    assert recording.stamps is not None
+    lasts_s = float(recording.stamps.seconds()[-1])
+    if moment_s is not None and not 0.0 <= moment_s <= lasts_s:
+        raise UsageError(
+            f"{option} {moment_s:g}: {recording.source} lasts {lasts_s:.6g} s; a time within it was expected, in "
+            "seconds from its first sample on"
+        )
+
+
 def identified(recording: Recording, **settings: Any) -> Identification:
     """The modes in a recording, or an error that names it."""
     from velmora.identify import IdentificationError, identify_modes
 
+    check_moment(recording, "--from", settings.get("start_s"))
+    check_moment(recording, "--to", settings.get("end_s"))
     assert recording.stamps is not None
     try:
         return identify_modes(recording.stamps.seconds(), recording.positions, **settings)

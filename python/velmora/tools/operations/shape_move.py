@@ -13,7 +13,7 @@ import velmora as vm
 from velmora import shaping
 from velmora.tools.operations.peaks import Peaks, peaks
 from velmora.tools.operations.resample import stamps_from, trajectory_of
-from velmora.tools.operations.vibration import KnownMode, amplitude, design, response, rounded, worst_residual
+from velmora.tools.operations.vibration import KnownMode, amplitude, response, rounded, worst_residual
 from velmora.tools.recording import Recording
 
 Array = NDArray[np.float64]
@@ -22,6 +22,7 @@ Array = NDArray[np.float64]
 STEPS_PER_SWING = 40.0
 # Ends of a move that carry more than this share of its peak velocity or acceleration are not at rest.
 AT_REST = 0.01
+UNSHAPED = shaping.ImpulseSequence([0.0], [1.0])
 
 
 @dataclass(frozen=True)
@@ -29,7 +30,8 @@ class ShapeOptions:
     """Which shaper, how much of it, and the period of the controller that will run it."""
 
     known: tuple[KnownMode, ...]
-    shaper: str
+    shaper: str  # its name
+    sequence: shaping.ImpulseSequence
     weight: float = 1.0
     period_s: float | None = None
     method: Literal["linear", "cubic"] = "cubic"
@@ -75,10 +77,10 @@ def shape(recording: Recording, options: ShapeOptions) -> Shaped:
     Raises
     ------
     ValueError
-        Where there is no shaper of that kind for the modes, or the spline fails.
+        Where the spline fails.
     """
     raw = trajectory_of(recording)
-    sequence = design(options.shaper, options.known)
+    sequence = options.sequence
     period = float(np.median(np.diff(raw.time))) if options.period_s is None else options.period_s
     tail_step = float(np.median(np.diff(raw.time)))
     shaped = shaping.shape_trajectory(raw, sequence, sample_time_s=tail_step, method=options.method)
@@ -94,12 +96,12 @@ def shape(recording: Recording, options: ShapeOptions) -> Shaped:
         raw=raw,
         trajectory=trajectory,
         sequence=effective,
-        added_s=blended.added_duration_s if options.weight > 0.0 else 0.0,
+        added_s=blended.added_duration_s,
         lag_s=effective.centroid_s,
         path_deviation=shaping.path_deviation(raw, blended),
         peaks_before=peaks(raw.time, raw.positions, recording.velocities, recording.accelerations, recording.jerks),
         peaks_after=peaks(whole.time, whole.positions, whole.velocities, whole.accelerations),
-        left=tuple(_left(k, raw, trajectory, effective) for k in options.known),
+        left=tuple(_left(k, raw, options, effective) for k in options.known),
         period_s=period,
         rounded=tuple(shaping.residual_vibration(short, k.mode) for k in options.known),
         warnings=_warnings(recording, blended, raw),
@@ -120,27 +122,30 @@ def _recording_of(recording: Recording, whole: vm.ShapedTrajectory) -> Recording
     )
 
 
-def swing_of(trajectory: vm.JointTrajectory, mode: shaping.VibrationMode, until_s: float) -> tuple[Array, Array]:
-    """Even times to `until_s`, and the swing (N, J) of the mode on top of every joint over them."""
-    step = min(1.0 / (STEPS_PER_SWING * mode.frequency_hz), float(np.median(np.diff(trajectory.time))))
-    times: Array = np.arange(round(until_s / step) + 1, dtype=np.float64) * step
-    columns = [np.interp(times, trajectory.time, column, right=0.0) for column in trajectory.accelerations.T]
-    return times, response(times, np.column_stack(columns), mode)
+def _commands(raw: vm.JointTrajectory, options: ShapeOptions, times_s: Array) -> tuple[Array, Array]:
+    """Accelerations of the raw and of the shaped command at any times: both of the same interpolation."""
+    alone, copy = (
+        shaping.shape_trajectory(raw, sequence, times_s=times_s, method=options.method)
+        for sequence in (UNSHAPED, options.sequence)
+    )
+    move = alone.move
+    interpolated = vm.JointTrajectory(move.positions, move.velocities, move.accelerations, move.time)
+    blended = shaping.blend_shaped_trajectory(interpolated, copy, options.weight, options.transition_s)
+    return shaping.join_move_and_tail(alone).accelerations, shaping.join_move_and_tail(blended).accelerations
 
 
-def _left(
-    known: KnownMode, raw: vm.JointTrajectory, shaped: vm.JointTrajectory, sequence: shaping.ImpulseSequence
-) -> Left:
+def _left(known: KnownMode, raw: vm.JointTrajectory, options: ShapeOptions, sequence: shaping.ImpulseSequence) -> Left:
     mode = known.mode
-    until = float(shaped.time[-1]) + 3.0 / mode.frequency_hz
-    times, before = swing_of(raw, mode, until)
-    _, after = swing_of(shaped, mode, until)
-    step = float(times[1])
+    step = min(1.0 / (STEPS_PER_SWING * mode.frequency_hz), float(np.median(np.diff(raw.time))))
+    lasts_s = float(raw.time[-1]) + options.sequence.duration_s
+    times: Array = np.arange(round((lasts_s + 3.0 / mode.frequency_hz) / step) + 1, dtype=np.float64) * step
+    before, after = (response(times, command, mode) for command in _commands(raw, options, times))
     last_raw, last_shaped = amplitude(before, mode, step), amplitude(after, mode, step)
     joint = int(np.argmax(last_raw))
-    # Back to the end of each move, where the residual is defined.
+    # Back to the end of each command, where the residual is defined.
     rate = 2.0 * np.pi * mode.frequency_hz * mode.damping_ratio
-    growths = [float(np.exp(rate * (times[-1] - move.time[-1]))) for move in (raw, shaped)]
+    ends = (float(raw.time[-1]), float(raw.time[-1]) + sequence.duration_s)
+    growths = [float(np.exp(rate * (times[-1] - end))) for end in ends]
     return Left(
         known,
         float(last_raw[joint]) * growths[0],

@@ -124,6 +124,8 @@ def _answer(
     modes = " ".join(f"--mode {k.mode.frequency_hz:.6g}:{k.mode.damping_ratio:.4g}" for k in known)
     band = " ".join(f"--range {k.low_hz:.6g}:{k.high_hz:.6g}" for k in widened)
     options = f"{modes} {band} --shaper si" if best is own else f"{modes} --shaper {best.name}"
+    if tolerance != TOLERANCE:
+        options += f" --tolerance {tolerance:g}"
     return Answer(name, best, reason, options)
 
 

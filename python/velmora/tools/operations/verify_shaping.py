@@ -10,7 +10,7 @@ from numpy.typing import NDArray
 
 from velmora import shaping
 from velmora._damped_sinusoids import Poles, basis, project
-from velmora.identify import Identification, identify_modes
+from velmora.identify import Identification, IdentificationError, identify_modes
 from velmora.tools.errors import DataError
 from velmora.tools.operations.vibration import KnownMode
 from velmora.tools.recording import Recording
@@ -28,7 +28,7 @@ class Verified:
     """One mode: amplitudes at the end of the raw and of the shaped move, and the share that is left."""
 
     designed: KnownMode
-    measured: shaping.VibrationMode  # in the recording before; the designed one where it cannot be told
+    measured: shaping.VibrationMode  # in the recording before
     joint: int
     before: float
     after: float
@@ -48,9 +48,15 @@ class Verification:
     """All modes, and the vibration of the joint that swings most in both recordings, for a picture."""
 
     modes: tuple[Verified, ...]
+    absent: tuple[KnownMode, ...]  # of which the recording before holds nothing
     from_s: tuple[float, float]
     times_s: tuple[Array, Array]
     swings: tuple[Array, Array]
+
+    @property
+    def as_predicted(self) -> bool:
+        """Whether every mode was there, and what is left of it is as predicted."""
+        return not self.absent and all(mode.as_predicted for mode in self.modes)
 
 
 def verify(
@@ -67,19 +73,26 @@ def verify(
     DataError
         Where a recording is too short after the move.
     IdentificationError
-        Where the recording before holds no vibration.
+        Where the recording before holds no vibration, or none near to any of the modes.
     """
     assert before.stamps is not None and after.stamps is not None
     times = (before.stamps.seconds(), after.stamps.seconds())
     found = identify_modes(times[0], before.positions, start_s=from_s)
     # What a shaper leaves is defined at the end of its command, as a share of what the raw one leaves at its own end.
     starts = (found.start_s, found.start_s + sequence.duration_s)
-    measured = [_nearest(found, k) for k in known]
-    poles = _poles(found, measured)
+    measured = _modes(found)
+    pairs = _paired(known, measured)
+    if not pairs:
+        raise IdentificationError(
+            "no_peak",
+            f"There are vibrations at {', '.join(f'{mode.frequency_hz:.4g} Hz' for mode in measured)}, none of them "
+            "near to a mode asked for.",
+        )
+    poles = _poles(measured)
     fits = [_fit(r, t, start, poles) for r, t, start in zip((before, after), times, starts, strict=True)]
     modes = []
-    for k, mode in zip(known, measured, strict=True):
-        index = int(np.argmin(np.abs(poles.omegas - 2.0 * np.pi * mode.damped_frequency_hz)))
+    for place, index in sorted(pairs.items()):
+        k, mode = known[place], measured[index]
         amplitudes, deviations = np.stack([_amplitudes(fit, index) for fit in fits], axis=1)
         joint = int(np.argmax(amplitudes[0]))
         share = float(amplitudes[1, joint] / amplitudes[0, joint])
@@ -97,25 +110,35 @@ def verify(
                 shaping.residual_vibration(sequence, mode),
             )
         )
+    absent = tuple(k for place, k in enumerate(known) if place not in pairs)
     joint = modes[0].joint
     swings = [r.positions[:, joint] - fit.offset[joint] for r, fit in zip((before, after), fits, strict=True)]
-    return Verification(tuple(modes), starts, times, (swings[0], swings[1]))
+    return Verification(tuple(modes), absent, starts, times, (swings[0], swings[1]))
 
 
-def _nearest(found: Identification, known: KnownMode) -> shaping.VibrationMode:
-    designed = known.mode.frequency_hz
-    nearest = min(found.modes, key=lambda mode: abs(mode.frequency_hz.value - designed))
-    if abs(nearest.frequency_hz.value - designed) > SAME_MODE * designed:
-        return known.mode
-    return shaping.VibrationMode(nearest.frequency_hz.value, min(nearest.damping_ratio.value, 0.99))
+def _modes(found: Identification) -> list[shaping.VibrationMode]:
+    return [shaping.VibrationMode(m.frequency_hz.value, min(m.damping_ratio.value, 0.99)) for m in found.modes]
 
 
-def _poles(found: Identification, modes: list[shaping.VibrationMode]) -> Poles:
-    """Those of the modes asked for, and of whatever else swings."""
-    measured = [shaping.VibrationMode(m.frequency_hz.value, min(m.damping_ratio.value, 0.99)) for m in found.modes]
-    every = list(modes) + [mode for mode in measured if mode not in modes]
-    decays = np.array([2.0 * np.pi * mode.frequency_hz * mode.damping_ratio for mode in every])
-    return Poles(decays, np.array([2.0 * np.pi * mode.damped_frequency_hz for mode in every]), np.empty(0))
+def _paired(known: tuple[KnownMode, ...], measured: list[shaping.VibrationMode]) -> dict[int, int]:
+    """Which measured mode belongs to which that is known, nearest pairs first; none serves two."""
+
+    def distance(pair: tuple[int, int]) -> float:
+        designed = known[pair[0]].mode.frequency_hz
+        return abs(measured[pair[1]].frequency_hz - designed) / designed
+
+    found: dict[int, int] = {}
+    every = [(place, index) for place in range(len(known)) for index in range(len(measured))]
+    for place, index in sorted(every, key=distance):
+        if distance((place, index)) <= SAME_MODE and place not in found and index not in found.values():
+            found[place] = index
+    return found
+
+
+def _poles(modes: list[shaping.VibrationMode]) -> Poles:
+    """Of all that swings, asked for or not."""
+    decays = np.array([2.0 * np.pi * mode.frequency_hz * mode.damping_ratio for mode in modes])
+    return Poles(decays, np.array([2.0 * np.pi * mode.damped_frequency_hz for mode in modes]), np.empty(0))
 
 
 @dataclass(frozen=True)

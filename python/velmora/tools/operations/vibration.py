@@ -15,6 +15,8 @@ from velmora.tools.errors import UsageError
 Array = NDArray[np.float64]
 
 TOLERANCE = 0.05
+# Of a machine's modes, in Hz; beyond them a slip of the pen is likelier than a machine.
+SLOWEST_HZ, FASTEST_HZ = 1e-3, 1e6
 # Where nobody measured, a frequency is taken to be known this well.
 ASSUMED_SHARE = 0.01
 # In the order of the table; the unity-magnitude ones have negative impulses and are never recommended.
@@ -52,11 +54,14 @@ def parse_mode(text: str) -> shaping.VibrationMode:
     """
     first, colon, second = text.partition(":")
     try:
-        return shaping.VibrationMode(float(first), float(second if colon else "0"))
+        mode = shaping.VibrationMode(float(first), float(second if colon else "0"))
     except ValueError as error:
         raise UsageError(
             f"--mode {text}: FREQUENCY:DAMPING in Hz and as a ratio was expected, such as 5:0.02 ({error})"
         ) from error
+    if not SLOWEST_HZ <= mode.frequency_hz <= FASTEST_HZ:
+        raise UsageError(f"--mode {text}: a frequency from {SLOWEST_HZ:g} to {FASTEST_HZ:,.0f} Hz was expected")
+    return mode
 
 
 def parse_range(text: str, mode: shaping.VibrationMode) -> tuple[float, float]:
@@ -80,6 +85,20 @@ def design(name: str, known: tuple[KnownMode, ...], tolerance: float = TOLERANCE
     for k in known[1:]:
         sequence = shaping.convolve(sequence, _design_for(name, k, tolerance))
     return sequence
+
+
+def asked_for(name: str, known: tuple[KnownMode, ...], tolerance: float) -> shaping.ImpulseSequence:
+    """The shaper that a user asked for.
+
+    Raises
+    ------
+    UsageError
+        "--shaper NAME: ..." where there is none of that kind for the modes.
+    """
+    try:
+        return design(name, known, tolerance)
+    except ValueError as error:
+        raise UsageError(f"--shaper {name}: {error}") from error
 
 
 def _design_for(name: str, known: KnownMode, tolerance: float) -> shaping.ImpulseSequence:
