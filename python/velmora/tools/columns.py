@@ -13,7 +13,8 @@ from typing import NamedTuple
 import numpy as np
 from numpy.typing import NDArray
 
-from velmora.tools.recording import QUANTITIES, Column, Recording
+from velmora.tools.formats.stamps import tell_their_unit
+from velmora.tools.recording import QUANTITIES, Column, Recording, Stamps
 from velmora.tools.text import printable
 
 TIME_NAMES = (
@@ -158,7 +159,7 @@ def _without_time_unit(name: str) -> tuple[str, str | None]:
         return found[1], TIME_UNITS[found[2].lower()]
     bare, _, unit = name.replace(" ", "_").replace(".", "_").rpartition("_")
     if bare and unit.lower() in TIME_UNITS:
-        return bare, TIME_UNITS[unit.lower()]
+        return name[: len(bare)], TIME_UNITS[unit.lower()]
     return name, None
 
 
@@ -219,13 +220,26 @@ def _all_missing(values: NDArray[np.float64]) -> bool:
     return bool(np.isnan(values[:1]).all() and np.isnan(values).all())
 
 
+def time_name(name: str, unit: str) -> str:
+    """The name of a column of times with its unit at the end, instead of the one that it had."""
+    with_unit = f"{_without_time_unit(name)[0]}_{unit}"
+    return with_unit if meaning(with_unit) == Meaning("time", unit=unit) else f"time_{unit}"
+
+
+def _time_name(name: str, stamps: Stamps) -> str:
+    """The name that times get: that of the file where their unit is found again, by the name or by the numbers."""
+    says = meaning(name)
+    found_again = says.unit == stamps.unit or (says.unit is None and tell_their_unit(stamps))
+    return name if says.quantity == "time" and found_again else time_name(name, stamps.unit)
+
+
 def _free_name(column: Column, recording: Recording, taken: set[str]) -> str:
+    if column.quantity == "time":
+        assert recording.stamps is not None
+        return _time_name(column.name, recording.stamps)
     says = meaning(column.name)
     if column.name not in taken and (says.quantity, says.joint) == (column.quantity, column.joint):
         return column.name
-    if column.quantity == "time":
-        assert recording.stamps is not None
-        return f"time_{recording.stamps.unit}"
     name = written_name(column.joint, column.quantity)
     while name in taken:
         name = f"{name}_{WRITTEN_WORDS[column.quantity]}"

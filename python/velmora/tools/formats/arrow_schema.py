@@ -9,7 +9,7 @@ from typing import TYPE_CHECKING
 import numpy as np
 from numpy.typing import NDArray
 
-from velmora.tools.columns import meaning, written_columns
+from velmora.tools.columns import meaning, time_name, written_columns
 from velmora.tools.errors import DataError
 from velmora.tools.formats import addresses, arrow_columns, text_times
 from velmora.tools.formats import stamps as clock
@@ -100,6 +100,9 @@ def _field(source: str, field: pa.Field, batches: Callable[[list[str]], Iterable
     if field.metadata is not None and _NAME_KEY in field.metadata:
         name = field.metadata[_NAME_KEY].decode("utf-8", "replace")
         unit = meaning(field.name).unit
+    elif field.metadata is not None and _UNIT_KEY in field.metadata:
+        said = field.metadata[_UNIT_KEY].decode("ascii", "replace")
+        unit = said if said in UNIT_NS else None
     if pa.types.is_timestamp(kind) or pa.types.is_duration(kind):
         return Field(name, True, None, kind.unit)
     if pa.types.is_fixed_size_list(kind) or pa.types.is_list(kind) or pa.types.is_large_list(kind):
@@ -164,14 +167,15 @@ def _stamps(source: str, chosen: Plan, schema: pa.Schema, times: list[NDArray[np
     unit, why = chosen.time_unit, chosen.time_unit or ""
     if unit is None:
         numbers = values.astype(np.float64, copy=False)
-        unit, why = clock.infer_unit(source, field.name, numbers, whole=values.dtype == np.int64)
+        unit, why = clock.infer_unit(source, field.name, numbers)
     stamps = (
         clock.from_integers(source, values.astype(np.int64, copy=False), unit)
         if values.dtype == np.int64
         else clock.from_doubles(values.astype(np.float64, copy=False), unit)
     )
-    written = (field.metadata or {}).get(_UNIT_KEY, b"").decode("ascii", "replace")
-    return (Stamps(stamps.values, written) if written in UNIT_NS else stamps), why
+    metadata = field.metadata or {}
+    original = metadata.get(_UNIT_KEY, b"").decode("ascii", "replace")
+    return (Stamps(stamps.values, original) if _NAME_KEY in metadata and original in UNIT_NS else stamps), why
 
 
 def tables(recording: Recording, quantities: tuple[str, ...], labels: Labels | None = None) -> Iterator[pa.Table]:
@@ -221,19 +225,13 @@ def _stored(stamps: Stamps, columns: list[Column]) -> tuple[pa.Field, NDArray[np
             return pa.field(name, pa.int64(), metadata=_remember(name, name, unit)), values // scale
         if small:
             return pa.field(name, pa.float64(), metadata=_remember(name, name, unit)), values / scale
-        other = _renamed(name, "ns")
+        other = time_name(name, "ns")
         return pa.field(other, pa.int64(), metadata=_remember(other, name, unit)), values
     per_second = 1e9 / scale
     if unit == "s" or np.array_equal(values * per_second / per_second, values, equal_nan=True):
         return pa.field(name, pa.float64(), metadata=_remember(name, name, unit)), values * per_second
-    other = _renamed(name, "s")
+    other = time_name(name, "s")
     return pa.field(other, pa.float64(), metadata=_remember(other, name, unit)), values
-
-
-def _renamed(name: str, unit: str) -> str:
-    said = meaning(name).unit
-    bare = name[: -len(said) - 1] if said and name.endswith(f"_{said}") else name
-    return f"{bare}_{unit}"
 
 
 def _remember(name: str, original: str, unit: str) -> dict[bytes, bytes] | None:

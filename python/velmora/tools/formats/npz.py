@@ -17,7 +17,7 @@ from velmora.tools.formats import addresses
 from velmora.tools.formats import stamps as clock
 from velmora.tools.formats.plan import MAX_COLUMNS, RADIANS_PER_DEGREE, matching
 from velmora.tools.options import ReadOptions
-from velmora.tools.recording import QUANTITIES, Layout, Note, Recording, Stamps
+from velmora.tools.recording import QUANTITIES, UNIT_NS, Layout, Note, Recording, Stamps
 from velmora.tools.text import listed, nearest, quoted
 
 _ARRAYS = ("time", *QUANTITIES, "joints", "unit")
@@ -28,7 +28,7 @@ def read(path: str, options: ReadOptions) -> list[Recording]:
     """Read the arrays of an NPZ file.
 
     `positions` has shape (N, J) or (N,); `time` (or the array that --time-column names) shape (N,): integers are
-    nanoseconds, doubles seconds unless --time-unit says otherwise; `joints` holds J names.
+    nanoseconds, doubles in the unit of --time-unit, of the array `unit`, or which they tell; `joints` holds J names.
     """
     source = "standard input" if path == "-" else path
     data = addresses.content(path)
@@ -169,16 +169,16 @@ def _stamps(
         unit, why = (
             (options.time_unit, options.time_unit)
             if options.time_unit != "auto"
-            else clock.infer_unit(source, name, doubles, whole=False)
+            else (written, f"{written}, as the array 'unit' says")
+            if written in UNIT_NS
+            else clock.infer_unit(source, name, doubles)
         )
         return clock.from_doubles(doubles, unit), why
     integers = array.astype(np.int64)
     if options.time_unit != "auto":
         return clock.from_integers(source, integers, options.time_unit), options.time_unit
     stamps = clock.from_integers(source, integers, "ns")
-    return (
-        Stamps(stamps.values, written) if written in ("s", "ms", "us", "ns") else stamps
-    ), "ns, as they are integers"
+    return (Stamps(stamps.values, written) if written in UNIT_NS else stamps), "ns, as they are integers"
 
 
 def write(file: IO[bytes], recording: Recording, quantities: tuple[str, ...]) -> list[str]:
@@ -186,8 +186,8 @@ def write(file: IO[bytes], recording: Recording, quantities: tuple[str, ...]) ->
     arrays: dict[str, NDArray[np.generic]] = {}
     if recording.stamps is not None:
         arrays["time"] = stored_times(recording.stamps)
-        if arrays["time"].dtype == np.int64:
-            arrays["unit"] = np.array(recording.stamps.unit)
+        # Integers are nanoseconds, with the unit to write them in again; doubles are seconds.
+        arrays["unit"] = np.array(recording.stamps.unit if arrays["time"].dtype == np.int64 else "s")
     for quantity in QUANTITIES:
         values = getattr(recording, quantity)
         if quantity in quantities and values is not None:

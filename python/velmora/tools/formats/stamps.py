@@ -19,6 +19,7 @@ WHOLE_BELOW_NS = 2**51
 _EPOCH_FROM, _EPOCH_TO = 3e8, 1e10  # seconds: the years 1979 to 2286
 # Whole numbers in steps of at least so many: rates from 4 Hz to 4 kHz fall into one unit each. Where two would do, the
 # finer unit is taken: its velocities are too large and fail every check, whereas those of the coarser would pass.
+TELLING = 100_001  # so many times tell their unit
 _LEAST_STEPS = (("ns", 2.5e5), ("us", 250.0), ("ms", 10.0))
 
 
@@ -46,14 +47,15 @@ def from_integers(source: str, values: NDArray[np.int64], unit: str) -> Stamps:
 
 
 def infer_unit(
-    source: str, column: str, values: NDArray[np.float64] | NDArray[np.int64], whole: bool
+    source: str, column: str, values: NDArray[np.float64] | NDArray[np.int64], whole: bool | None = None
 ) -> tuple[str, str]:
     """The unit that the numbers tell, and why.
 
     Parameters
     ----------
     whole
-        The file writes them as whole numbers, without a decimal point.
+        Whether a text writes them as whole numbers, without a decimal point; None for binary numbers, which are whole
+        where their values are.
 
     Raises
     ------
@@ -63,15 +65,21 @@ def infer_unit(
     finite = values[np.isfinite(values)] if values.dtype.kind == "f" else values
     if len(finite) == 0:
         return "s", "seconds, as there is nothing to tell by"
-    size = float(np.median(np.abs(finite[:100_001].astype(np.float64))))
+    first = finite[:TELLING].astype(np.float64)
+    # Nearly all of them: half of the nanoseconds of a move that starts at 0 may look like epoch seconds.
+    low, size = (float(part) for part in np.percentile(np.abs(first), [5.0, 50.0]))
     for unit, scale in UNIT_NS.items():
         per_second = 1e9 / scale
-        if _EPOCH_FROM * per_second <= size < _EPOCH_TO * per_second:
+        if _EPOCH_FROM * per_second <= low and size < _EPOCH_TO * per_second:
             return unit, f"{unit}, as the numbers have the size of epoch times"
-    steps = np.abs(np.diff(finite[:100_001].astype(np.float64)))
+    if whole is None and not np.array_equal(first, np.rint(first)):
+        return "s", "s, as the numbers are not whole"
+    if whole is False:
+        return "s", "s, as the numbers have a decimal point"
+    steps = np.abs(np.diff(first))
     steps = steps[steps > 0]
-    if not whole or len(steps) == 0:
-        return "s", "s, as the numbers have a decimal point" if not whole else "s, as there are no steps to tell by"
+    if len(steps) == 0:
+        return "s", "s, as there are no steps to tell by"
     step = float(np.median(steps))
     for unit, least in _LEAST_STEPS:
         if step >= least:
@@ -80,6 +88,21 @@ def infer_unit(
         f"{source}: column '{column}' has whole numbers in steps of {step:.6g}, seconds or milliseconds; a unit "
         "was expected in its name (time_ms); --time-unit s or ms says it"
     )
+
+
+def tell_their_unit(stamps: Stamps) -> bool:
+    """Whether their unit is found again where they are written in it and no name says which it is.
+
+    Text carries a decimal point where the unit is the second, and nowhere else unless a number is not whole.
+    """
+    scale = UNIT_NS[stamps.unit]
+    numbers = stamps.values / scale if stamps.values.dtype == np.int64 else stamps.values * (1e9 / scale)
+    finite = numbers[np.isfinite(numbers)]
+    whole = stamps.unit != "s" and np.array_equal(finite, np.rint(finite))
+    try:
+        return infer_unit("", "", numbers, whole)[0] == stamps.unit
+    except DataError:
+        return False
 
 
 def at_rate(samples: int, rate_hz: float) -> Stamps:

@@ -24,7 +24,6 @@ if TYPE_CHECKING:
 
 # Digits after the decimal point that make a unit whole nanoseconds.
 _DECIMALS = {"s": 9, "ms": 6, "us": 3, "ns": 0}
-_TELLING = 100_001  # so many times tell their unit
 
 
 def fits_doubles(dialect: Dialect, column: int) -> bool:
@@ -56,7 +55,7 @@ def stamps(source: str, dialect: Dialect, chosen: Plan, table: pa.Table) -> tupl
         return Stamps(combined(source, seconds, nanoseconds), "ns"), "s and ns"
     text = pc.utf8_trim(columns[0], " ")
     try:
-        unit, why = _unit(source, dialect, chosen, name, _doubles(text.slice(0, _TELLING)))
+        unit, why = _unit(source, dialect, chosen, name, _doubles(text.slice(0, clock.TELLING)))
         exact = None if text.null_count else _exact_nanoseconds(text, unit)
         if text.null_count:
             why += ", as doubles, since some are missing"
@@ -133,8 +132,9 @@ def _no_time(source: str, name: str, text: pa.ChunkedArray) -> DataError:
 def written(stamps: Stamps, rows: slice, unit_is_known: bool) -> pa.Array:
     """Stamps as text writes them: in the unit of the file, to the last digit.
 
-    Whole seconds and milliseconds carry a decimal point where the column's name does not tell the unit.
+    Whole seconds carry a decimal point where the column's name does not tell the unit.
     """
+    unit_is_known = unit_is_known or stamps.unit != "s"
     import pyarrow as pa
     import pyarrow.compute as pc
 

@@ -1,0 +1,119 @@
+# SPDX-License-Identifier: Apache-2.0
+"""What is written says its unit of time: by the column's name, by the numbers or beside them."""
+
+from pathlib import Path
+
+import numpy as np
+import pyarrow as pa
+import pyarrow.feather
+import pyarrow.parquet
+import pytest
+from velmora.tools.errors import DataError
+from velmora.tools.formats import read, write
+from velmora.tools.options import ReadOptions, WriteOptions
+from velmora.tools.recording import Column, Layout, Recording, Stamps
+
+TABLES = (".csv", ".tsv", ".parquet", ".feather")
+
+
+def make(name: str, unit: str, values: np.ndarray) -> Recording:
+    """A recording of one joint whose times stood in a column of that name; nanoseconds, or seconds as doubles."""
+    positions = np.linspace(0.0, 1.0, len(values)).reshape(-1, 1)
+    columns = (Column(name, "time"), Column("elbow", "positions", "elbow"))
+    rows = np.arange(1, len(values) + 1)
+    layout = Layout("csv", columns)
+    return Recording(
+        "made", ("elbow",), Stamps(values, unit), positions, None, None, None, None, rows, None, (), layout
+    )
+
+
+@pytest.mark.parametrize(
+    ("name", "unit", "step_ns", "written"),
+    [
+        ("time", "ms", 4_000_000, "time_ms"),  # 0, 4, 8 may be seconds
+        ("time", "ms", 10_000_000, "time"),
+        ("time", "ms", 3_333_333, "time_ms"),  # 3.333333 looks like seconds
+        ("stamp", "us", 10_000_000, "stamp"),
+        ("stamp", "us", 3_333_333, "stamp_us"),
+        ("stamp", "us", 200_000, "stamp_us"),  # steps of 200 are those of milliseconds
+        ("stamp", "ns", 100_000, "stamp_ns"),  # and of 100000 those of microseconds
+        ("stamp", "ns", 4_000_000, "stamp"),
+        ("header.stamp", "ns", 100_000, "header.stamp_ns"),
+        ("time", "s", 4_000_000_000, "time"),
+        ("time_ms", "us", 4_000_000, "time_us"),  # --time-unit spoke against the name
+        ("header.stamp_ms", "us", 4_000_000, "header.stamp_us"),
+        ("Time [ms]", "ms", 4_000_000, "Time [ms]"),
+        ("Time [ms]", "s", 4_000_000, "Time_s"),
+    ],
+)
+@pytest.mark.parametrize("suffix", TABLES)
+def test_a_name_is_kept_where_the_unit_is_found_again(
+    tmp_path: Path, suffix: str, name: str, unit: str, step_ns: int, written: str
+) -> None:
+    path = str(tmp_path / f"out{suffix}")
+    stamps = np.arange(200) * step_ns
+    write(path, make(name, unit, stamps), WriteOptions())
+    (again,) = read(path, ReadOptions())
+    assert again.layout.columns[0].name == written
+    assert again.stamps is not None
+    assert again.stamps.unit == unit
+    np.testing.assert_array_equal(again.stamps.values, stamps)
+
+
+def test_milliseconds_of_weeks_are_no_epoch_seconds(tmp_path: Path) -> None:
+    path = str(tmp_path / "out.csv")
+    stamps = (400_000_000 + np.arange(50) * 10) * 1_000_000
+    write(path, make("time", "ms", stamps), WriteOptions())
+    (again,) = read(path, ReadOptions())
+    assert again.stamps is not None
+    np.testing.assert_array_equal(again.stamps.values, stamps)
+
+
+@pytest.mark.parametrize("suffix", [".csv", ".tsv"])
+def test_a_duration_of_parquet_becomes_text(tmp_path: Path, suffix: str) -> None:
+    source = tmp_path / "in.parquet"
+    stamps = pa.array(np.arange(20) * 200, pa.duration("us"))
+    pyarrow.parquet.write_table(pa.table({"stamp": stamps, "elbow": np.arange(20.0)}), source)
+    (first,) = read(str(source), ReadOptions())
+    write(str(tmp_path / f"out{suffix}"), first, WriteOptions())
+    (again,) = read(str(tmp_path / f"out{suffix}"), ReadOptions())
+    assert again.stamps is not None
+    np.testing.assert_array_equal(again.stamps.values, np.arange(20) * 200_000)
+
+
+@pytest.mark.parametrize("suffix", [".npz", ".parquet", ".feather"])
+def test_whole_doubles_of_other_programs_are_judged_by_their_steps(tmp_path: Path, suffix: str) -> None:
+    def stored(step: float) -> str:
+        path = str(tmp_path / f"in{suffix}")
+        columns = {"time": np.arange(5) * step, "positions": np.arange(5.0)}
+        if suffix == ".npz":
+            np.savez(path, **columns)
+        elif suffix == ".parquet":
+            pyarrow.parquet.write_table(pa.table(columns), path)
+        else:
+            pa.feather.write_feather(pa.table(columns), path)
+        return path
+
+    with pytest.raises(DataError, match="has whole numbers in steps of 4, seconds or milliseconds"):
+        read(stored(4.0), ReadOptions())
+    for step, unit, text in (
+        (10.0, "ms", "in ms, as they are whole numbers in steps of 10"),
+        (0.25, "s", "in s, as the numbers are not whole"),
+    ):
+        (recording,) = read(stored(step), ReadOptions())
+        assert recording.stamps is not None
+        assert recording.stamps.unit == unit
+        assert recording.notes[0].text.endswith(text)
+
+
+@pytest.mark.parametrize("suffix", [".npz", ".parquet", ".feather"])
+def test_whole_seconds_stay_seconds_in_binary_files(tmp_path: Path, suffix: str) -> None:
+    path = str(tmp_path / f"out{suffix}")
+    write(path, make("time", "s", np.arange(5) * 1_000_000_000), WriteOptions())
+    (again,) = read(path, ReadOptions())
+    assert again.stamps is not None
+    np.testing.assert_array_equal(again.stamps.values, np.arange(5) * 1_000_000_000)
+    (said,) = read(path, ReadOptions(time_unit="ms"))
+    assert said.stamps is not None
+    assert said.stamps.unit == "ms"
+    np.testing.assert_array_equal(said.stamps.values, np.arange(5) * 1_000_000)
