@@ -14,6 +14,8 @@ from numpy.typing import NDArray
 QUANTITIES = ("positions", "velocities", "accelerations", "jerks", "efforts")
 # Nanoseconds in each unit that a time stamp may have in a file.
 UNIT_NS = {"s": 1_000_000_000, "ms": 1_000_000, "us": 1_000, "ns": 1}
+# A missing stamp among integers, numpy's NaT; among doubles it is NaN.
+MISSING_NS = -(2**63)
 
 
 class Note(NamedTuple):
@@ -60,6 +62,7 @@ class Stamps:
     ----------
     values
         Shape (N,): int64 nanoseconds wherever the stamps are whole nanoseconds, otherwise float64 seconds.
+        Missing ones are `MISSING_NS` or NaN.
     unit
         Unit in the file: "s", "ms", "us" or "ns".
     """
@@ -69,14 +72,24 @@ class Stamps:
 
     @property
     def origin(self) -> int | float:
-        """First stamp: integer nanoseconds, or seconds. There must be one."""
-        first: int | float = self.values[0].item()
+        """First stamp that is there: integer nanoseconds, or seconds. The first of all where none is finite."""
+        first: int | float = self.values[int(np.argmax(self.there))].item()
         return first
+
+    @property
+    def missing(self) -> NDArray[np.bool_]:
+        """Which stamps are missing, shape (N,)."""
+        return self.values == MISSING_NS if self.values.dtype == np.int64 else np.isnan(self.values)
+
+    @property
+    def there(self) -> NDArray[np.bool_]:
+        """Which stamps are neither missing nor infinite, shape (N,)."""
+        return self.values != MISSING_NS if self.values.dtype == np.int64 else np.isfinite(self.values)
 
     def seconds(self) -> NDArray[np.float64]:
         """Seconds after the first stamp; integers are subtracted before they are divided, so nothing is lost.
 
-        The array is computed once and cannot be written to.
+        NaN where a stamp is missing. The array is computed once and cannot be written to.
         """
         return self._seconds
 
@@ -86,7 +99,11 @@ class Stamps:
         if len(values) == 0:
             found = np.empty(0)
         elif values.dtype != np.int64:
-            found = np.asarray(values - values[0] if values[0] != 0.0 else values, dtype=np.float64).view()
+            found = np.asarray(values - self.origin if self.origin != 0.0 else values, dtype=np.float64).view()
+        elif (missing := self.missing).any():
+            filler = 0 if missing.all() else self.origin
+            found = Stamps(np.where(missing, filler, values), self.unit).seconds().copy()
+            found[missing] = np.nan
         elif int(values.max()) - int(values.min()) < 2**63:
             found = (values - values[0]) / 1e9
         else:

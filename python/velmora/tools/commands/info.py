@@ -115,9 +115,13 @@ def _number(value: float | None) -> str:
 
 def _clock_faults(clock: JsonObject) -> list[str]:
     found = []
-    for kind in ("falling", "repeated"):
+    for kind, what in (
+        ("not_finite", "times missing or not finite"),
+        ("falling", "falling times"),
+        ("repeated", "repeated times"),
+    ):
         if clock[kind]["count"]:
-            found.append(f"           {kind} times: {_rows(clock[kind]['first_rows'])}")
+            found.append(f"           {what}: {_rows(clock[kind]['first_rows'])}")
     for gap in clock["gaps"][:5]:
         found.append(f"           gap of {short(gap['end_s'] - gap['start_s'])} s after {short(gap['start_s'])} s")
     if len(clock["gaps"]) > 5:

@@ -4,7 +4,7 @@
 from __future__ import annotations
 
 from collections.abc import Callable, Iterable, Iterator
-from typing import TYPE_CHECKING
+from typing import TYPE_CHECKING, cast
 
 import numpy as np
 from numpy.typing import NDArray
@@ -132,14 +132,14 @@ def _first_length(source: str, name: str, batches: Callable[[list[str]], Iterabl
 
 
 def _times(source: str, column: pa.Array) -> NDArray[np.generic]:
-    """Times as the column holds them: integers if they are such and all there, doubles otherwise."""
+    """Times as the column holds them: integers if they are such, doubles otherwise."""
     import pyarrow as pa
 
     if pa.types.is_timestamp(column.type) or pa.types.is_duration(column.type):
         column = column.cast(pa.int64())
-    if pa.types.is_integer(column.type) and column.null_count == 0:
+    if pa.types.is_integer(column.type):
         try:
-            return np.asarray(column.cast(pa.int64()).to_numpy(zero_copy_only=False))
+            return text_times.integers(column.cast(pa.int64()))
         except pa.ArrowInvalid as error:
             raise DataError(
                 f"{source}: a time does not fit into 64 bits; --time-column names another column"
@@ -166,8 +166,8 @@ def _stamps(source: str, chosen: Plan, schema: pa.Schema, times: list[NDArray[np
         return Stamps(text_times.combined(source, values.astype(np.int64), times[1].astype(np.int64)), "ns"), "s and ns"
     unit, why = chosen.time_unit, chosen.time_unit or ""
     if unit is None:
-        numbers = values.astype(np.float64, copy=False)
-        unit, why = clock.infer_unit(source, field.name, numbers)
+        numbers = values if values.dtype == np.int64 else values.astype(np.float64, copy=False)
+        unit, why = clock.infer_unit(source, field.name, cast("NDArray[np.int64] | NDArray[np.float64]", numbers))
     stamps = (
         clock.from_integers(source, values.astype(np.int64, copy=False), unit)
         if values.dtype == np.int64
@@ -185,6 +185,7 @@ def tables(recording: Recording, quantities: tuple[str, ...], labels: Labels | N
     columns = written_columns(recording, quantities, lists=True)
     joints = {joint: index for index, joint in enumerate(recording.joints)}
     stored = None if recording.stamps is None else _stored(recording.stamps, columns)
+    absent = np.zeros(0, np.bool_) if recording.stamps is None else recording.stamps.missing
     keys = None if labels is None else labels.array()
     for start in range(0, max(len(recording.rows), 1), _ROWS_AT_ONCE):
         rows = slice(start, start + _ROWS_AT_ONCE)
@@ -196,7 +197,7 @@ def tables(recording: Recording, quantities: tuple[str, ...], labels: Labels | N
             if column.quantity == "time":
                 assert stored is not None
                 fields.append(stored[0])
-                arrays.append(arrow_columns.arrow_array(stored[1][rows]))
+                arrays.append(arrow_columns.arrow_array(stored[1][rows], absent[rows]))
             elif column.element is not None:
                 lists.setdefault(column.name, []).append(column)
                 if len(lists[column.name]) == 1:
@@ -220,6 +221,7 @@ def _stored(stamps: Stamps, columns: list[Column]) -> tuple[pa.Field, NDArray[np
     name = next(column.name for column in columns if column.quantity == "time")
     values, scale, unit = stamps.values, UNIT_NS[stamps.unit], stamps.unit
     if values.dtype == np.int64:
+        values = np.where(stamps.missing, 0, values)
         small = max(abs(int(values.min(initial=0))), abs(int(values.max(initial=0)))) < clock.WHOLE_BELOW_NS
         if unit != "s" and not (values % scale).any():
             return pa.field(name, pa.int64(), metadata=_remember(name, name, unit)), values // scale

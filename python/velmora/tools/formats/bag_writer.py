@@ -80,6 +80,8 @@ def _nanoseconds(recording: Recording) -> tuple[NDArray[np.int64], list[str]]:
             f"{recording.source}: there is no time; messages need one; --input-rate gives the samples per second"
         )
     values = recording.stamps.values
+    if recording.stamps.missing.any():
+        raise DataError(f"{recording.source}: a time is missing; messages need one; --missing drop leaves it out")
     notes = []
     if values.dtype != np.int64:
         if not np.isfinite(values).all() or np.abs(values).max(initial=0.0) >= 2.0**31:

@@ -40,16 +40,25 @@ def read(path: str, options: ReadOptions) -> list[Recording]:
 
 def parse(source: str, data: bytes, options: ReadOptions) -> list[Recording]:
     """Read a table from its bytes."""
+    import pyarrow as pa
+
     data = _utf8(source, data)
     head = data[:_HEAD].replace(b"\r\n", b"\n").replace(b"\r", b"\n").decode("utf-8", "replace")
     dialect = csv_dialect.recognise(source, head, len(data) <= _HEAD)
     fields = [Field(name, _is_numeric(dialect, index)) for index, name in enumerate(_names(dialect))]
     chosen = plan(source, fields, options)
     start = _line_start(data, dialect.first_line)
-    table, rows = _table(source, data, start, dialect, chosen)
+    types = _types(dialect, chosen)
+    table, rows = _table(source, data, start, dialect, types)
     stamps, why = arrow_columns.stamps_at_rate(options.rate_hz, len(rows)), ""
     if options.rate_hz is None and chosen.time:
-        stamps, why = text_times.stamps(source, dialect, chosen, table)
+        found = text_times.stamps(source, dialect, chosen, table)
+        if found is None:
+            types[str(chosen.time[0])] = pa.string()
+            table, rows = _table(source, data, start, dialect, types)
+            found = text_times.stamps(source, dialect, chosen, table)
+            assert found is not None
+        stamps, why = found
     notes = [Note("dialect", dialect.text()), *chosen.notes]
     if why:
         notes = [Note(note.key, f"{note.text}, in {why}") if note.key == "time" else note for note in notes]
@@ -107,8 +116,10 @@ def _line_start(data: bytes, line: int) -> int:
     return position
 
 
-def _table(source: str, data: bytes, start: int, dialect: Dialect, chosen: Plan) -> tuple[pa.Table, NDArray[np.int64]]:
-    """The columns that the plan wants, and the line of each row."""
+def _table(
+    source: str, data: bytes, start: int, dialect: Dialect, types: dict[str, pa.DataType]
+) -> tuple[pa.Table, NDArray[np.int64]]:
+    """The columns that have a type, and the line of each row."""
     import pyarrow as pa
 
     first = dialect.first_line + 1
@@ -116,8 +127,7 @@ def _table(source: str, data: bytes, start: int, dialect: Dialect, chosen: Plan)
     while stop > start and data[stop - 1] in b" \t\r\n":
         stop -= 1
     if stop == start:
-        return _empty(dialect, chosen), np.empty(0, np.int64)
-    types = _types(dialect, chosen)
+        return _empty(types), np.empty(0, np.int64)
     plain, start, stop = _plain(data, start, stop, dialect)
     # A line of comments is no line of numbers; only where the first column is not read as such can it go unnoticed.
     if types.get("0") == pa.float64() or not any(data.find(mark.encode(), start, stop) >= 0 for mark in COMMENT_MARKS):
@@ -130,11 +140,11 @@ def _table(source: str, data: bytes, start: int, dialect: Dialect, chosen: Plan)
             pass  # comments, empty lines, blanks for empty cells, or a fault: line by line
     lines, rows = _without_comments(plain[start:stop], first)
     if not lines:
-        return _empty(dialect, chosen), rows
+        return _empty(types), rows
     try:
         table = _arrow(pa.py_buffer(b"\n".join(lines)), dialect, types)
     except pa.ArrowException as error:
-        raise _fault(source, lines, rows, dialect, chosen, error) from error
+        raise _fault(source, lines, rows, dialect, types, error) from error
     if len(table) != len(rows):
         raise DataError(f"{source}: a quoted cell goes on over several lines; one line for each sample was expected")
     return table, rows
@@ -166,10 +176,10 @@ def _types(dialect: Dialect, chosen: Plan) -> dict[str, pa.DataType]:
     }
 
 
-def _empty(dialect: Dialect, chosen: Plan) -> pa.Table:
+def _empty(types: dict[str, pa.DataType]) -> pa.Table:
     import pyarrow as pa
 
-    return pa.table({name: pa.array([], kind) for name, kind in _types(dialect, chosen).items()})
+    return pa.table({name: pa.array([], kind) for name, kind in types.items()})
 
 
 def _arrow(plain: pa.Buffer, dialect: Dialect, types: dict[str, pa.DataType]) -> pa.Table:

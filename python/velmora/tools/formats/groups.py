@@ -85,5 +85,8 @@ def _stamps(parts: Sequence[Recording]) -> Stamps | None:
         return None
     if all(part.values.dtype == np.int64 for part in stamps):
         return Stamps(np.concatenate([part.values.astype(np.int64, copy=False) for part in stamps]), stamps[0].unit)
-    seconds = [part.values / 1e9 if part.values.dtype == np.int64 else part.values for part in stamps]
+    seconds = [
+        np.where(part.missing, np.nan, part.values / 1e9) if part.values.dtype == np.int64 else part.values
+        for part in stamps
+    ]
     return Stamps(np.concatenate(seconds).astype(np.float64, copy=False), stamps[0].unit)

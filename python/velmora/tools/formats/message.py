@@ -233,6 +233,8 @@ def write(file: IO[bytes], recording: Recording, quantities: tuple[str, ...], ki
     if "jerks" in quantities and recording.jerks is not None:
         notes.append(f"{TRAJECTORY} has no jerks: left out")
     times = recording.stamps.values
+    if recording.stamps.missing.any():
+        raise DataError(f"{recording.source}: a time is missing; a trajectory message has all of them")
     if times.dtype != np.int64:
         if not np.isfinite(times).all() or np.abs(times).max(initial=0.0) >= 2.0**31:
             raise DataError(f"{recording.source}: a time is not finite or too large; seconds below 2^31 were expected")

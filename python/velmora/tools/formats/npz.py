@@ -174,6 +174,8 @@ def _stamps(
             else clock.infer_unit(source, name, doubles)
         )
         return clock.from_doubles(doubles, unit), why
+    if array.dtype.kind == "u" and array.size and int(array.max()) >= 2**63:
+        raise DataError(f"{source}: array {quoted(name)}: a time does not fit into 64 bits with a sign")
     integers = array.astype(np.int64)
     if options.time_unit != "auto":
         return clock.from_integers(source, integers, options.time_unit), options.time_unit
@@ -199,19 +201,23 @@ def write(file: IO[bytes], recording: Recording, quantities: tuple[str, ...]) ->
             info.external_attr = 0o644 << 16
             with archive.open(info, "w", force_zip64=True) as entry:
                 npy.write_array(entry, np.ascontiguousarray(array), allow_pickle=False)
+    notes = []
     if recording.missing is not None and recording.missing.any():
-        return ["NPZ has no empty cells: missing positions became nan"]
-    return []
+        notes.append("NPZ has no empty cells: missing positions became nan")
+    if recording.stamps is not None and recording.stamps.missing.any():
+        what = "-2^63, the integer of NaT" if arrays["time"].dtype == np.int64 else "nan"
+        notes.append(f"NPZ has no empty cells: missing times became {what}")
+    return notes
 
 
 def stored_times(stamps: Stamps) -> NDArray[np.int64] | NDArray[np.float64]:
     """Stamps for formats of binary numbers: doubles of seconds where they hold every nanosecond, otherwise integers."""
-    values = stamps.values
+    known = stamps.values[stamps.there]
     if (
-        values.dtype == np.int64
+        known.dtype == np.int64
         and stamps.unit == "s"
-        and len(values) > 0
-        and (max(abs(int(values.min())), abs(int(values.max()))) < clock.WHOLE_BELOW_NS)
+        and len(known) > 0
+        and (max(abs(int(known.min())), abs(int(known.max()))) < clock.WHOLE_BELOW_NS)
     ):
-        return values / 1e9
-    return values
+        return np.where(stamps.missing, np.nan, stamps.values / 1e9)
+    return stamps.values

@@ -11,7 +11,7 @@ import numpy as np
 from numpy.typing import NDArray
 
 from velmora.tools.errors import DataError, UsageError
-from velmora.tools.recording import UNIT_NS, Stamps
+from velmora.tools.recording import MISSING_NS, UNIT_NS, Stamps
 
 # Below this many nanoseconds (26 days) a double of seconds has the whole nanosecond that it came from: half a step of
 # the double (0.23 ns) and the rounding of its product with 1e9 (0.25 ns) stay below half a nanosecond.
@@ -27,23 +27,35 @@ def from_doubles(values: NDArray[np.float64], unit: str) -> Stamps:
     """Stamps from doubles in the given unit, shape (N,)."""
     scale = UNIT_NS[unit]
     seconds = values if unit == "s" else values / (1e9 / scale)
-    if values.size and np.isfinite(values).all() and np.abs(values).max() < WHOLE_BELOW_NS / scale:
-        nanoseconds = np.rint(values * scale)
+    missing = np.isnan(values)
+    known = np.where(missing, 0.0, values) if missing.any() else values
+    if not too_coarse(known, unit):
+        nanoseconds = np.rint(known * scale)
         # The check that makes it exact: the decimal number with so many nanoseconds is the one that was written.
-        if np.array_equal(nanoseconds / scale, values):
-            return Stamps(nanoseconds.astype(np.int64), unit)
+        if np.array_equal(nanoseconds / scale, known):
+            return Stamps(np.where(missing, MISSING_NS, nanoseconds.astype(np.int64)), unit)
     return Stamps(np.ascontiguousarray(seconds, dtype=np.float64), unit)
 
 
+def too_coarse(values: NDArray[np.float64], unit: str) -> bool:
+    """Whether some of the times are so large that doubles of this unit do not have every nanosecond."""
+    return bool(np.nanmax(np.abs(values), initial=0.0) >= WHOLE_BELOW_NS / UNIT_NS[unit])
+
+
 def from_integers(source: str, values: NDArray[np.int64], unit: str) -> Stamps:
-    """Stamps from integers in the given unit, shape (N,)."""
+    """Stamps from integers in the given unit, shape (N,); `MISSING_NS` where one is missing."""
     scale = UNIT_NS[unit]
-    if values.size and max(abs(int(values.min())), abs(int(values.max()))) > (2**63 - 1) // scale:
+    if scale == 1:
+        return Stamps(np.ascontiguousarray(values), unit)
+    missing = values == MISSING_NS
+    known = np.where(missing, 0, values) if missing.any() else values
+    largest = max(abs(int(known.min(initial=0))), abs(int(known.max(initial=0))))
+    if largest > (2**63 - 1) // scale:
         raise DataError(
-            f"{source}: the times reach {max(abs(int(values.min())), abs(int(values.max())))} {unit}; "
+            f"{source}: the times reach {largest} {unit}; "
             "times that fit into 64 bits of nanoseconds (292 years) were expected; --time-unit gives the unit"
         )
-    return Stamps(np.ascontiguousarray(values) if scale == 1 else values * np.int64(scale), unit)
+    return Stamps(np.where(missing, MISSING_NS, known * np.int64(scale)), unit)
 
 
 def infer_unit(
@@ -62,7 +74,7 @@ def infer_unit(
     DataError
         Whole numbers that may be seconds as well as milliseconds.
     """
-    finite = values[np.isfinite(values)] if values.dtype.kind == "f" else values
+    finite = values[np.isfinite(values) if values.dtype.kind == "f" else values != MISSING_NS]
     if len(finite) == 0:
         return "s", "seconds, as there is nothing to tell by"
     first = finite[:TELLING].astype(np.float64)
@@ -96,9 +108,9 @@ def tell_their_unit(stamps: Stamps) -> bool:
     Text carries a decimal point where the unit is the second, and nowhere else unless a number is not whole.
     """
     scale = UNIT_NS[stamps.unit]
-    numbers = stamps.values / scale if stamps.values.dtype == np.int64 else stamps.values * (1e9 / scale)
-    finite = numbers[np.isfinite(numbers)]
-    whole = stamps.unit != "s" and np.array_equal(finite, np.rint(finite))
+    there = stamps.values[stamps.there]
+    numbers = there / scale if there.dtype == np.int64 else there * (1e9 / scale)
+    whole = stamps.unit != "s" and np.array_equal(numbers, np.rint(numbers))
     try:
         return infer_unit("", "", numbers, whole)[0] == stamps.unit
     except DataError:

@@ -14,9 +14,9 @@ from numpy.typing import NDArray
 from velmora.tools.errors import DataError
 from velmora.tools.formats import stamps as clock
 from velmora.tools.formats.arrow_columns import arrow_array, numbers
-from velmora.tools.formats.csv_dialect import NUMBER, Dialect
+from velmora.tools.formats.csv_dialect import EMPTY_CELLS, NUMBER, Dialect
 from velmora.tools.formats.plan import Plan
-from velmora.tools.recording import UNIT_NS, Stamps
+from velmora.tools.recording import MISSING_NS, UNIT_NS, Stamps
 from velmora.tools.text import quoted
 
 if TYPE_CHECKING:
@@ -27,7 +27,7 @@ _DECIMALS = {"s": 9, "ms": 6, "us": 3, "ns": 0}
 
 
 def fits_doubles(dialect: Dialect, column: int) -> bool:
-    """Whether doubles hold times of this size exactly, in whichever unit they are."""
+    """Whether doubles may hold the times exactly: some of them are small in whichever unit they are."""
     for row in dialect.sample:
         cell = row[column].replace(",", ".") if column < len(row) else ""
         if NUMBER.fullmatch(cell) and abs(float(cell)) < clock.WHOLE_BELOW_NS / 1e9 / 2:
@@ -35,8 +35,11 @@ def fits_doubles(dialect: Dialect, column: int) -> bool:
     return False
 
 
-def stamps(source: str, dialect: Dialect, chosen: Plan, table: pa.Table) -> tuple[Stamps, str]:
-    """Stamps from the columns of a table, and in which unit they are and why."""
+def stamps(source: str, dialect: Dialect, chosen: Plan, table: pa.Table) -> tuple[Stamps, str] | None:
+    """Stamps from the columns of a table, and in which unit they are and why.
+
+    None where the times were read as doubles and some are too large for these; they are to be read as text.
+    """
     import pyarrow as pa
 
     name = next(column.name for column in chosen.columns if column.quantity == "time")
@@ -44,22 +47,25 @@ def stamps(source: str, dialect: Dialect, chosen: Plan, table: pa.Table) -> tupl
     if columns[0].type == pa.float64() and len(columns) == 1:
         doubles, _ = numbers(columns[0])
         unit, why = _unit(source, dialect, chosen, name, doubles)
+        if clock.too_coarse(doubles[np.isfinite(doubles)], unit):
+            return None
         return clock.from_doubles(doubles, unit), why
     import pyarrow.compute as pc  # its import takes longer than the reading of a short file
 
     if len(columns) == 2:
         try:
-            seconds, nanoseconds = (pc.cast(column, pa.int64()).to_numpy() for column in columns)
+            seconds, nanoseconds = (integers(pc.cast(column, pa.int64())) for column in columns)
         except pa.ArrowInvalid as error:
             raise _no_time(source, name, columns[0]) from error
         return Stamps(combined(source, seconds, nanoseconds), "ns"), "s and ns"
     text = pc.utf8_trim(columns[0], " ")
+    text = pc.if_else(pc.is_in(pc.utf8_ltrim(text, "+-"), pa.array(["nan", "NaN", "NAN"])), None, text)
     try:
         unit, why = _unit(source, dialect, chosen, name, _doubles(text.slice(0, clock.TELLING)))
-        exact = None if text.null_count else _exact_nanoseconds(text, unit)
-        if text.null_count:
-            why += ", as doubles, since some are missing"
-        return Stamps(exact, unit) if exact is not None else clock.from_doubles(_doubles(text), unit), why
+        exact = _exact_nanoseconds(text, unit)
+        if exact is None:
+            return clock.from_doubles(_doubles(text), unit), f"{why}, as doubles, since not all are whole nanoseconds"
+        return Stamps(exact, unit), why
     except pa.ArrowInvalid as error:
         dates = _dates(text)
         if dates is None:
@@ -69,16 +75,23 @@ def stamps(source: str, dialect: Dialect, chosen: Plan, table: pa.Table) -> tupl
 
 def combined(source: str, seconds: NDArray[np.int64], nanoseconds: NDArray[np.int64]) -> NDArray[np.int64]:
     """Whole nanoseconds from seconds and the nanoseconds after them."""
-    return clock.from_integers(source, seconds, "s").values.astype(np.int64) + nanoseconds
+    missing = (seconds == MISSING_NS) | (nanoseconds == MISSING_NS)
+    whole = clock.from_integers(source, np.where(missing, 0, seconds), "s").values.astype(np.int64)
+    return np.where(missing, MISSING_NS, whole + np.where(missing, 0, nanoseconds))
+
+
+def integers(column: pa.Array | pa.ChunkedArray) -> NDArray[np.int64]:
+    """A column of 64-bit integers, `MISSING_NS` where it has none."""
+    filled = column if column.null_count == 0 else column.fill_null(MISSING_NS)
+    return np.asarray(filled.to_numpy() if hasattr(filled, "chunks") else filled.to_numpy(zero_copy_only=False))
 
 
 def _unit(source: str, dialect: Dialect, chosen: Plan, name: str, doubles: NDArray[np.float64]) -> tuple[str, str]:
     if chosen.time_unit is not None:
         return chosen.time_unit, chosen.time_unit
     column = chosen.time[0]
-    whole = all(
-        cell.lstrip("+-").isdigit() for cell in (row[column] for row in dialect.sample if column < len(row)) if cell
-    )
+    cells = (row[column] for row in dialect.sample if column < len(row))
+    whole = all(cell.lstrip("+-").isdigit() for cell in cells if cell not in EMPTY_CELLS and cell.lower() != "nan")
     return clock.infer_unit(source, name, doubles, whole)
 
 
@@ -104,6 +117,9 @@ def _exact_nanoseconds(text: pa.ChunkedArray, unit: str) -> NDArray[np.int64] | 
         decimals.offset : decimals.offset + len(decimals)
     ]
     low, high = words[:, 0], words[:, 1]
+    if decimals.null_count:
+        missing = decimals.is_null().to_numpy(zero_copy_only=False)
+        low, high = np.where(missing, MISSING_NS, low), np.where(missing, -1, high)
     return np.ascontiguousarray(low) if np.array_equal(high, low >> 63) else None
 
 
@@ -116,8 +132,7 @@ def _dates(text: pa.ChunkedArray) -> Stamps | None:
             dates = pc.cast(text, kind)
         except pa.ArrowInvalid:
             continue
-        if dates.null_count == 0:
-            return Stamps(np.ascontiguousarray(dates.cast(pa.int64()).to_numpy()), "ns")
+        return Stamps(np.ascontiguousarray(integers(dates.cast(pa.int64()))), "ns")
     return None
 
 
@@ -138,17 +153,21 @@ def written(stamps: Stamps, rows: slice, unit_is_known: bool) -> pa.Array:
     import pyarrow as pa
     import pyarrow.compute as pc
 
-    values: NDArray[np.generic] = stamps.values[rows]
+    part = Stamps(stamps.values[rows], stamps.unit)
+    missing = part.missing
+    values: NDArray[np.generic] = part.values
     if values.dtype == np.int64:
         if stamps.unit == "ns":
-            return arrow_array(values)
+            return arrow_array(values, missing)
         scale = UNIT_NS[stamps.unit]
-        if np.abs(stamps.values[rows]).max(initial=0) >= clock.WHOLE_BELOW_NS:
-            return _decimal_text(values.astype(np.int64, copy=False), _DECIMALS[stamps.unit], unit_is_known)
-        values = stamps.values[rows] / scale
+        known = np.where(missing, 0, values).astype(np.int64, copy=False)
+        if np.abs(known).max(initial=0) >= clock.WHOLE_BELOW_NS:
+            text = _decimal_text(known, _DECIMALS[stamps.unit], unit_is_known)
+            return pc.if_else(pa.array(missing), None, text) if missing.any() else text
+        values = known / scale
     else:
-        values = stamps.values[rows] * (1e9 / UNIT_NS[stamps.unit])
-    text = pc.cast(arrow_array(values), pa.string())
+        values = part.values * (1e9 / UNIT_NS[stamps.unit])
+    text = pc.cast(arrow_array(values, missing), pa.string())
     if unit_is_known:
         return text
     return pc.replace_substring_regex(text, r"^(-?\d+)$", r"\1.0")

@@ -68,12 +68,12 @@ def _stamps(recording: Recording) -> Stamps:
 
 
 def _without_faulty_rows(recording: Recording, options: CheckOptions) -> Recording:
-    bad_times = ~np.isfinite(_stamps(recording).values)
+    bad_times = ~_stamps(recording).there
     if bad_times.any():
         row = int(np.argmax(bad_times))
         if options.missing == "error":
             raise DataError(
-                f"{_at(recording, row)}: the time is {_value(_stamps(recording).values[row])}; "
+                f"{_at(recording, row)}: the time is {_time(_stamps(recording), row)}; "
                 "a finite number was expected; --missing drop leaves such rows out"
             )
     given = [
@@ -190,6 +190,12 @@ def _noted(recording: Recording, key: str, text: str) -> Recording:
 
 def _at(recording: Recording, sample: int) -> str:
     return f"{recording.source}:{recording.rows[sample]}"
+
+
+def _time(stamps: Stamps, row: int) -> str:
+    if not stamps.missing[row]:
+        return _value(stamps.values[row])
+    return "missing" if stamps.values.dtype == np.int64 else "missing or not a number"
 
 
 def _value(value: float) -> str:

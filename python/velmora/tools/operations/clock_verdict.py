@@ -39,22 +39,30 @@ class ClockVerdict:
     repeated_rows: tuple[int, ...]
     falling: int
     falling_rows: tuple[int, ...]
+    not_finite: int
+    not_finite_rows: tuple[int, ...]
     second_clock_offset_s: float | None
 
     @property
     def broken(self) -> bool:
-        """Whether there are times that do not increase."""
-        return self.repeated > 0 or self.falling > 0
+        """Whether there are times that do not increase, or none."""
+        return self.repeated > 0 or self.falling > 0 or self.not_finite > 0
 
 
 def clock_verdict(recording: Recording) -> ClockVerdict | None:
     """Judge the times of a recording; None where it has none.
 
-    The jitter is half the range that holds the middle 95 % of the steps.
+    The jitter is half the range that holds the middle 95 % of the steps. Times that are missing or not finite are
+    counted; the others are judged as if they stood alone.
     """
     if recording.stamps is None or len(recording.rows) == 0:
         return None
-    times_s = recording.stamps.seconds()
+    there = recording.stamps.there
+    times_s, rows = recording.stamps.seconds(), recording.rows
+    absent: tuple[int, ...] = ()
+    if not there.all():
+        absent = tuple(rows[~there].tolist())
+        times_s, rows = times_s[there], rows[there]
     steps_s = np.diff(times_s)
     # Where times fall the steps of the sorted ones are nearer to the clock's.
     in_order_s = steps_s if np.all(steps_s >= 0.0) else np.diff(np.sort(times_s))
@@ -64,11 +72,13 @@ def clock_verdict(recording: Recording) -> ClockVerdict | None:
     if len(rising):
         low, high = np.percentile(rising, [2.5, 97.5])
         jitter_s = float(high - low) / 2.0
-    repeats, falls = np.flatnonzero(steps_s == 0.0), np.flatnonzero(~(steps_s >= 0.0))
+    repeats, falls = np.flatnonzero(steps_s == 0.0), np.flatnonzero(steps_s < 0.0)
     gaps = find_gaps(times_s, None if median_s is None else GAP_IN_MEDIAN_STEPS * median_s)
     uneven = 0 if median_s is None else int(np.count_nonzero(np.abs(rising - median_s) > UNEVEN_SHARE * median_s))
     offset_s = _second_clock(times_s) if len(falls) else None
     summary = _summary(median_s, jitter_s, uneven, len(rising), len(gaps), len(repeats), len(falls), offset_s)
+    if absent:
+        summary = f"BROKEN: {count(len(absent), 'time')} missing or not finite; {summary.removeprefix('BROKEN: ')}"
     return ClockVerdict(
         summary,
         _origin(recording),
@@ -79,15 +89,17 @@ def clock_verdict(recording: Recording) -> ClockVerdict | None:
         uneven,
         gaps,
         len(repeats),
-        _rows(recording, repeats),
+        _rows(rows, repeats),
         len(falls),
-        _rows(recording, falls),
+        _rows(rows, falls),
+        len(absent),
+        absent[:MOST_ROWS],
         offset_s,
     )
 
 
-def _rows(recording: Recording, before: NDArray[np.intp]) -> tuple[int, ...]:
-    return tuple(int(row) for row in recording.rows[before[:MOST_ROWS] + 1])
+def _rows(rows: NDArray[np.int64], before: NDArray[np.intp]) -> tuple[int, ...]:
+    return tuple(int(row) for row in rows[before[:MOST_ROWS] + 1])
 
 
 def _second_clock(times_s: NDArray[np.float64]) -> float | None:
@@ -134,6 +146,8 @@ def _summary(
 
 def _origin(recording: Recording) -> str:
     assert recording.stamps is not None
+    if not recording.stamps.there.any():
+        return "no time is there"
     origin = recording.stamps.origin
     seconds = origin / 1e9 if isinstance(origin, int) else origin
     text = f"first time {seconds_text(origin)} s"

@@ -29,7 +29,7 @@ def facts(recording: Recording) -> JsonObject:
         "joints": list(recording.joints),
         "samples": len(recording.rows),
         "duration_s": number(_duration_s(recording)),
-        "first_stamp": None if recording.stamps is None or not len(recording.rows) else stamp(recording.stamps.origin),
+        "first_stamp": _first_stamp(recording),
         "given": [
             name for name in ("velocities", "accelerations", "jerks", "efforts") if getattr(recording, name) is not None
         ],
@@ -67,6 +67,12 @@ def stamp(value: int | float) -> JsonObject:
     return {"ns": str(value)} if isinstance(value, int) else {"s": value}
 
 
+def _first_stamp(recording: Recording) -> JsonObject | None:
+    if recording.stamps is None or not recording.stamps.there.any():
+        return None
+    return stamp(recording.stamps.origin)
+
+
 def number(value: float | None) -> float | None:
     """A number for JSON, which has no infinities."""
     return value if value is not None and math.isfinite(value) else None
@@ -76,7 +82,8 @@ def _duration_s(recording: Recording) -> float | None:
     if recording.stamps is None or len(recording.rows) == 0:
         return None
     times_s = recording.stamps.seconds()
-    return float(times_s[-1] - times_s[0])
+    times_s = times_s[recording.stamps.there]
+    return float(times_s[-1] - times_s[0]) if len(times_s) else None
 
 
 def _clock(clock: ClockVerdict) -> JsonObject:
@@ -95,6 +102,7 @@ def _clock(clock: ClockVerdict) -> JsonObject:
         "gap_threshold_s": number(clock.gaps.threshold_s),
         "repeated": {"count": clock.repeated, "first_rows": list(clock.repeated_rows)},
         "falling": {"count": clock.falling, "first_rows": list(clock.falling_rows)},
+        "not_finite": {"count": clock.not_finite, "first_rows": list(clock.not_finite_rows)},
         "second_clock_offset_s": number(clock.second_clock_offset_s),
     }
 
