@@ -4,7 +4,6 @@
 
 #include <nanobind/nanobind.h>
 
-
 #include "conversions.hpp"
 #include "records.hpp"
 #include "register.hpp"
