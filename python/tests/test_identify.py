@@ -2,7 +2,9 @@
 """Modes found in simulated ring-downs and recordings: errors, intervals, refusals."""
 
 import doctest
+import importlib
 import pickle
+import sys
 from typing import Any
 
 import numpy as np
@@ -223,6 +225,12 @@ def test_what_holds_no_real_numbers_is_refused(values: Any, got: str) -> None:
 def test_no_samples_are_too_few() -> None:
     with pytest.raises(IdentificationError, match=r"^0 samples are too few to fit a vibration;"):
         identify_modes([], [])
+
+
+def test_without_scipy_the_import_says_what_to_install(monkeypatch: pytest.MonkeyPatch) -> None:
+    monkeypatch.setitem(sys.modules, "scipy", None)
+    with pytest.raises(ModuleNotFoundError, match=r"^velmora.identify needs scipy; pip install 'velmora\[tools\]'"):
+        importlib.reload(velmora.identify)
 
 
 def test_an_error_crosses_to_another_process() -> None:

@@ -142,10 +142,11 @@ def test_a_number_of_samples_that_cannot_span_is_an_error(trajectory: vm.JointTr
     assert raised.value.argument_name == "samples"
 
 
-def test_more_samples_than_times_can_tell_apart_are_an_error() -> None:
-    tiny = vm.JointTrajectory([[0.0], [1.0]], time=[0.0, 5e-324])
+@pytest.mark.parametrize(("end_s", "count"), [(5e-324, 4), (1.0, 10**400)])
+def test_more_samples_than_times_can_tell_apart_are_an_error(end_s: float, count: int) -> None:
+    short = vm.JointTrajectory([[0.0], [1.0]], time=[0.0, end_s])
     with pytest.raises(vm.InvalidArgumentError) as raised:
-        tiny.resample(samples=4)
+        short.resample(samples=count)
     assert str(raised.value) == "samples must not be more than the resolution of the times allows."
 
 
