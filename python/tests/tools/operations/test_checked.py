@@ -69,7 +69,8 @@ def test_large_finite_values_whose_sum_overflows_pass() -> None:
 
 def test_a_time_that_is_not_finite_comes_before_values() -> None:
     assert message(recording([0.0, NAN], [[NAN], [1.0]])) == (
-        "log.csv:3: the time is missing or not a number; a finite number was expected; --missing drop leaves such rows out"
+        "log.csv:3: the time is missing or not a number; a finite number was expected; "
+        "--missing drop leaves such rows out"
     )
 
 

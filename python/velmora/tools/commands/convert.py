@@ -65,10 +65,11 @@ def work(task: Task, stage: Stage) -> tuple[list[JsonObject], list[str]]:
     """Convert one file."""
     options: ConvertWork = task.options
     assert task.target is not None
-    reports, warnings = [], []
+    reports = []
     recordings = reading.read_recordings(task, stage, options.read)
+    warnings = reading.left_out(recordings)
     if reading.goes_into_one(recordings, task.target, options.write):
-        notes = formats.write_groups(stage.place(task.target), recordings, options.write)
+        notes = warnings + formats.write_groups(stage.place(task.target), recordings, options.write)
         reports = [{**facts(recording), "outputs": [task.target], "warnings": notes} for recording in recordings]
         return reports, notes
     for recording in recordings:

@@ -96,6 +96,12 @@ def read_recordings(task: Task, stage: Stage, options: ReadOptions) -> list[Reco
     return recordings
 
 
+def left_out(recordings: Sequence[Recording]) -> list[str]:
+    """What a table holds that its recordings do not, once for all groups."""
+    notes = (note for recording in recordings for note in recording.notes if note.key == "columns")
+    return list(dict.fromkeys(f"columns {note.text}" for note in notes))
+
+
 def goes_into_one(recordings: Sequence[Recording], target: str, options: WriteOptions) -> bool:
     """Whether the groups of a table become one table again: they do unless ``{group}`` in the output parts them."""
     grouped = bool(recordings) and recordings[0].group is not None

@@ -93,8 +93,8 @@ def work(task: Task, stage: Stage) -> tuple[list[JsonObject], list[str]]:
     options: ResampleWork = task.options
     assert task.target is not None
     reports: list[JsonObject] = []
-    warnings: list[str] = []
     recordings = reading.read_recordings(task, stage, options.read)
+    warnings = reading.left_out(recordings)
     several = len(recordings) > 1
     # Pieces of a group stay apart, each with a file of its own.
     into_one = options.resample.gaps != "split" and reading.goes_into_one(recordings, task.target, options.write)

@@ -37,14 +37,14 @@ class Matrices:
         }
         self.missing: NDArray[np.bool_] | None = None
 
-    def add(self, batch: pa.RecordBatch, start: int, names: Sequence[str] | None = None) -> None:
-        """Fill in rows from `start` on; fields are found by their index as text, or by the names given."""
+    def add(self, batch: pa.RecordBatch, start: int) -> None:
+        """Fill in rows from `start` on; fields are found by their index as text."""
         stop = start + batch.num_rows
         lists: dict[int, NDArray[np.float64]] = {}
         for quantity, cells in self.chosen.cells.items():
             matrix = self.values[quantity]
             for cell in cells:
-                column = batch.column(str(cell.field) if names is None else names[cell.field])
+                column = batch.column(str(cell.field))
                 if cell.element is not None:
                     if cell.field not in lists:
                         lists[cell.field] = _list_matrix(column, cell.of_elements)

@@ -32,7 +32,7 @@ def read(
     format_: str,
     schema: pa.Schema,
     samples: int,
-    batches: Callable[[list[str]], Iterable[pa.RecordBatch]],
+    batches: Callable[[list[int]], Iterable[pa.RecordBatch]],
     options: ReadOptions,
 ) -> list[Recording]:
     """Read a table batch by batch; nothing but the result is held as a whole.
@@ -40,12 +40,12 @@ def read(
     Parameters
     ----------
     batches
-        Gives the batches of the columns named.
+        Gives the batches of the columns with these indexes, which several may have one name; see `numbered`.
     """
     import pyarrow as pa
 
     check_width(source, len(schema.names))
-    fields = [_field(source, schema.field(index), batches) for index in range(len(schema.names))]
+    fields = [_field(source, schema.field(index), index, batches) for index in range(len(schema.names))]
     check_width(source, sum(field.elements or 1 for field in fields))
     chosen = plan(source, fields, options)
     width = sum(len(chosen.joints) for _ in chosen.cells) + 2
@@ -58,21 +58,19 @@ def read(
     clocks = () if options.rate_hz is not None else chosen.time
     times: list[NDArray[np.generic] | None] = [None] * len(clocks)
     keys: list[pa.Array] = []
-    names = schema.names
     start = 0
     used = {cell.field for cells in chosen.cells.values() for cell in cells} | set(clocks)
-    wanted = [names[index] for index in sorted(used | ({chosen.group} if chosen.group is not None else set()))]
-    for batch in batches(wanted):
+    for batch in batches(sorted(used | ({chosen.group} if chosen.group is not None else set()))):
         stop = start + batch.num_rows
         if stop > samples:
             raise DataError(f"{source}: there are more than the {samples:,} rows that the file promises; it is damaged")
         for column in batch.columns:
             column.validate()
-        matrices.add(batch, start, names)
+        matrices.add(batch, start)
         for place, index in enumerate(clocks):
-            times[place] = _kept(times[place], _times(source, batch.column(names[index])), start, samples)
+            times[place] = _kept(times[place], _times(source, batch.column(str(index))), start, samples)
         if chosen.group is not None:
-            keys.append(batch.column(names[chosen.group]))
+            keys.append(batch.column(str(chosen.group)))
         start = stop
     if start != samples:
         raise DataError(
@@ -91,7 +89,14 @@ def read(
     return arrow_columns.groups(result, options.group_by, values)
 
 
-def _field(source: str, field: pa.Field, batches: Callable[[list[str]], Iterable[pa.RecordBatch]]) -> Field:
+def numbered(columns: Iterable[pa.Array], indexes: list[int]) -> pa.RecordBatch:
+    """Columns named by their indexes, since those of a file may share a name."""
+    import pyarrow as pa
+
+    return pa.RecordBatch.from_arrays(list(columns), names=[str(index) for index in indexes])
+
+
+def _field(source: str, field: pa.Field, index: int, batches: Callable[[list[int]], Iterable[pa.RecordBatch]]) -> Field:
     import pyarrow as pa
 
     kind = field.type
@@ -110,7 +115,7 @@ def _field(source: str, field: pa.Field, batches: Callable[[list[str]], Iterable
             return Field(name, False)
         if pa.types.is_fixed_size_list(kind):
             return Field(name, True, kind.list_size)
-        return Field(name, True, _first_length(source, field.name, batches))
+        return Field(name, True, _first_length(source, index, batches))
     return Field(name, _is_number(kind), None, unit)
 
 
@@ -120,9 +125,9 @@ def _is_number(kind: pa.DataType) -> bool:
     return bool(pa.types.is_floating(kind) or pa.types.is_integer(kind) or pa.types.is_decimal(kind))
 
 
-def _first_length(source: str, name: str, batches: Callable[[list[str]], Iterable[pa.RecordBatch]]) -> int:
+def _first_length(source: str, index: int, batches: Callable[[list[int]], Iterable[pa.RecordBatch]]) -> int:
     """How many elements the first list has."""
-    for batch in batches([name]):
+    for batch in batches([index]):
         lengths = batch.column(0).value_lengths().drop_null()
         if len(lengths) > 0:
             length: int = lengths[0].as_py()

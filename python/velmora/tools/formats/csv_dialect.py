@@ -14,6 +14,9 @@ from velmora.tools.formats.plan import check_width
 NUMBER = re.compile(r"[+-]?(?:\d+\.?\d*|\.\d+)(?:[eE][+-]?\d+)?|[+-]?(?:nan|inf|infinity)", re.IGNORECASE)
 EMPTY_CELLS = ("", "NA", "N/A", "null", "NULL", "None")
 COMMENT_MARKS = ("#", "%", "//")
+# All of a line before its comment; marks inside quotes are none.
+_DATA = re.compile(r'(?:"[^"]*"|[^"#%/]|/(?!/)|")*')
+_HEADER = re.compile(r'(?:"[^"]*"|[^"\s]|\s(?!#|//|%\s)|")*')
 MAX_LINE = 1 << 20
 _SEPARATOR_NAMES = {",": "comma", ";": "semicolon", "\t": "tab", " ": "blanks", "": "none"}
 _SAMPLE_LINES = 50
@@ -77,6 +80,12 @@ class Dialect:
         return NUMBER.fullmatch(cell if self.decimal == "." else cell.replace(",", ".")) is not None
 
 
+def without_comment(line: str, *, header: bool) -> str:
+    """A line up to its comment. In a header a blank stands before the mark, as a name may hold one: ``load [%]``."""
+    found = (_HEADER if header else _DATA).match(line)
+    return line if found is None or found.end() == len(line) else line[: found.end()].rstrip()
+
+
 def is_comment(line: str) -> bool:
     """Whether the line, without blanks around it, is a comment."""
     return line.startswith(COMMENT_MARKS)
@@ -127,7 +136,7 @@ def recognise(source: str, head: str, whole: bool) -> Dialect:
             if not data:
                 comments.append(line)
             continue
-        data.append((index, line))
+        data.append((index, without_comment(line, header=not data)))
         if len(data) == _SAMPLE_LINES:
             break
     if not data:

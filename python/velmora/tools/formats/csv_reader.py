@@ -138,7 +138,7 @@ def _table(
                 return table, np.arange(first, first + len(table))
         except pa.ArrowException:
             pass  # comments, empty lines, blanks for empty cells, or a fault: line by line
-    lines, rows = _without_comments(plain[start:stop], first)
+    lines, rows = _without_comments(plain[start:stop], first, dialect)
     if not lines:
         return _empty(types), rows
     try:
@@ -201,13 +201,14 @@ def _arrow(plain: pa.Buffer, dialect: Dialect, types: dict[str, pa.DataType]) ->
     )
 
 
-def _without_comments(plain: bytes, first: int) -> tuple[list[bytes], NDArray[np.int64]]:
+def _without_comments(plain: bytes, first: int, dialect: Dialect) -> tuple[list[bytes], NDArray[np.int64]]:
     """The lines that hold data, without blanks around their cells, and their numbers."""
-    marks = re.compile(rb"\s*(?:#|%|//).*")
     lines, rows = [], []
     for row, line in enumerate(plain.replace(b"\r\n", b"\n").replace(b"\r", b"\n").split(b"\n"), first):
         if b"#" in line or b"%" in line or b"//" in line:
-            line = marks.sub(b"", line)
+            # Latin-1 gives every byte back.
+            cut = csv_dialect.without_comment(line.decode("latin-1"), header=False).encode("latin-1")
+            line = cut.rstrip(b",") if dialect.separator == " " and len(cut) < len(line) else cut
         line = line.strip(b" \r\v\f")
         if b" " in line:
             line = re.sub(rb" *([,;\t]) *", rb"\1", line)
@@ -218,11 +219,18 @@ def _without_comments(plain: bytes, first: int) -> tuple[list[bytes], NDArray[np
 
 
 def _fault(
-    source: str, lines: list[bytes], rows: NDArray[np.int64], dialect: Dialect, chosen: Plan, error: Exception
+    source: str,
+    lines: list[bytes],
+    rows: NDArray[np.int64],
+    dialect: Dialect,
+    types: dict[str, pa.DataType],
+    error: Exception,
 ) -> DataError:
     """The first line that cannot be read, in words."""
+    import pyarrow as pa
+
     names = _names(dialect)
-    wanted = sorted(index for index in map(int, _types(dialect, chosen)) if index != chosen.group)
+    wanted = sorted(int(index) for index, kind in types.items() if kind == pa.float64())
     for line, row in zip(lines, rows, strict=True):
         if len(line) > csv_dialect.MAX_LINE:
             return DataError(

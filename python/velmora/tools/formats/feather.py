@@ -26,10 +26,10 @@ def read(path: str, options: ReadOptions) -> list[Recording]:
     with parquet.readable(path) as file, parquet.damage(source, "Feather"):
         table = pa.ipc.open_file(file)
 
-        def batches(names: list[str]) -> Iterator[pa.RecordBatch]:
-            for index in range(table.num_record_batches):
-                batch = table.get_batch(index)
-                yield batch.select(names)
+        def batches(indexes: list[int]) -> Iterator[pa.RecordBatch]:
+            for number in range(table.num_record_batches):
+                batch = table.get_batch(number)
+                yield arrow_schema.numbered([batch.column(index) for index in indexes], indexes)
 
         schema = table.schema
         samples = sum(table.get_batch(index).num_rows for index in range(table.num_record_batches))

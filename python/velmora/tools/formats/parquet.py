@@ -27,9 +27,14 @@ def read(path: str, options: ReadOptions) -> list[Recording]:
     source = "standard input" if path == "-" else path
     with readable(path) as file, damage(source, "Parquet"):
         table = parquet.ParquetFile(file, pre_buffer=False, buffer_size=1 << 20)
+        names = table.schema_arrow.names
+        unique = len(set(names)) == len(names)  # Parquet's reader knows columns by name only
 
-        def batches(names: list[str]) -> Iterator[pa.RecordBatch]:
-            yield from table.iter_batches(_ROWS_AT_ONCE, columns=names, use_threads=True)
+        def batches(indexes: list[int]) -> Iterator[pa.RecordBatch]:
+            chosen = [names[index] for index in indexes] if unique else None
+            for batch in table.iter_batches(_ROWS_AT_ONCE, columns=chosen, use_threads=True):
+                keys = indexes if chosen is None else chosen
+                yield arrow_schema.numbered([batch.column(key) for key in keys], indexes)
 
         return arrow_schema.read(source, "parquet", table.schema_arrow, table.metadata.num_rows, batches, options)
 

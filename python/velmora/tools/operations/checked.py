@@ -149,7 +149,14 @@ def _merged(recording: Recording, repeats: NDArray[np.bool_], how: str) -> Recor
         sizes = (stops - starts)[:, np.newaxis].astype(np.float64)
 
         def mean(values: NDArray[np.float64] | None) -> NDArray[np.float64] | None:
-            return None if values is None else np.add.reduceat(values, starts, axis=0) / sizes
+            if values is None:
+                return None
+            with np.errstate(over="ignore", invalid="ignore"):
+                means = np.add.reduceat(values, starts, axis=0) / sizes
+            if not all_finite(means):  # the sum was too large, or something is missing
+                parts = values / np.repeat(sizes, stops - starts, axis=0)
+                means = np.where(np.isinf(means), np.add.reduceat(parts, starts, axis=0), means)
+            return np.asarray(means)
 
         positions = mean(recording.positions)
         assert positions is not None

@@ -1,0 +1,57 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Comments at the ends of lines and inside quotes, columns that share a name, and what is left out."""
+
+from pathlib import Path
+
+import numpy as np
+import pyarrow as pa
+import pyarrow.feather
+import pyarrow.parquet
+import pytest
+from velmora.tools.commands.reading import left_out
+from velmora.tools.formats import csv_reader, read
+from velmora.tools.operations.checked import CheckOptions, checked
+from velmora.tools.options import ReadOptions
+
+
+@pytest.mark.parametrize(
+    ("text", "joints", "positions"),
+    [
+        ("time,a\n0.0,1 # x\n0.1,2 # y\n", ("a",), [[1.0], [2.0]]),
+        ("time a\n0.0 1 # x, y\n0.1 2 # z\n", ("a",), [[1.0], [2.0]]),
+        ("time,a # names\n0.0,1\n0.1,2\n", ("a",), [[1.0], [2.0]]),
+        ("time,load [%]\n0.0,1\n0.1,2\n", ("load",), [[1.0], [2.0]]),
+        ('note,time,a\n"50% done",0.0,1\n"http://x",0.1,2\nok,0.2,3\n', ("a",), [[1.0], [2.0], [3.0]]),
+    ],
+)
+def test_comments(text: str, joints: tuple[str, ...], positions: list[list[float]]) -> None:
+    (recording,) = csv_reader.parse("log.csv", text.encode(), ReadOptions())
+    assert recording.joints == joints
+    assert recording.positions.tolist() == positions
+
+
+@pytest.mark.parametrize("suffix", [".parquet", ".feather"])
+def test_columns_of_one_name(tmp_path: Path, suffix: str) -> None:
+    path = str(tmp_path / f"in{suffix}")
+    columns = [pa.array([0.0, 0.25]), pa.array([1.0, 2.0]), pa.array([3.0, 4.0])]
+    table = pa.Table.from_arrays(columns, names=["time", "a", "a"])
+    if suffix == ".parquet":
+        pyarrow.parquet.write_table(table, path)
+    else:
+        with pa.ipc.new_file(path, table.schema) as writer:
+            writer.write_table(table)
+    (recording,) = read(path, ReadOptions())
+    assert recording.joints == ("a", "a_2")
+    assert recording.positions.tolist() == [[1.0, 3.0], [2.0, 4.0]]
+
+
+def test_what_is_left_out_is_said_once() -> None:
+    text = "time,stamp,a,note,g\n0.0,1,1,x,1\n0.1,2,2,y,2\n"
+    parts = csv_reader.parse("log.csv", text.encode(), ReadOptions(group_by="g"))
+    assert left_out(parts) == ["columns left out: 'stamp', 'note'"]
+
+
+def test_the_mean_of_the_largest_numbers() -> None:
+    (recording,) = csv_reader.parse("log.csv", b"time,a\n0.0,1e308\n0.0,1.5e308\n0.5,2\n", ReadOptions())
+    merged = checked(recording, CheckOptions(duplicate_times="mean"))
+    np.testing.assert_allclose(merged.positions, [[1.25e308], [2.0]], rtol=1e-15)
