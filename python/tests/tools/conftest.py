@@ -6,4 +6,14 @@ from __future__ import annotations
 import sys
 from pathlib import Path
 
+import pytest
+
 sys.path.insert(0, str(Path(__file__).parent))
+
+from support import InProcess
+
+
+@pytest.fixture
+def here(tmp_path: Path, monkeypatch: pytest.MonkeyPatch, capfd: pytest.CaptureFixture[str]) -> InProcess:
+    """The command, run in this process and in a folder of the test's own."""
+    return InProcess(tmp_path, monkeypatch, capfd)

@@ -10,6 +10,7 @@ from dataclasses import dataclass
 from pathlib import Path
 
 import numpy as np
+import pytest
 from velmora.tools.recording import Layout, Recording, Stamps
 
 ROOT = Path(__file__).resolve().parents[3]
@@ -45,6 +46,24 @@ def velmora(*arguments: object, cwd: Path, env: dict[str, str] | None = None, st
         check=False,
     )
     return Run(done.returncode, done.stdout, done.stderr)
+
+
+class InProcess:
+    """Runs the command in this process, which costs no start of an interpreter."""
+
+    def __init__(self, folder: Path, monkeypatch: pytest.MonkeyPatch, capfd: pytest.CaptureFixture[str]) -> None:
+        """Work in a folder; what commands print is taken from `capfd`."""
+        monkeypatch.chdir(folder)
+        self.folder = folder
+        self._capfd = capfd
+
+    def __call__(self, *arguments: object) -> Run:
+        """Run the command to its end."""
+        from velmora.tools.main import run
+
+        self._capfd.readouterr()
+        code = run([str(argument) for argument in arguments])
+        return Run(code, *self._capfd.readouterr())
 
 
 def recording(times_s: list[float], positions: list[list[float]], joints: tuple[str, ...] | None = None) -> Recording:

@@ -55,9 +55,9 @@ def seconds_text(stamp: float | int) -> str:
     return f"{stamp!r}".removesuffix(".0")
 
 
-def short(value: float) -> str:
-    """A number for a table: six digits."""
-    return f"{value:.6g}"
+def short(value: float | None) -> str:
+    """A number for a table: six digits, and no sign of a zero; None, as JSON has it, is not finite."""
+    return "not finite" if value is None else f"{value + 0.0:.6g}"
 
 
 def size_text(size: float) -> str:

@@ -102,10 +102,35 @@ def test_ways_of_differentiating(derivatives: Any) -> None:
             trajectory.accelerations[:, 0],
             trajectory.jerks[:, 0],
         )
+        if derivatives == "spline":
+            pieces = np.diff(acceleration) / 0.25
+            jerk = np.array([pieces[0], *(max(pair, key=abs) for pair in itertools.pairwise(pieces)), pieces[-1]])
     for quantity, expected in (("velocity", velocity), ("acceleration", acceleration), ("jerk", jerk)):
         worst = int(np.argmax(np.abs(expected)))
         assert finding(found, quantity).worst == expected[worst]
         assert finding(found, quantity).worst_at_s == worst * 0.25
+
+
+def test_jerks_of_a_spline_are_its_third_derivative() -> None:
+    """A cubic on uneven times has one third derivative everywhere; a corner has that of the not-a-knot spline."""
+    times_s = [0.0, 0.1, 0.35, 0.5, 0.9, 1.0]
+    cubic = recording(times_s, [[2.0 * time_s**3] for time_s in times_s])
+    limits = for_joints(limits_file({"joint_1": {"jerk": (-1.0, 1.0)}}), "log.csv", cubic.joints)
+    assert finding(check(cubic, limits, "spline"), "jerk").worst == pytest.approx(12.0, rel=1e-9)
+    corner = recording([0.002 * i for i in range(1001)], [[max(0.0, 0.002 * i - 1.0)] for i in range(1001)])
+    # What scipy's CubicSpline has at the corner.
+    assert abs(finding(check(corner, limits, "spline"), "jerk").worst) == pytest.approx(549038.1, rel=1e-6)
+
+
+def test_a_derivative_that_is_not_finite_is_outside() -> None:
+    limits = {"joint_1": {quantity: (-1.0, 1.0) for quantity in ("velocity", "acceleration", "jerk")}}
+    found = verdict([[0.0], [0.0], [0.0], [1.7e308], [0.0]], limits, 0.5, derivatives="forward")
+    assert not found.passed
+    assert found.doubts == ()
+    for quantity, first, worst in (("velocity", 2, math.inf), ("acceleration", 1, math.inf), ("jerk", 0, math.inf)):
+        entry = finding(found, quantity)
+        assert (entry.worst, entry.worst_at_s, entry.ratio) == (worst, 0.5 * first, math.inf)
+        assert [(span.start_s, span.samples) for span in entry.violations] == [(0.5 * first, 5 - first)]
 
 
 def test_given_velocities_are_judged() -> None:

@@ -20,6 +20,7 @@ from velmora.tools.options import ReadOptions
 from velmora.tools.text import count, listed, short, table
 
 MOST_SPANS = 3
+NOTHING = "no limit of its joints is given, nothing was checked; at least one limit was expected"
 
 
 @dataclass(frozen=True)
@@ -106,8 +107,8 @@ def work(task: Task, stage: Stage) -> tuple[list[JsonObject], list[str]]:
         limits = for_joints(options.limits, recording.source, recording.joints)
         if limits.unknown:
             warnings.append(
-                f"{recording.source}: {listed(limits.unknown)} not in {options.limits.path}; limits of all joints were "
-                "expected; --joints leaves joints out"
+                f"{recording.source}: {listed(limits.unknown)} without limits in {options.limits.path}; limits of all "
+                "joints were expected; --joints leaves joints out"
             )
         verdict = check(fit, limits, options.derivatives, tolerance=options.tolerance, guard_units=options.guard_units)
         reports.append({**facts(recording), **verdict_object(verdict, limits)})
@@ -119,6 +120,7 @@ def verdict_object(verdict: Verdict, limits: JointLimits) -> JsonObject:
     return {
         "passed": verdict.passed,
         "derivatives": verdict.derivatives,
+        "given_judged": list(verdict.given),
         "doubts": list(verdict.doubts),
         "unlimited_joints": list(limits.unknown),
         "not_given": [
@@ -155,13 +157,12 @@ def lines(report: JsonObject) -> list[str]:
     judged = [finding for finding in report["findings"] if finding["limits"] is not None]
     violated = [finding for finding in judged if finding["violations"]]
     verdict = "passed" if report["passed"] else "FAILED"
-    how = "given and three-point" if report["given"] else report["derivatives"]
-    found = [
-        f"{report['source']}: {verdict}: {len(violated)} of {count(len(judged), 'limit')} violated ({how} derivatives)"
-    ]
+    how = f"given and {report['derivatives']}" if report["given_judged"] else report["derivatives"]
+    outcome = f"{len(violated)} of {count(len(judged), 'limit')} violated ({how} derivatives)" if judged else NOTHING
+    found = [f"{report['source']}: {verdict}: {outcome}"]
     found += [f"  UNITS: {doubt}" for doubt in report["doubts"]]
     head = ["joint", "quantity", "lower", "upper", "worst", "ratio", "at s", "", "limit from"]
-    found += table(head, [_row(finding) for finding in judged])
+    found += table(head, [_row(finding) for finding in judged]) if judged else []
     absent = _absent(report)
     if absent:
         found.append(f"  not given, not checked: {', '.join(absent)}")
@@ -203,6 +204,6 @@ def _row(finding: JsonObject) -> list[str]:
 def _span_lines(finding: JsonObject) -> list[str]:
     spans = finding["violations"]
     shown = ", ".join(f"{short(span['start_s'])} to {short(span['end_s'])} s" for span in spans[:MOST_SPANS])
-    more = f" and {len(spans) - MOST_SPANS:,} spans more" if len(spans) > MOST_SPANS else ""
+    more = f" and {count(len(spans) - MOST_SPANS, 'more span')}" if len(spans) > MOST_SPANS else ""
     samples = sum(span["samples"] for span in spans)
     return [f"  {finding['joint']} {finding['quantity']}: {count(samples, 'sample')} outside, {shown}{more}"]

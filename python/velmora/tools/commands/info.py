@@ -102,15 +102,11 @@ def peak_lines(peaks: list[JsonObject]) -> list[str]:
         (
             [
                 peak["joint"],
-                *(text for name in names for text in (_number(peak[name]["value"]), short(peak[name]["at_s"]))),
+                *(text for name in names for text in (short(peak[name]["value"]), short(peak[name]["at_s"]))),
             ]
             for peak in peaks
         ),
     )
-
-
-def _number(value: float | None) -> str:
-    return "not finite" if value is None else short(value)
 
 
 def _clock_faults(clock: JsonObject) -> list[str]:

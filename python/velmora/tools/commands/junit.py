@@ -7,6 +7,7 @@ from xml.etree import ElementTree
 
 from velmora.tools.batch.many import ManyResult
 from velmora.tools.batch.tasks import JsonObject
+from velmora.tools.commands.check import NOTHING
 from velmora.tools.text import printable
 
 
@@ -30,30 +31,30 @@ def junit(result: ManyResult) -> bytes:
 def _suite(root: ElementTree.Element, report: JsonObject) -> None:
     source = printable(report["source"])
     judged = [finding for finding in report["findings"] if finding["limits"] is not None]
-    failures = sum(bool(finding["violations"]) for finding in judged) + len(report["doubts"])
+    doubts = [("units", doubt) for doubt in report["doubts"]] + ([] if judged else [("limits", NOTHING)])
+    failures = sum(bool(finding["violations"]) for finding in judged) + len(doubts)
     suite = ElementTree.SubElement(
         root,
         "testsuite",
         name=source,
-        tests=str(len(judged) + len(report["doubts"])),
+        tests=str(len(judged) + len(doubts)),
         errors="0",
         failures=str(failures),
     )
-    for doubt in report["doubts"]:
-        case = ElementTree.SubElement(suite, "testcase", classname=source, name="units")
+    for name, doubt in doubts:
+        case = ElementTree.SubElement(suite, "testcase", classname=source, name=name)
         ElementTree.SubElement(case, "failure", message=printable(doubt))
     for finding in judged:
         case = ElementTree.SubElement(
             suite, "testcase", classname=source, name=printable(f"{finding['joint']} {finding['quantity']}")
         )
         if finding["violations"]:
-            limits = finding["limits"]
+            limits, worst = finding["limits"], finding["worst"]
             ElementTree.SubElement(
                 case,
                 "failure",
                 message=printable(
-                    f"{finding['worst']} at {finding['worst_at_s']} s is outside of {limits['lower']} to "
-                    f"{limits['upper']} "
-                    f"({limits['source']})"
+                    f"{'not finite' if worst is None else worst} at {finding['worst_at_s']} s is outside of "
+                    f"{limits['lower']} to {limits['upper']} ({limits['source']})"
                 ),
             )

@@ -50,7 +50,7 @@ class LimitsFile:
                 f"{source}: the {quantity} limits of {quoted(joint)} are {lower:g} to {upper:g}; a lower limit "
                 "not above the upper one was expected; a limit of rates is not negative"
             )
-        self.joints.setdefault(joint, {})[quantity] = Bound(lower, upper, source)
+        self.joints.setdefault(joint, {})[quantity] = Bound(lower + 0.0, upper + 0.0, source)  # 0, not -0
 
 
 @dataclass(frozen=True)

@@ -47,7 +47,8 @@ class _Reader:
         self._elements.append(name)
         if self._elements == ["robot", "joint"]:
             self._joint = (attributes.get("name", ""), attributes.get("type", ""))
-            if self._joint[1] in (*TURNING, "continuous"):
+            # A joint that turns or slides without the <limit> that the format demands is none that the file limits.
+            if self._joint[1] == "continuous":
                 self.limits.joints.setdefault(self._joint[0], {})
         elif self._elements == ["robot", "joint", "limit"] and self._joint is not None:
             self._limit(*self._joint, attributes)

@@ -71,7 +71,9 @@ def _position_limits(findings: Sequence[Finding]) -> str | None:
 def _rates(source: str, findings: Sequence[Finding]) -> str | None:
     speeds = [finding for finding in findings if finding.quantity == "velocity" and finding.bound is not None]
     moving = [finding for finding in speeds if finding.worst != 0.0 and _half_width(finding) > 0.0]
-    if len(moving) > 1 and all(finding.ratio is not None and finding.ratio > FAR_BEYOND for finding in moving):
+    if len(moving) > 1 and all(
+        finding.ratio is not None and FAR_BEYOND < finding.ratio < math.inf for finding in moving
+    ):
         return (
             f"{source}: every joint that moves is over {FAR_BEYOND:g} times its limit of velocity; radians per "
             "second were "
