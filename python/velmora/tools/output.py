@@ -68,6 +68,11 @@ def local(address: str) -> str:
     return unquote(address.removeprefix("file://"))
 
 
+def whole(path: str) -> str:
+    """A path that means the same in any folder; addresses and standard input or output as they are."""
+    return path if is_remote(path) or path == "-" else os.path.abspath(local(path))
+
+
 def refuse_existing(target: str, force: bool) -> None:
     """Raise a usage error where the target exists and nobody said that it may be replaced."""
     if force or target == "-":

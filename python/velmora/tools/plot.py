@@ -3,6 +3,7 @@
 
 from __future__ import annotations
 
+import warnings
 from pathlib import Path
 from typing import TYPE_CHECKING
 
@@ -62,7 +63,10 @@ def draw(data: ReportData, path: str) -> None:
         rows[-1].set_xlabel("time in s")
         figure.suptitle(clean(data.source), x=0.01, ha="left", fontweight="bold")
         _legend(figure, data)
-        figure.savefig(path, format=kind, dpi=130, metadata=metadata)
+        with warnings.catch_warnings():
+            # A sign that the fonts at hand lack is drawn as a box.
+            warnings.filterwarnings("ignore", message="Glyph .* missing", category=UserWarning)
+            figure.savefig(path, format=kind, dpi=130, metadata=metadata)
 
 
 def _draw_quantity(axes: Axes, data: ReportData, quantity: Quantity) -> None:

@@ -99,7 +99,8 @@ class Stamps:
         if len(values) == 0:
             found = np.empty(0)
         elif values.dtype != np.int64:
-            found = np.asarray(values - self.origin if self.origin != 0.0 else values, dtype=np.float64).view()
+            with np.errstate(invalid="ignore", over="ignore"):
+                found = np.asarray(values - self.origin if self.origin != 0.0 else values, dtype=np.float64).view()
         elif (missing := self.missing).any():
             filler = 0 if missing.all() else self.origin
             found = Stamps(np.where(missing, filler, values), self.unit).seconds().copy()

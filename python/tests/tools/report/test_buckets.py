@@ -79,3 +79,13 @@ def test_coarser_buckets_have_the_extremes_of_the_finer_ones() -> None:
         merged(*extremes(values, fine), positions), extremes(values, fine[positions]), strict=True
     ):
         np.testing.assert_array_equal(got, expected)
+
+
+@pytest.mark.parametrize("joints", [1, 2])
+def test_values_that_are_not_finite_are_nothing(joints: int) -> None:
+    values = np.full((4, joints), 1.0)
+    values[:3, 0] = [np.inf, 2.0, np.nan]
+    values.flags.writeable = False
+    low, high = extremes(values, np.array([0, 2, 3, 4]))
+    np.testing.assert_array_equal(low[0], [2.0, np.nan, 1.0])
+    np.testing.assert_array_equal(high[0], [2.0, np.nan, 1.0])

@@ -12,7 +12,7 @@ from pathlib import Path
 from typing import Any
 
 from velmora.tools import output
-from velmora.tools.batch.tasks import JsonObject, Outcome, Task, digest_of
+from velmora.tools.batch.tasks import NOT_KEYED, JsonObject, Outcome, Task, digest_of
 
 FILE_NAME = ".velmora-manifest.jsonl"
 
@@ -41,7 +41,7 @@ class Manifest:
     def done(self, tasks: list[Task]) -> dict[int, Outcome]:
         """Which of the tasks were done before and have their outputs, with the reports of then."""
         sources = {entry["source"] for entry in self._lines.values()}
-        candidates = [index for index, task in enumerate(tasks) if _whole(task.source) in sources]
+        candidates = [index for index, task in enumerate(tasks) if output.whole(task.source) in sources]
         found = {}
         with ThreadPoolExecutor() as pool:
             for index, digest in zip(
@@ -52,6 +52,21 @@ class Manifest:
                     found[index] = Outcome(tasks[index].source, reports=tuple(entry["reports"]), digest=digest or "")
         return found
 
+    def own(self, task: Task) -> frozenset[str]:
+        """The outputs that an earlier run made of the task's input and nobody has changed since."""
+        source = output.whole(task.source)
+        made = {
+            item["path"]: item
+            for entry in self._lines.values()
+            if entry["source"] == source
+            for item in entry["outputs"]
+        }
+        return frozenset(
+            path
+            for path, item in made.items()
+            if _has_size(path, item["size"]) and _time_ns(path) == item.get("time_ns")
+        )
+
     def add(self, task: Task, outcome: Outcome) -> None:
         """Note that a task is done, whose outputs are written and about to be moved to their places.
 
@@ -59,8 +74,11 @@ class Manifest:
         """
         entry = {
             "key": key_of(task, outcome.digest),
-            "source": _whole(task.source),
-            "outputs": [{"path": _whole(staged.target), "size": _size(staged.path)} for staged in outcome.staged],
+            "source": output.whole(task.source),
+            "outputs": [
+                {"path": output.whole(staged.target), "size": _size(staged.path), "time_ns": _time_ns(staged.path)}
+                for staged in outcome.staged
+            ],
             "reports": outcome.reports,
         }
         with self.path.open("a", encoding="utf-8") as file:
@@ -71,22 +89,25 @@ class Manifest:
 def key_of(task: Task, digest: str) -> str:
     """The key of a task whose input has that hash."""
     work = f"{task.work.__module__}.{task.work.__qualname__}"
-    text = json.dumps([digest, work, _whole(task.target or ""), task.version, _plain(task.options)], sort_keys=True)
+    text = json.dumps(
+        [digest, work, output.whole(task.target or ""), task.version, _plain(task.options)], sort_keys=True
+    )
     return hashlib.sha256(text.encode()).hexdigest()
-
-
-def _whole(path: str) -> str:
-    """A path that means the same wherever the next run starts."""
-    return path if output.is_remote(path) else os.path.abspath(output.local(path))
 
 
 def _plain(options: Any) -> Any:
     if dataclasses.is_dataclass(options):
-        return {field.name: _plain(getattr(options, field.name)) for field in dataclasses.fields(options)}
+        return {
+            field.name: _plain(getattr(options, field.name))
+            for field in dataclasses.fields(options)
+            if field.metadata != NOT_KEYED
+        }
     if isinstance(options, dict):
         return {str(key): _plain(value) for key, value in options.items()}
     if isinstance(options, (list, tuple)):
         return [_plain(value) for value in options]
+    if callable(options):  # whose text has its place in memory
+        return f"{options.__module__}.{options.__qualname__}"
     return repr(options)
 
 
@@ -104,6 +125,15 @@ def _size(path: str) -> int:
             if os.path.isfile(path)
             else sum(entry.stat().st_size for entry in Path(path).rglob("*") if entry.is_file())
         )
+    except OSError:
+        return -1
+
+
+def _time_ns(path: str) -> int:
+    """When a file, or the last file of a folder, was written; a rename leaves that alone."""
+    try:
+        inside = [path] if os.path.isfile(path) else [entry for entry in Path(path).rglob("*") if entry.is_file()]
+        return max((os.stat(entry).st_mtime_ns for entry in inside), default=-1)
     except OSError:
         return -1
 

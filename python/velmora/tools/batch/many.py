@@ -87,6 +87,7 @@ def carry_out(
             for index, outcome in run.manifest.done(run.tasks).items():
                 run.outcomes[index], run.statuses[index] = outcome, "skipped"
                 on_done(index, outcome, "skipped")
+            run.tasks = [replace(task, replaceable=run.manifest.own(task)) for task in run.tasks]
     open_indexes = [index for index in range(len(run.tasks)) if index not in run.outcomes]
     for index in open_indexes:
         _refuse_existing(run.tasks[index])
@@ -150,12 +151,10 @@ def _manifest(tasks: Sequence[Task], options: ManyOptions) -> Manifest | None:
 
 def _refuse_existing(task: Task) -> None:
     """Find what is in the way of an output before any work is done; names that need the content come later."""
-    if task.target is not None and "{" not in task.target:
-        output.refuse_existing(task.target, task.force)
+    if task.target is not None and "{" not in task.target and not task.fault:
+        output.refuse_existing(task.target, task.may_replace(task.target))
 
 
 def _absolute(task: Task) -> Task:
-    def whole(path: str) -> str:
-        return path if output.is_remote(path) or path == "-" else os.path.abspath(output.local(path))
-
-    return replace(task, source=whole(task.source), target=None if task.target is None else whole(task.target))
+    target = None if task.target is None else output.whole(task.target)
+    return replace(task, source=output.whole(task.source), target=target)

@@ -23,10 +23,17 @@ _PLACEHOLDER = re.compile(r"\{([^{}]*)\}")
 
 @dataclass(frozen=True)
 class Input:
-    """An input and its folder below the one that was given, which outputs get as well."""
+    """An input and its folder below the one that was given, which outputs get as well.
+
+    Attributes
+    ----------
+    fault
+        Why an argument stands for no recording, where it is one of many and fails alone.
+    """
 
     path: str
     parent: str = ""
+    fault: str = ""
 
     @property
     def name(self) -> str:
@@ -54,11 +61,18 @@ def expand(arguments: Sequence[str]) -> list[Input]:
     Raises
     ------
     DataError
-        Where a file does not exist, a pattern matches nothing, or a folder holds no recording.
+        Where a file does not exist, a pattern matches nothing, or a folder holds no recording; of several arguments
+        such a one becomes an input with that fault.
     """
     found: dict[str, Input] = {}
     for argument in arguments:
-        for entry in _expand_one(local(argument)):
+        try:
+            entries = _expand_one(local(argument))
+        except DataError as error:
+            if len(arguments) == 1:
+                raise
+            entries = [Input(argument, fault=str(error))]
+        for entry in entries:
             found.setdefault(entry.path, entry)
     return list(found.values())
 
@@ -82,7 +96,7 @@ def _expand_one(argument: str) -> list[Input]:
         matches = sorted(glob.glob(argument, recursive=True))
         if not matches:
             raise DataError(f"{argument}: no file has such a name; at least one was expected")
-        return [entry for match in matches for entry in _expand_one(match)]
+        return expand(matches)
     folder, name = os.path.split(argument)
     beside = os.listdir(folder or ".") if os.path.isdir(folder or ".") else []
     raise DataError(f"{argument}: there is no such file; a recording was expected{nearest(name, beside)}")

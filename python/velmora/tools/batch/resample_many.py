@@ -91,7 +91,7 @@ def resample_many(
     velmora.tools.errors.UsageError
         Where not one of the three spacings is given, an output exists already, or two outputs have the same name.
     velmora.tools.errors.DataError
-        Where there is no such file.
+        Where one file is named and there is none.
     """
     if sum(value is not None for value in (sample_time_s, rate_hz, samples)) != 1:
         raise UsageError("resample_many: one of sample_time_s, rate_hz, samples was expected")
@@ -114,7 +114,8 @@ def resample_many(
         full_report=False,
     )
     tasks = [
-        Task(entry.path, target, work, options, force=force) for entry, target in zip(inputs, targets, strict=True)
+        Task(entry.path, target, work, options, force=force, fault=entry.fault)
+        for entry, target in zip(inputs, targets, strict=True)
     ]
 
     def done(index: int, outcome: Outcome, status: str) -> None:

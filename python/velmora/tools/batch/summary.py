@@ -10,6 +10,7 @@ from typing import Any
 
 from velmora.tools import output
 from velmora.tools.batch.many import ManyResult
+from velmora.tools.batch.tasks import JsonObject
 from velmora.tools.errors import UsageError
 from velmora.tools.text import count
 
@@ -30,11 +31,18 @@ def rows(result: ManyResult) -> list[dict[str, Any]]:
                     "samples_out": report.get("samples_out"),
                     "duration_s": report.get("duration_s"),
                     "warnings": len(report.get("warnings", outcome.warnings)),
-                    "message": outcome.error or "",
+                    "message": outcome.error or _fault(report),
                     "seconds": round(outcome.seconds, 6),
                 }
             )
     return found
+
+
+def _fault(report: JsonObject) -> str:
+    """What is wrong with a recording that could be read: a fault, or limits that it violates."""
+    if report.get("passed", True):
+        return report.get("fault") or ""
+    return "; ".join([report["verdict"], *report["doubts"]])
 
 
 def write(path: str, result: ManyResult, force: bool) -> None:

@@ -17,6 +17,8 @@ from velmora.tools import output
 from velmora.tools.errors import DataError, ToolError
 
 JsonObject = dict[str, Any]
+# Of a field of options that has no part in what is written: the record of what is done leaves it out.
+NOT_KEYED = {"keyed": False}
 
 
 @dataclass(frozen=True)
@@ -35,6 +37,10 @@ class Task:
         What `work` needs to know beside: a frozen dataclass.
     force
         Whether existing outputs are replaced.
+    replaceable
+        Outputs of an earlier run, nobody's since, which are replaced in any case.
+    fault
+        Why there is nothing to be done, where that is known before.
     hashed
         Whether the input's hash is wanted.
     owner
@@ -46,9 +52,15 @@ class Task:
     work: Callable[[Task, Stage], tuple[list[JsonObject], list[str]]]
     options: Any
     force: bool = False
+    replaceable: frozenset[str] = frozenset()
+    fault: str = ""
     hashed: bool = False
     owner: str = ""
     version: str = velmora.__version__
+
+    def may_replace(self, target: str) -> bool:
+        """Whether an output that exists is replaced."""
+        return self.force or output.whole(target) in self.replaceable
 
 
 @dataclass(frozen=True)
@@ -94,7 +106,7 @@ class Stage:
                 f"{self.task.source}: two outputs would be '{target}'; different names were expected; "
                 "-o with {group} or {segment} tells them apart"
             )
-        staged = output.stage(target, force=self.task.force, owner=self.task.owner)
+        staged = output.stage(target, force=self.task.may_replace(target), owner=self.task.owner)
         self.staged.append(staged)
         return staged.path
 
@@ -115,6 +127,8 @@ def perform(task: Task) -> Outcome:
             raise DataError(
                 f"{task.source}: velmora {velmora.__version__} is installed on the worker; {task.version} was expected"
             )
+        if task.fault:
+            raise DataError(task.fault)
         digest = digest_of(task.source) if task.hashed else ""
         reports, warnings = task.work(task, stage)
         outcome = replace(

@@ -117,8 +117,13 @@ def work(task: Task, stage: Stage) -> tuple[list[JsonObject], list[str]]:
 
 def verdict_object(verdict: Verdict, limits: JointLimits) -> JsonObject:
     """A verdict as an object for JSON."""
+    judged = [finding for finding in verdict.findings if finding.bound is not None]
+    violated = sum(bool(finding.violations) for finding in judged)
+    how = f"given and {verdict.derivatives}" if verdict.given else verdict.derivatives
+    words = f"{violated} of {count(len(judged), 'limit')} violated ({how} derivatives)" if judged else NOTHING
     return {
         "passed": verdict.passed,
+        "verdict": words,
         "derivatives": verdict.derivatives,
         "given_judged": list(verdict.given),
         "doubts": list(verdict.doubts),
@@ -157,9 +162,7 @@ def lines(report: JsonObject) -> list[str]:
     judged = [finding for finding in report["findings"] if finding["limits"] is not None]
     violated = [finding for finding in judged if finding["violations"]]
     verdict = "passed" if report["passed"] else "FAILED"
-    how = f"given and {report['derivatives']}" if report["given_judged"] else report["derivatives"]
-    outcome = f"{len(violated)} of {count(len(judged), 'limit')} violated ({how} derivatives)" if judged else NOTHING
-    found = [f"{report['source']}: {verdict}: {outcome}"]
+    found = [f"{report['source']}: {verdict}: {report['verdict']}"]
     found += [f"  UNITS: {doubt}" for doubt in report["doubts"]]
     head = ["joint", "quantity", "lower", "upper", "worst", "ratio", "at s", "", "limit from"]
     found += table(head, [_row(finding) for finding in judged]) if judged else []

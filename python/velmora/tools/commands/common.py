@@ -83,11 +83,18 @@ def show(lines: Sequence[str]) -> None:
 
 def run_report(ctx: click.Context, work: Work, options: Any, values: dict[str, Any]) -> ManyResult:
     """Run work that only reports."""
-    sources = [entry.path for entry in names.expand(values["files"])]
-    return _run(ctx, [Task(source, None, work, options) for source in sources], values)
+    inputs = names.expand(values["files"])
+    return _run(ctx, [Task(entry.path, None, work, options, fault=entry.fault) for entry in inputs], values)
 
 
-def run_output(ctx: click.Context, work: Work, options: Any, values: dict[str, Any], suffix: str | None) -> ManyResult:
+def run_output(
+    ctx: click.Context,
+    work: Work,
+    options: Any,
+    values: dict[str, Any],
+    suffix: str | None,
+    inputs: Sequence[names.Input] | None = None,
+) -> ManyResult:
     """Run work that writes an output for every input.
 
     Parameters
@@ -98,15 +105,17 @@ def run_output(ctx: click.Context, work: Work, options: Any, values: dict[str, A
         The function that does one file, and what it needs to know.
     suffix
         Suffix of outputs that only `--output-dir` names; that of the input by default.
+    inputs
+        What the arguments stand for, where the caller knows it already.
     """
-    inputs = names.expand(values["files"])
+    inputs = names.expand(values["files"]) if inputs is None else inputs
     targets = names.targets(inputs, values["output"], values["output_dir"], suffix)
     if values.get("as_json") and "-" in targets:
         raise UsageError("--json -o -: both go to standard output; one of them was expected")
     if values["output_dir"] is not None:
         make_folders(targets)
     tasks = [
-        Task(entry.path, target, work, options, force=values["force"])
+        Task(entry.path, target, work, options, force=values["force"], fault=entry.fault)
         for entry, target in zip(inputs, targets, strict=True)
     ]
     return _run(ctx, tasks, values)

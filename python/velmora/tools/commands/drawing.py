@@ -6,7 +6,7 @@ from __future__ import annotations
 import shlex
 import sys
 from collections.abc import Callable
-from dataclasses import dataclass
+from dataclasses import dataclass, field
 from typing import Any, TypeVar
 
 import click
@@ -15,7 +15,7 @@ import numpy as np
 import velmora
 from velmora.tools import config
 from velmora.tools.batch.names import of_recording
-from velmora.tools.batch.tasks import JsonObject, Stage, Task, digest_of
+from velmora.tools.batch.tasks import NOT_KEYED, JsonObject, Stage, Task, digest_of
 from velmora.tools.commands import reading, resampling
 from velmora.tools.commands.check import verdict_object
 from velmora.tools.commands.info import lines as info_lines
@@ -51,7 +51,7 @@ class DrawingWork:
     resample: ResampleOptions | None
     limits: LimitsFile | None
     write: Write
-    command: str
+    command: str = field(metadata=NOT_KEYED)
     settings: tuple[Fact, ...]
 
 

@@ -8,7 +8,10 @@ from typing import Any
 import click
 
 from velmora.tools.commands import common, drawing, reading, resampling
+from velmora.tools.errors import UsageError
 from velmora.tools.report.data import ReportData
+
+SUFFIXES = (".png", ".svg", ".pdf")
 
 
 @click.command(
@@ -34,6 +37,7 @@ def command(ctx: click.Context, /, **values: Any) -> int:
 
     With --rate, --sample-time or --samples the picture shows the recording before and after resampling.
     """
+    _refuse_suffix(values["output"])
     suffix = f".{values['output_format'] or 'png'}"
     result = common.run_output(ctx, drawing.work, drawing.drawing_work(ctx, values, write), values, suffix)
     if values["as_json"]:
@@ -43,6 +47,12 @@ def command(ctx: click.Context, /, **values: Any) -> int:
             for report in outcome.reports:
                 common.warn(f"{report['source']} -> {', '.join(report['outputs'])}")
     return result.exit_code
+
+
+def _refuse_suffix(name: str | None) -> None:
+    """Find out before the work whether such a picture can be drawn."""
+    if name is not None and not name.lower().endswith(SUFFIXES):
+        raise UsageError(f"{name}: no picture has such a suffix; .png, .svg or .pdf was expected")
 
 
 def write(data: ReportData, path: str) -> None:

@@ -3,14 +3,14 @@
 
 from __future__ import annotations
 
-from dataclasses import dataclass
+from dataclasses import dataclass, field
 from typing import Any
 
 import click
 
 from velmora.tools import formats
-from velmora.tools.batch.names import of_recording
-from velmora.tools.batch.tasks import JsonObject, Stage, Task
+from velmora.tools.batch.names import expand, of_recording
+from velmora.tools.batch.tasks import NOT_KEYED, JsonObject, Stage, Task
 from velmora.tools.commands import common, reading, resampling
 from velmora.tools.commands.info import peak_lines
 from velmora.tools.operations.checked import CheckOptions, checked
@@ -32,7 +32,7 @@ class ResampleWork:
     check: CheckOptions
     resample: ResampleOptions
     write: WriteOptions
-    full_report: bool
+    full_report: bool = field(metadata=NOT_KEYED)
 
 
 @click.command(
@@ -66,22 +66,25 @@ def command(ctx: click.Context, /, **values: Any) -> int:
     """
     options = resampling.resample_options(ctx, values, required=True)
     assert options is not None
-    one = len(values["files"]) == 1
+    inputs = expand(values["files"])
     output_format = values["output_format"]
     work_options = ResampleWork(
         reading.read_options(values),
         reading.check_options(values),
         options,
         WriteOptions(format=output_format, columns=options.columns),
-        one or values["as_json"],
+        len(inputs) == 1 or values["as_json"],
     )
-    result = common.run_output(ctx, work, work_options, values, None if output_format is None else f".{output_format}")
+    suffix = None if output_format is None else f".{output_format}"
+    result = common.run_output(ctx, work, work_options, values, suffix, inputs)
     if values["as_json"]:
         common.print_json(ctx, result)
     elif len(result.outcomes) == 1:
         reports = result.outcomes[0].reports
         for report in reports:
-            for line in lines(report) if len(reports) <= MOST_REPORTS else short_lines(report):
+            # One of an earlier run, among many files then, is short.
+            full = len(reports) <= MOST_REPORTS and "how" in report
+            for line in lines(report) if full else short_lines(report):
                 common.warn(line)
         for line in common.settings_lines(ctx):
             common.warn(line)

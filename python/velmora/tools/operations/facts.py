@@ -21,6 +21,7 @@ MOST_ROWS = 10
 NAMES = {"velocities": "velocity", "accelerations": "acceleration", "jerks": "jerk"}
 
 
+@np.errstate(invalid="ignore", over="ignore")  # of times that are not finite, which the clock's verdict tells of
 def facts(recording: Recording) -> JsonObject:
     """Joints, samples, span, clock, and the cells that are missing or not finite; of broken recordings too."""
     clock = clock_verdict(recording)
@@ -64,7 +65,7 @@ def peak_facts(recording: Recording, options: CheckOptions) -> JsonObject:
 
 def stamp(value: int | float) -> JsonObject:
     """A time stamp for JSON: nanoseconds as text, since many readers of JSON hold numbers as doubles."""
-    return {"ns": str(value)} if isinstance(value, int) else {"s": value}
+    return {"ns": str(value)} if isinstance(value, int) else {"s": number(value)}
 
 
 def _first_stamp(recording: Recording) -> JsonObject | None:

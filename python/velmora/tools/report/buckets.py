@@ -69,7 +69,7 @@ def extremes(values: NDArray[np.float64], edges: NDArray[np.int64]) -> tuple[NDA
         last = max(first + 1, int(np.searchsorted(edges, edges[first] + ROWS, side="right")) - 1)
         block = np.ascontiguousarray(values[edges[first] : edges[last]].T)
         if not np.isfinite(block).all():
-            block[~np.isfinite(block)] = np.nan
+            block = np.where(np.isfinite(block), block, np.nan)
         starts = edges[first:last] - edges[first]
         low[:, first:last] = np.fmin.reduceat(block, starts, axis=1) if joints else 0
         high[:, first:last] = np.fmax.reduceat(block, starts, axis=1) if joints else 0

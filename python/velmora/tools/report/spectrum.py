@@ -36,6 +36,7 @@ def jerk_spectrum(data: ReportData, joints: tuple[int, ...]) -> Plot | None:
     return Plot("frequency in Hz", f"jerk in {unit}/√Hz", tuple(curves), log_x=True, log_y=True)
 
 
+@np.errstate(over="ignore", invalid="ignore")
 def _density(
     track: Track, joint: int, step: float, even: bool
 ) -> tuple[NDArray[np.float64], NDArray[np.float64]] | None:
@@ -62,6 +63,8 @@ def _density(
     if segments == 0:
         return None
     density = np.sqrt(2 * step * power[1:] / (segments * np.square(window).sum()))
+    if not np.isfinite(density).all():
+        return None  # the square of the jerk overflows
     frequency = np.arange(1, length // 2 + 1) / (length * step)
     return _thinned(frequency, density)
 

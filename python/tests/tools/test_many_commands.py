@@ -1,0 +1,119 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Commands on many files: what fails alone, what is left out, and what the summary says."""
+
+from __future__ import annotations
+
+import csv
+import json
+import os
+from pathlib import Path
+
+import pytest
+from support import InProcess, write_log
+
+
+@pytest.fixture
+def logs(tmp_path: Path) -> Path:
+    for name in ("a", "b"):
+        write_log(tmp_path / f"logs/{name}.csv")
+    return tmp_path / "logs"
+
+
+def test_a_file_named_twice_is_one(tmp_path: Path, here: InProcess) -> None:
+    write_log(tmp_path / "log.csv")
+    run = here("resample", "log.csv", "log.csv", "--rate", "50", "--output-dir", "out")
+    assert run.code == 0, run.err
+    assert run.err.splitlines()[0] == "log.csv -> out/log.csv"
+    assert "  method   cubic, exact_dt_append_endpoint, sample time 0.02 s" in run.err
+
+
+def test_resuming_depends_on_files_and_not_on_how_they_were_named(logs: Path, here: InProcess) -> None:
+    common = ("--rate", "50", "--output-dir", "out")
+    assert here("resample", "logs", *common).code == 0
+    named = here("resample", "logs/a.csv", "logs/b.csv", *common, "--resume")
+    assert (named.code, named.err.splitlines()[0][:18]) == (0, "2 files: 2 skipped")
+    one = here("resample", "logs/a.csv", *common, "--resume")
+    assert (one.code, one.err) == (0, "logs/a.csv -> out/a.csv: 50 -> 26 samples, 0.49 s\n")
+
+
+@pytest.mark.parametrize("command", ["report", "plot"])
+def test_resuming_pictures(command: str, logs: Path, here: InProcess, monkeypatch: pytest.MonkeyPatch) -> None:
+    monkeypatch.setattr("sys.argv", ["velmora", command, "first"])
+    assert here(command, "logs", "--output-dir", "out").code == 0
+    monkeypatch.setattr("sys.argv", ["velmora", command, "--resume"])
+    run = here(command, "logs", "--output-dir", "out", "--resume")
+    assert run.code == 0, run.err
+    assert "2 files: 2 skipped" in run.err
+
+
+def test_resuming_replaces_what_it_wrote_and_nobody_changed(logs: Path, here: InProcess) -> None:
+    common = ("resample", "logs", "--output-dir", "out", "--resume")
+    out = logs.parent / "out"
+    assert here(*common, "--rate", "50").code == 0
+    other = here(*common, "--rate", "25")
+    assert (other.code, other.err.splitlines()[0][:15]) == (0, "2 files: 2 done")
+    assert len((out / "a.csv").read_text().splitlines()) == 15
+    write_log(logs / "a.csv", samples=40)
+    changed = here(*common, "--rate", "25")
+    assert (changed.code, changed.err.splitlines()[0][:26]) == (0, "2 files: 1 done, 1 skipped")
+    # Changed by hand, to the same size: its time tells.
+    os.utime(out / "b.csv", ns=(1, 1))
+    write_log(logs / "b.csv", samples=40)
+    text = (out / "b.csv").read_text()
+    refused = here(*common, "--rate", "25")
+    assert (refused.code, refused.err) == (
+        2,
+        "out/b.csv: exists already; a name that is free was expected; --force replaces it\n",
+    )
+    assert (out / "b.csv").read_text() == text
+    assert here(*common, "--rate", "25", "--force").code == 0
+    assert (out / "b.csv").read_text() != text
+
+
+def test_resuming_replaces_the_pieces_of_a_recording(tmp_path: Path, here: InProcess) -> None:
+    rows = [f"{index * 0.01 + (index > 20):.2f},{index}" for index in range(40)]
+    (tmp_path / "gap.csv").write_text("time_s,a\n" + "\n".join(rows) + "\n")
+    common = ("resample", "gap.csv", "--output-dir", "out", "--gaps", "split", "--resume")
+    assert here(*common, "--rate", "50").code == 0
+    before = (tmp_path / "out/gap_2.csv").read_text()
+    run = here(*common, "--rate", "25")
+    assert run.code == 0, run.err
+    assert (tmp_path / "out/gap_2.csv").read_text() != before
+
+
+def test_a_name_that_does_not_exist_fails_alone(logs: Path, here: InProcess) -> None:
+    missing = "logs/c.csv: there is no such file; a recording was expected; did you mean 'b.csv'?"
+    run = here("info", "logs/a.csv", "logs/c.csv", "none*.csv", "--json", "--jobs", "1")
+    assert run.code == 1
+    files = json.loads(run.out)["files"]
+    assert [(entry["status"], entry["error"]) for entry in files] == [
+        ("done", None),
+        ("failed", missing),
+        ("failed", "none*.csv: no file has such a name; at least one was expected"),
+    ]
+    alone = here("info", "logs/c.csv")
+    assert (alone.code, alone.out, alone.err) == (1, "", missing + "\n")
+    (logs.parent / "out").mkdir()
+    (logs.parent / "out/c.csv").write_text("")
+    written = here("resample", "logs/a.csv", "logs/c.csv", "--rate", "50", "--output-dir", "out")
+    assert (written.code, written.err.splitlines()[0]) == (1, missing)
+    assert len((logs.parent / "out/a.csv").read_text().splitlines()) == 27
+
+
+def test_the_summary_says_which_files_failed(logs: Path, here: InProcess) -> None:
+    (logs / "broken.csv").write_text("time_s,joint_1,joint_2\n0.0,1,\n0.1,1,1\n")
+    (logs.parent / "l.csv").write_text("joint,max_velocity\njoint_1,0.5\njoint_2,9\n")
+
+    def messages() -> list[str]:
+        with (logs.parent / "s.csv").open() as file:
+            return [row["message"] for row in csv.DictReader(file)]
+
+    missing = "'joint_2' is missing; a finite number was expected; --missing drop leaves such rows out"
+    assert here("check", "logs", "--limits", "l.csv", "--summary", "s.csv", "--jobs", "1").code == 1
+    violated = "1 of 2 limits violated (three-point derivatives)"
+    assert messages() == [violated, violated, f"logs/broken.csv:2: {missing}"]
+    assert here("info", "logs", "--summary", "s.csv", "--jobs", "1").code == 1
+    assert messages() == ["", "", f"logs/broken.csv:2: {missing}"]
+    (logs.parent / "l.csv").write_text("joint,max_velocity\njoint_1,5\njoint_2,9\n")
+    assert here("check", "logs/a.csv", "--limits", "l.csv", "--summary", "s.csv").code == 0
+    assert messages() == [""]

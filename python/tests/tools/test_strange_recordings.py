@@ -1,0 +1,54 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Values, times and names at the edge: every command says what it has to say, and no raw warning."""
+
+from __future__ import annotations
+
+import json
+from pathlib import Path
+
+import jsonschema
+import pytest
+from support import ROOT, InProcess
+
+SCHEMA = json.loads((ROOT / "docs/reference/report.schema.json").read_text())
+
+
+@pytest.mark.parametrize("first", ["", "nan", "inf"])
+@pytest.mark.filterwarnings("error")
+def test_a_first_time_that_is_not_finite(tmp_path: Path, here: InProcess, first: str) -> None:
+    rows = "".join(f"{index * 0.1:.1f},{index}\n" for index in range(1, 9))
+    (tmp_path / "log.csv").write_text(f"time_s,a\n{first},0\n{rows}")
+    run = here("info", "log.csv", "--json")
+    assert run.code == 1
+    report = json.loads(run.out)
+    jsonschema.validate(report, SCHEMA)
+    assert report["files"][0]["recordings"][0]["first_stamp"] == {"s": None}
+    assert run.err == ""
+    assert here("info", "log.csv").err == ""
+
+
+@pytest.mark.parametrize(("command", "output"), [("plot", "p.png"), ("report", "r.html")])
+@pytest.mark.parametrize("size", ["1e307", "1e300"])
+@pytest.mark.filterwarnings("error")
+def test_pictures_of_values_whose_derivatives_overflow(
+    tmp_path: Path, here: InProcess, command: str, output: str, size: str
+) -> None:
+    rows = "".join(f"{index * 0.01:.2f},{'-' if index % 2 else ''}{size}\n" for index in range(200))
+    (tmp_path / "log.csv").write_text(f"time_s,a\n{rows}")
+    run = here(command, "log.csv", "-o", output)
+    assert (run.code, run.err) == (0, f"log.csv -> {output}\n")
+    assert (tmp_path / output).stat().st_size > 10_000
+
+
+@pytest.mark.filterwarnings("error")
+def test_names_without_a_sign_in_the_fonts(tmp_path: Path, here: InProcess) -> None:
+    (tmp_path / "log.csv").write_text("time_s,\u5173\u8282\n0.0,1\n0.1,2\n")
+    run = here("plot", "log.csv", "-o", "p.png")
+    assert (run.code, run.err) == (0, "log.csv -> p.png\n")
+
+
+@pytest.mark.parametrize("name", ["p.jpg", "p", "-", "{stem}"])
+def test_pictures_of_another_kind(tmp_path: Path, here: InProcess, name: str) -> None:
+    (tmp_path / "log.csv").write_text("time_s,a\n0.0,1\n0.1,2\n")
+    run = here("plot", "log.csv", "-o", name)
+    assert (run.code, run.err) == (2, f"{name}: no picture has such a suffix; .png, .svg or .pdf was expected\n")
