@@ -8,7 +8,7 @@ from pathlib import Path
 from typing import Any
 
 import pytest
-from support import velmora, write_log
+from support import InProcess, velmora, write_log
 
 
 @pytest.fixture
@@ -83,3 +83,53 @@ def test_what_is_not_known_is_refused(project: Path, text: str, expected: str) -
 def test_an_option_of_another_command_is_left_to_it(project: Path) -> None:
     (project / "velmora.toml").write_text("samples = 3\n")
     assert velmora("info", "log.csv", cwd=project).code == 0
+
+
+def test_an_option_that_gives_way_is_no_setting(project: Path) -> None:
+    found = settings(project, VELMORA_RESAMPLE_SAMPLES="7")
+    assert found["samples"] == ("7", "environment VELMORA_RESAMPLE_SAMPLES")
+    assert "rate" not in found
+
+
+@pytest.mark.parametrize(
+    ("line", "expected"),
+    [
+        ("samples = 3.5", "'--samples' / '-n': '3.5' is not a valid integer"),
+        ("samples = true", "'--samples' / '-n': 'True' is not a valid integer"),
+        ('rate = "abc"', "'--rate' / '-r': 'abc' is not a valid float"),
+        ("strict = 3", "'--strict': '3' is not a valid boolean"),
+    ],
+)
+def test_a_value_of_another_kind_is_refused_with_its_file(
+    project: Path, here: InProcess, line: str, expected: str
+) -> None:
+    (project / "velmora.toml").write_text(f"[resample]\n{line}\n")
+    run = here("resample", "log.csv", "-o", "out.csv")
+    assert (run.code, run.out) == (2, "")
+    assert run.err.endswith(f"Error: Invalid value for {expected} ({project}/velmora.toml [resample]).\n")
+
+
+def test_a_value_of_another_kind_is_refused_with_its_variable(
+    project: Path, here: InProcess, monkeypatch: pytest.MonkeyPatch
+) -> None:
+    monkeypatch.setenv("VELMORA_RESAMPLE_RATE", "abc")
+    run = here("resample", "log.csv", "-o", "out.csv")
+    assert run.err.endswith("'abc' is not a valid float (environment VELMORA_RESAMPLE_RATE).\n")
+    typed = here("resample", "log.csv", "-o", "out.csv", "--rate", "x")
+    assert typed.err.endswith("'x' is not a valid float.\n")
+
+
+def test_lists_are_taken_for_names(project: Path, here: InProcess) -> None:
+    lists = 'columns = ["positions", "velocities"]\njoints = ["joint_2"]\nrate = 20\n'
+    (project / "velmora.toml").write_text(f"[resample]\n{lists}")
+    run = here("resample", "log.csv", "-o", "out.csv")
+    assert run.code == 0, run.err
+    assert (project / "out.csv").read_text().splitlines()[0] == "time_s,joint_2,joint_2_velocity"
+    assert f"  columns is positions,velocities ({project}/velmora.toml [resample])\n" in run.err
+
+
+def test_check_says_where_its_limits_come_from(project: Path, here: InProcess) -> None:
+    (project / "limits.csv").write_text("joint,max_velocity\njoint_1,9\njoint_2,9\n")
+    (project / "velmora.toml").write_text('[check]\nlimits = "limits.csv"\n')
+    run = here("check", "log.csv")
+    assert (run.code, run.err) == (0, f"  limits is {project}/limits.csv ({project}/velmora.toml [check])\n")

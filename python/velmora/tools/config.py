@@ -17,6 +17,7 @@ from velmora.tools.errors import UsageError
 
 FILE_NAME = "velmora.toml"
 _META_KEY = "velmora.tools.config"
+_UNUSED_KEY = "velmora.tools.config.unused"
 
 
 @dataclass(frozen=True)
@@ -59,30 +60,49 @@ def defaults(ctx: click.Context) -> dict[str, Any]:
         for key, value in table.items():
             option = options.get(_identifier(key))
             if option is not None and option.name is not None:
-                values[option.name] = _from_folder(option, value, path.parent)
+                values[option.name] = _as_typed(option, value, path.parent)
                 origins[option.name] = f"{path}{section}"
     ctx.meta[_META_KEY] = origins
     return {name: values}
 
 
 def settings(ctx: click.Context) -> list[Setting]:
-    """The options of the running command that are not at their defaults, in the order of its help."""
+    """The options of the running command that are not at their defaults, in the order of its help.
+
+    Without those that give way to another one from a nearer source.
+    """
     found = []
-    origins: Mapping[str, str] = ctx.meta.get(_META_KEY, {})
+    unused = ctx.meta.get(_UNUSED_KEY, ())
     for parameter in ctx.command.params:
-        if not isinstance(parameter, click.Option) or parameter.name is None:
-            continue
-        source = ctx.get_parameter_source(parameter.name)
-        if source is click.core.ParameterSource.COMMANDLINE:
-            origin = "command line"
-        elif source is click.core.ParameterSource.ENVIRONMENT:
-            origin = f"environment {ctx.auto_envvar_prefix}_{parameter.name.upper()}"
-        elif source is click.core.ParameterSource.DEFAULT_MAP:
-            origin = origins.get(parameter.name, FILE_NAME)
-        else:
-            continue
-        found.append(Setting(_option_name(parameter), _text(ctx.params.get(parameter.name)), origin))
+        if isinstance(parameter, click.Option) and parameter.name is not None and parameter.name not in unused:
+            origin = _origin(ctx, parameter.name)
+            if origin is not None:
+                found.append(Setting(_option_name(parameter), _text(ctx.params.get(parameter.name)), origin))
     return found
+
+
+def say_origin(error: click.ClickException) -> None:
+    """Add to the message about a value where it came from, if that is not the command line."""
+    if isinstance(error, click.BadParameter) and error.ctx is not None and error.param is not None:
+        origin = _origin(error.ctx, error.param.name or "")
+        if origin not in (None, _COMMAND_LINE):
+            error.message = f"{error.message.removesuffix('.')} ({origin})."
+
+
+def _origin(ctx: click.Context, name: str) -> str | None:
+    """Where the value of an option came from; None for its default."""
+    source = ctx.get_parameter_source(name)
+    if source is click.core.ParameterSource.COMMANDLINE:
+        return _COMMAND_LINE
+    if source is click.core.ParameterSource.ENVIRONMENT:
+        return f"environment {ctx.auto_envvar_prefix}_{name.upper()}"
+    if source is click.core.ParameterSource.DEFAULT_MAP:
+        origins: Mapping[str, str] = ctx.meta.get(_META_KEY, {})
+        return origins.get(name, FILE_NAME)
+    return None
+
+
+_COMMAND_LINE = "command line"
 
 
 _RANKS = {
@@ -113,6 +133,7 @@ def only_one(ctx: click.Context, names: tuple[str, ...], required: bool) -> str 
     given = [name for name, rank in ranks.items() if rank == highest]
     if len(given) > 1:
         raise UsageError(f"{' and '.join(_flags(given))} exclude each other; give one of them")
+    ctx.meta[_UNUSED_KEY] = tuple(name for name in names if name != given[0])
     return given[0]
 
 
@@ -173,11 +194,14 @@ def _option_name(option: click.Option) -> str:
     return longest.lstrip("-")
 
 
-def _from_folder(option: click.Option, value: Any, folder: Path) -> Any:
-    """A file that is named in `velmora.toml` is looked for beside it."""
+def _as_typed(option: click.Option, value: Any, folder: Path) -> Any:
+    """A value of `velmora.toml` as it would be typed, so that it is judged as such: 3.5 is no number of samples.
+
+    A file that is named there is looked for beside it.
+    """
     if isinstance(option.type, click.Path) and isinstance(value, str) and value != "-" and "://" not in value:
         return str(folder / value)
-    return value
+    return _text(value)
 
 
 def _text(value: Any) -> str:

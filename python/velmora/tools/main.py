@@ -122,6 +122,9 @@ def run(args: Sequence[str] | None = None) -> int:
         sys.stdout.flush()
         return result if isinstance(result, int) else 0
     except click.ClickException as error:
+        from velmora.tools import config
+
+        config.say_origin(error)
         error.show()
         return error.exit_code
     except (KeyboardInterrupt, click.Abort):

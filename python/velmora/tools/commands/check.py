@@ -90,6 +90,8 @@ def command(ctx: click.Context, /, **values: Any) -> int:
         for outcome in result.outcomes:
             for report in outcome.reports:
                 common.show(lines(report))
+        for line in common.settings_lines(ctx):
+            common.warn(line)
     if values["junit"] is not None:
         from velmora.tools.commands.junit import junit
 
