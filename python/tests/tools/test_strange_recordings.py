@@ -22,7 +22,7 @@ def test_a_first_time_that_is_not_finite(tmp_path: Path, here: InProcess, first:
     assert run.code == 1
     report = json.loads(run.out)
     jsonschema.validate(report, SCHEMA)
-    assert report["files"][0]["recordings"][0]["first_stamp"] == {"s": None}
+    assert report["files"][0]["recordings"][0]["first_stamp"] == {"s": 0.1}
     assert run.err == ""
     assert here("info", "log.csv").err == ""
 

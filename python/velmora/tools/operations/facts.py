@@ -65,7 +65,7 @@ def peak_facts(recording: Recording, options: CheckOptions) -> JsonObject:
 
 def stamp(value: int | float) -> JsonObject:
     """A time stamp for JSON: nanoseconds as text, since many readers of JSON hold numbers as doubles."""
-    return {"ns": str(value)} if isinstance(value, int) else {"s": number(value)}
+    return {"ns": str(value)} if isinstance(value, int) else {"s": value}
 
 
 def _first_stamp(recording: Recording) -> JsonObject | None:
