@@ -13,16 +13,18 @@ from support import ROOT, InProcess
 SCHEMA = json.loads((ROOT / "docs/reference/report.schema.json").read_text())
 
 
-@pytest.mark.parametrize("first", ["", "nan", "inf"])
+@pytest.mark.parametrize(
+    ("first", "there"), [("", {"ns": "100000000"}), ("nan", {"ns": "100000000"}), ("inf", {"s": 0.1})]
+)
 @pytest.mark.filterwarnings("error")
-def test_a_first_time_that_is_not_finite(tmp_path: Path, here: InProcess, first: str) -> None:
+def test_a_first_time_that_is_not_finite(tmp_path: Path, here: InProcess, first: str, there: dict[str, object]) -> None:
     rows = "".join(f"{index * 0.1:.1f},{index}\n" for index in range(1, 9))
     (tmp_path / "log.csv").write_text(f"time_s,a\n{first},0\n{rows}")
     run = here("info", "log.csv", "--json")
     assert run.code == 1
     report = json.loads(run.out)
     jsonschema.validate(report, SCHEMA)
-    assert report["files"][0]["recordings"][0]["first_stamp"] == {"s": 0.1}
+    assert report["files"][0]["recordings"][0]["first_stamp"] == there
     assert run.err == ""
     assert here("info", "log.csv").err == ""
 
