@@ -80,6 +80,12 @@ def test_metadata_may_not_leave_its_folder(tmp_path: Path) -> None:
         read(str(path), ReadOptions(salvage=True))
 
 
+def test_no_advice_to_salvage_nothing(tmp_path: Path) -> None:
+    path = damaged(bag(tmp_path / "log", states(9)), lambda data: data[:100])
+    with pytest.raises(DataError, match=r"is cut short .*; a whole bag was expected$"):
+        read(path, ReadOptions())
+
+
 def test_broken_sqlite(tmp_path: Path) -> None:
     path = bag(tmp_path / "log", states(3000), plugin=StoragePlugin.SQLITE3)
     file = path / "log.db3"

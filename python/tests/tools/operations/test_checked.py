@@ -11,7 +11,7 @@ import pytest
 from support import recording
 from velmora.tools.errors import DataError
 from velmora.tools.operations.checked import CheckOptions, checked
-from velmora.tools.recording import Recording, Stamps
+from velmora.tools.recording import Layout, Recording, Stamps
 
 NAN = float("nan")
 
@@ -158,3 +158,8 @@ def test_velocities_of_the_file_stay_only_where_asked_for() -> None:
 
 def test_names_from_files_are_shown_without_control_characters() -> None:
     assert "'a?[31m' is not a number" in message(recording([0.0], [[NAN]], ("a\x1b[31m",)))
+
+
+def test_a_bag_has_another_clock_but_no_other_column() -> None:
+    bag = replace(recording([1.0, 0.5], [[0.0], [1.0]]), layout=Layout("mcap", topic="/joint_states"))
+    assert message(bag).endswith("increasing times were expected; --time-from log takes the times of the recording")

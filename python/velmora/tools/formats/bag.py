@@ -61,10 +61,8 @@ def read(path: str, options: ReadOptions) -> list[Recording]:
     problems += _missing_by_metadata(metadata, decoders, options) if not lost else []
     there = sum(decoder.messages for decoder in decoders.values())
     if problems and not options.salvage:
-        raise DataError(
-            f"{path}: {problems[0]}; a whole bag was expected; --salvage reads the "
-            f"{count(there, 'message')} that {'is' if there == 1 else 'are'} there"
-        )
+        advice = f"; --salvage reads the {count(there, 'message')} that {'is' if there == 1 else 'are'} there"
+        raise DataError(f"{path}: {problems[0]}; a whole bag was expected{advice if there else ''}")
     if there == 0:
         raise _nothing(path, seen, problems, options)
     notes = [Note("salvaged", "; ".join(problems))] if problems else []

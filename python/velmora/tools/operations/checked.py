@@ -129,7 +129,11 @@ def _with_increasing_times(recording: Recording, options: CheckOptions) -> Recor
         raise DataError(
             f"{_at(recording, fault)}: the time falls from {seconds_text(stamps[fault - 1])} s in row "
             f"{recording.rows[fault - 1]} to {seconds_text(stamps[fault])} s; increasing times were expected; "
-            "--time-column may name a better clock"
+            + (
+                "--time-from log takes the times of the recording"
+                if recording.layout.topic
+                else "--time-column may name a better clock"
+            )
         )
     if options.duplicate_times == "error":
         raise DataError(
