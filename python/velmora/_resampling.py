@@ -7,8 +7,6 @@ import math
 import operator
 from typing import TYPE_CHECKING, Final, SupportsIndex
 
-import numpy as np
-
 from velmora._core import resample_trajectory
 from velmora._enums import ResamplingTimeGridMode
 from velmora._errors import InvalidArgumentError
@@ -92,6 +90,8 @@ def resample(
 
 
 def _spacing_of_rate(rate_hz: Real) -> float:
+    import numpy as np  # the command starts without it where it is not needed
+
     number = np.asarray(rate_hz)
     if number.ndim != 0 or not (number.dtype.kind in "biuf" or isinstance(rate_hz, int)):
         raise TypeError(f"rate_hz must be a real number, got {type(rate_hz).__name__}.")
