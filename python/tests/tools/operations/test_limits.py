@@ -210,3 +210,38 @@ def test_no_joint_in_both(tmp_path: Path) -> None:
         f"log.csv: its joints are 'shoulder1', and {path} names 'shoulder_1'; at least one joint in both "
         "was expected; did you mean 'shoulder_1'?"
     )
+
+
+@pytest.mark.parametrize(
+    ("joint", "expected"),
+    [
+        (
+            "max_velocitty: 1",
+            "l.yaml:2: 'max_velocitty' is not known; a key of limits was expected; did you mean 'max_velocity'?",
+        ),
+        (
+            "has_velocity_limit: true",
+            "l.yaml:2: 'has_velocity_limit' is not known; a key of limits was expected; "
+            "did you mean 'has_velocity_limits'?",
+        ),
+        ("max_velocity: 1, max_velocity: 2", "l.yaml:2: 'max_velocity' appears twice; every key once was expected"),
+        (
+            "min_position: 1, max_position: -1",
+            "l.yaml:2: the position limits of 'a' are 1 to -1; a lower limit not above the upper one was expected",
+        ),
+    ],
+)
+def test_yaml_keys_that_are_misspelt_or_stand_twice(tmp_path: Path, joint: str, expected: str) -> None:
+    assert message(tmp_path, "l.yaml", f"joint_limits:\n  a: {{{joint}}}\n") == expected
+
+
+def test_yaml_keys_that_planners_write_beside(tmp_path: Path) -> None:
+    beside = (
+        "has_effort_limits, max_effort, has_soft_limits, k_position, k_velocity, soft_lower_limit, soft_upper_limit, "
+        "has_deceleration_limits, max_deceleration, angle_wraparound"
+    )
+    entries = ", ".join(f"{key}: 1" for key in beside.split(", "))
+    path = write(tmp_path, "l.yaml", f"joint_limits:\n  a: {{max_velocity: 2, {entries}}}\n")
+    assert list(load(path).joints["a"]) == ["velocity"]
+    twice = "joint_limits:\n  a: {max_velocity: 2}\n  a: {max_velocity: 3}\n"
+    assert message(tmp_path, "m.yaml", twice) == "m.yaml:3: 'a' appears twice; every key once was expected"

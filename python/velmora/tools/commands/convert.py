@@ -15,6 +15,7 @@ from velmora.tools.commands import common, reading
 from velmora.tools.commands.resample import group_of
 from velmora.tools.operations.facts import facts
 from velmora.tools.options import ReadOptions, WriteOptions
+from velmora.tools.text import count
 
 
 @dataclass(frozen=True)
@@ -55,8 +56,8 @@ def command(ctx: click.Context, /, **values: Any) -> int:
     elif len(result.outcomes) == 1:
         for report in result.outcomes[0].reports:
             common.warn(
-                f"{report['source']} -> {', '.join(report['outputs'])}: {report['samples']:,} samples of "
-                f"{len(report['joints'])} joints"
+                f"{report['source']} -> {', '.join(report['outputs'])}: {count(report['samples'], 'sample')} of "
+                f"{count(len(report['joints']), 'joint')}"
             )
     return result.exit_code
 

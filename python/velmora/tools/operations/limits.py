@@ -46,9 +46,10 @@ class LimitsFile:
                 "leave it out where there is no limit"
             )
         if lower > upper:
+            hint = "" if quantity == "position" else "; a limit of rates is not negative"
             raise DataError(
                 f"{source}: the {quantity} limits of {quoted(joint)} are {lower:g} to {upper:g}; a lower limit "
-                "not above the upper one was expected; a limit of rates is not negative"
+                f"not above the upper one was expected{hint}"
             )
         self.joints.setdefault(joint, {})[quantity] = Bound(lower + 0.0, upper + 0.0, source)  # 0, not -0
 

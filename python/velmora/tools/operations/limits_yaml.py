@@ -3,6 +3,7 @@
 
 from __future__ import annotations
 
+import difflib
 import math
 
 import yaml
@@ -16,6 +17,10 @@ MAX_DEPTH = 20
 TRUE = ("true", "yes", "on")
 FALSE = ("false", "no", "off")
 RATES = ("velocity", "acceleration", "jerk")
+KEYS = tuple(key for name in ("position", *RATES) for key in (f"has_{name}_limits", f"min_{name}", f"max_{name}"))
+# What planners write beside, of no use here; only what looks like one of the keys above has to be named.
+BESIDE = ("has_deceleration_limits", "min_deceleration", "max_deceleration")
+ALIKE = 0.85
 
 
 def read_yaml(path: str, content: bytes) -> LimitsFile:
@@ -43,6 +48,7 @@ def read_yaml(path: str, content: bytes) -> LimitsFile:
         raise DataError(
             f"{path}:{_line(joints)}: 'joint_limits' holds no names; a mapping from joints to limits was expected"
         )
+    _once(path, [key for key, _ in joints.value])
     for key, value in joints.value:
         if not isinstance(value, MappingNode):
             raise DataError(
@@ -62,6 +68,14 @@ def read_yaml(path: str, content: bytes) -> LimitsFile:
 
 def _read_joint(limits: LimitsFile, joint: str, node: MappingNode) -> None:
     limits.joints.setdefault(joint, {})
+    _once(limits.path, [key for key, _ in node.value])
+    for key, _ in node.value:
+        alike = difflib.get_close_matches(_text(key), KEYS, n=1, cutoff=ALIKE)
+        if alike and _text(key) not in (*KEYS, *BESIDE):
+            raise DataError(
+                f"{limits.path}:{_line(key)}: {quoted(_text(key))} is not known; a key of limits was expected; did you "
+                f"mean '{alike[0]}'?"
+            )
     entries = {_text(key): value for key, value in node.value}
     for quantity in ("position", *RATES):
         flag = entries.get(f"has_{quantity}_limits")
@@ -80,6 +94,16 @@ def _read_joint(limits: LimitsFile, joint: str, node: MappingNode) -> None:
         upper = _number(limits.path, highest)
         lower = -upper if lowest is None else _number(limits.path, lowest)
         limits.add(joint, quantity, lower, upper, _line(highest))
+
+
+def _once(path: str, keys: list[Node]) -> None:
+    """Refuse a key that stands twice: which of the two counts is anybody's guess."""
+    seen: set[str] = set()
+    for key in keys:
+        if isinstance(key, ScalarNode):
+            if key.value in seen:
+                raise DataError(f"{path}:{_line(key)}: {quoted(key.value)} appears twice; every key once was expected")
+            seen.add(key.value)
 
 
 def _find(node: Node | None, name: str, depth: int) -> Node | None:
