@@ -81,12 +81,14 @@ def settings(ctx: click.Context) -> list[Setting]:
     return found
 
 
-def say_origin(error: click.ClickException) -> None:
-    """Add to the message about a value where it came from, if that is not the command line."""
+def with_origin(error: click.ClickException) -> click.ClickException:
+    """The error, with where the value came from, if that is not the command line."""
     if isinstance(error, click.BadParameter) and error.ctx is not None and error.param is not None:
         origin = _origin(error.ctx, error.param.name or "")
         if origin not in (None, _COMMAND_LINE):
-            error.message = f"{error.message.removesuffix('.')} ({origin})."
+            message = f"{error.message.removesuffix('.')} ({origin})."
+            return click.BadParameter(message, error.ctx, error.param, error.param_hint)
+    return error
 
 
 def _origin(ctx: click.Context, name: str) -> str | None:

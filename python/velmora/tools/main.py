@@ -124,8 +124,7 @@ def run(args: Sequence[str] | None = None) -> int:
     except click.ClickException as error:
         from velmora.tools import config
 
-        config.say_origin(error)
-        error.show()
+        config.with_origin(error).show()
         return error.exit_code
     except (KeyboardInterrupt, click.Abort):
         _say("velmora: interrupted")

@@ -109,7 +109,7 @@ def tell_their_unit(stamps: Stamps) -> bool:
     """
     scale = UNIT_NS[stamps.unit]
     there = stamps.values[stamps.there]
-    numbers = there / scale if there.dtype == np.int64 else there * (1e9 / scale)
+    numbers = (there / scale if there.dtype == np.int64 else there * (1e9 / scale)).astype(np.float64, copy=False)
     whole = stamps.unit != "s" and np.array_equal(numbers, np.rint(numbers))
     try:
         return infer_unit("", "", numbers, whole)[0] == stamps.unit
