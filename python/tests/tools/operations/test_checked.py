@@ -156,6 +156,13 @@ def test_velocities_of_the_file_stay_only_where_asked_for() -> None:
     assert message(given, use_velocities=True).startswith("log.csv:3: velocity of 'joint_1' is not a number;")
 
 
+def test_velocities_of_some_joints_alone_are_told_as_such() -> None:
+    some = replace(recording([0.0, 1.0], [[1.0, 2.0], [2.0, 3.0]]), velocities=np.array([[1.0, NAN], [1.0, NAN]]))
+    for missing in ("error", "drop"):
+        with pytest.raises(DataError, match=r"^log\.csv: there is no velocity of 'joint_2'; one of every joint was"):
+            checked(some, CheckOptions(missing=missing, use_velocities=True))
+
+
 def test_names_from_files_are_shown_without_control_characters() -> None:
     assert "'a?[31m' is not a number" in message(recording([0.0], [[NAN]], ("a\x1b[31m",)))
 

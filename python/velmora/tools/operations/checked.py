@@ -87,6 +87,13 @@ def _without_faulty_rows(recording: Recording, options: CheckOptions) -> Recordi
         if values is None or all_finite(values):
             continue
         cells = ~np.isfinite(values)
+        absent = np.isnan(values).all(axis=0)
+        if what and absent.any():
+            name = quoted(recording.joints[int(np.argmax(absent))])
+            raise DataError(
+                f"{recording.source}: there is no {what}{name}; one of every joint was expected; --joints leaves "
+                "joints out, and --use-velocities may be left out"
+            )
         if options.missing == "error":
             row, joint = (int(index[0]) for index in np.nonzero(cells))
             raise DataError(_faulty_cell(recording, what, values, row, joint))
