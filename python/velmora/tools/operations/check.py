@@ -208,7 +208,7 @@ def _finding(
         if distance <= half:
             return Finding(joint, quantity, bound, value, when_s, ratio, ())
         slack = tolerance * half
-        outside = ~((values <= upper + slack) & (values >= lower - slack)) | ~np.isfinite(values)
+        outside = ~((values <= upper + slack) & (values >= lower - slack))  # NaN is outside as well
         return Finding(joint, quantity, bound, value, when_s, ratio, _spans(outside, values, time_s, middle))
 
 
