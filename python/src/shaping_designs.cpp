@@ -156,7 +156,7 @@ void RegisterDesigns(nb::module_& module) {
              Docstring("Specified insensitivity: the shortest positive sequence that keeps the tolerance over a range "
                        "of frequencies.",
                        "low_hz, high_hz : float\n    The range, which holds the frequency of the mode.\n"
-                       "tolerance : float\n    Tolerated residual vibration, above 0 and below 1.\n",
+                       "tolerance : float\n    Tolerated residual vibration, from 1e-7 on and below 1.\n",
                        "    \"tolerance must be in (0, 1).\"; \"low_hz must be finite and positive.\"; \"high_hz must "
                        "be finite and\n    positive.\"; \"mode.frequency_hz must lie between low_hz and high_hz.\"; "
                        "\"high_hz must not exceed 4 times low_hz.\"; "

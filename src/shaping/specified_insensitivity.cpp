@@ -31,6 +31,7 @@ constexpr int kBisections = 18;
 constexpr int kFrequencySteps = 48;   // per turn of the last vector over the range, and at the least
 constexpr double kWidestRange = 4.0;  // beyond it the search would take minutes
 constexpr double kSolvedWithin = 1e-8;
+constexpr double kSmallestTolerance = 1e-7;  // below it what a game is solved within would lengthen the sequence
 constexpr double kNegligibleShare = 1e-7;
 // What is solved for is a little less than the tolerance, so that roundings do not lead beyond it.
 constexpr double kSafety = 2e-5;
@@ -95,8 +96,8 @@ std::vector<Peak> PeaksAbove(double level, const Impulses& impulses, const Range
 
 struct Mixture {
   Impulses impulses;
-  double residual;     // the largest over the range
-  double lower_bound;  // no shares of these times leave less
+  double residual = 0.0;     // the largest over the range
+  double lower_bound = 0.0;  // no shares of these times leave less
 };
 
 // What a search asks of a duration: mixtures that leave at most `enough` are as good as any, and durations whose times
@@ -210,8 +211,8 @@ Impulses Merged(const Impulses& impulses) {
     }
   }
   times.front() = 0.0;
-  Impulses merged{Eigen::Map<const Vector>(times.data(), static_cast<Index>(times.size())),
-                  Eigen::Map<const Vector>(amplitudes.data(), static_cast<Index>(amplitudes.size()))};
+  const Index count = static_cast<Index>(times.size());
+  Impulses merged{Eigen::Map<Vector>(times.data(), count), Eigen::Map<Vector>(amplitudes.data(), count)};
   double sum = 0.0;
   for (const double amplitude : amplitudes) sum += amplitude;
   merged.amplitudes /= sum;
@@ -231,11 +232,16 @@ void CheckRange(const VibrationMode& mode, double low_hz, double high_hz) {
   if (high_hz / low_hz > kWidestRange) internal::ThrowInvalidArgument("high_hz must not exceed 4 times low_hz.");
 }
 
+[[noreturn]] void ThrowNotFound() {
+  internal::ThrowInvalidArgument("No sequence of this design was found for this range and tolerance.");
+}
+
 }  // namespace
 
 ImpulseSequence SpecifiedInsensitivity(const VibrationMode& mode, double low_hz, double high_hz, double tolerance) {
   ValidateTolerance(tolerance);
   CheckRange(mode, low_hz, high_hz);
+  if (tolerance < kSmallestTolerance) ThrowNotFound();
   const Range range{low_hz / mode.frequency_hz, high_hz / mode.frequency_hz, mode.damping_ratio};
   const double aim = tolerance * (1.0 - kSafety);
 
@@ -245,7 +251,8 @@ ImpulseSequence SpecifiedInsensitivity(const VibrationMode& mode, double low_hz,
   const auto suffices = [&](double of_duration) {
     return BestOfDuration(of_duration, range, aim, moves).residual <= aim;
   };
-  for (int k = 0; k < kDoublings && !suffices(duration); ++k) {
+  for (int k = 0; !suffices(duration); ++k) {
+    if (k == kDoublings) ThrowNotFound();
     too_short = duration;
     duration *= 2.0;
   }
@@ -255,9 +262,7 @@ ImpulseSequence SpecifiedInsensitivity(const VibrationMode& mode, double low_hz,
   }
   const Mixture best = BestOfDuration(duration, range, 0.0, moves);
   Impulses impulses = Merged(best.impulses);
-  if (!PeaksAbove(tolerance, impulses, range).empty()) {
-    internal::ThrowInvalidArgument("No sequence of this design was found for this range and tolerance.");
-  }
+  if (!PeaksAbove(tolerance, impulses, range).empty()) ThrowNotFound();
   impulses.times_s /= mode.frequency_hz;
   return ImpulseSequence(std::move(impulses.times_s), std::move(impulses.amplitudes));
 }

@@ -83,6 +83,12 @@ TEST(SpecifiedInsensitivity, IsNoLongerThanTheExtraInsensitiveSequenceOfADampedM
   EXPECT_LT(SpecifiedInsensitivity(mode, band.low_hz, band.high_hz, 0.05).duration_s(), known.duration_s() * 1.0002);
 }
 
+TEST(SpecifiedInsensitivity, FindsZeroVibrationForTheSmallestTolerance) {
+  const ImpulseSequence sequence = SpecifiedInsensitivity(VibrationMode(5.0, 0.0), 5.0, 5.0, 1e-7);
+  ASSERT_EQ(sequence.times_s.size(), 2);
+  EXPECT_NEAR(sequence.duration_s(), 0.1, 1e-6);
+}
+
 TEST(SpecifiedInsensitivity, ThrowsForEveryBrokenRuleInOrder) {
   const VibrationMode mode(5.0, 0.1);
   const auto expect = [&](double low_hz, double high_hz, double tolerance, const char* message) {
@@ -99,6 +105,8 @@ TEST(SpecifiedInsensitivity, ThrowsForEveryBrokenRuleInOrder) {
   expect(5.5, 4.5, 0.05, "mode.frequency_hz must lie between low_hz and high_hz.");
   expect(2.4, 9.7, 0.05, "high_hz must not exceed 4 times low_hz.");
   expect(1e-300, 1e300, 0.05, "high_hz must not exceed 4 times low_hz.");
+  expect(2.4, 9.7, 9.9e-8, "high_hz must not exceed 4 times low_hz.");
+  expect(5.0, 5.0, 9.9e-8, "No sequence of this design was found for this range and tolerance.");
 }
 
 }  // namespace

@@ -138,9 +138,11 @@ VELMORA_EXPORT ImpulseSequence UmZvd(const VibrationMode& mode);
 /// @throws native::InvalidArgumentError "high_hz must be finite and positive."
 /// @throws native::InvalidArgumentError "mode.frequency_hz must lie between low_hz and high_hz."
 /// @throws native::InvalidArgumentError "high_hz must not exceed 4 times low_hz." (the search would take minutes)
-/// @throws native::InvalidArgumentError "No sequence of this design was found for this range and tolerance."
+/// @throws native::InvalidArgumentError "No sequence of this design was found for this range and tolerance." (so
+///   for every tolerance below 1e-7, which the search cannot tell from its own roundings)
 ///
-/// Complexity: some tens to hundreds of milliseconds, more for wider ranges. Thread safety: pure.
+/// Complexity: some tens to hundreds of milliseconds, up to minutes for a small tolerance over a wide range. Thread
+/// safety: pure.
 /// Source of the method: W. Singhose, W. Seering, N. Singer, "Input shaping for vibration reduction with specified
 /// insensitivity to modeling errors", Japan/USA Symposium on Flexible Automation (1996); J. Vaughan, A. Yano,
 /// W. Singhose, "Comparison of robust input shapers", Journal of Sound and Vibration 315 (2008).
