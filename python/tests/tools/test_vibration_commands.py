@@ -197,7 +197,10 @@ WRONG = [
     (["shapers", "--mode", "5:1.5"], "VibrationMode.damping_ratio must be in [0, 1)."),
     (["shapers", "--mode", "5", "--range", "6:7"], "--range 6:7: LOW:HIGH in Hz around the mode at 5 Hz was expected"),
     (["shapers", "--mode", "5", "--range", "4:6", "--range", "4:6"], "--range: 2 ranges for 1 mode; one for each"),
-    (["shapers", "--mode", "5", "--plot", "a.gif"], "--plot a.gif: .png, .svg or .pdf was expected"),
+    (
+        ["shapers", "--mode", "5", "--plot", "a.gif"],
+        "--plot a.gif: no picture has such a suffix; .png, .svg or .pdf",
+    ),
     (["shape", "move.csv", "--mode", "5", "-o", "-", "--json"], "--json -o -: both go to standard output"),
 ]
 
@@ -256,6 +259,9 @@ def test_an_answer_names_the_options_that_make_it(here: Path, capsys: pytest.Cap
         ("shape move.csv --mode 5:0.9 --shaper three_hump_ei", "--shaper three_hump_ei: No sequence of"),
         ("shape move.csv --mode 5:0.02 --weight nan", "'--weight': nan is not a finite number."),
         ("shape move.csv --mode 5:0.02 --transition inf", "'--transition': inf is not a finite number."),
+        ("check move.csv --limits limits.yaml --tolerance nan", "'--tolerance': nan is not a finite number."),
+        ("resample move.csv --rate 9 -o o.csv --max-gap nan", "'--max-gap': nan is not a finite number."),
+        ("info move.csv --rate inf", "'--input-rate' / '--rate': inf is not a finite number."),
         ("verify before.csv before.csv --mode 5:0.9 --shaper three_hump_ei", "--shaper three_hump_ei: No sequence of"),
         ("identify ringdown.csv --from nan", "--from nan: ringdown.csv lasts 2.98787 s; a time within it was expected"),
         ("identify ringdown.csv --to 100.5", "--to 100.5: ringdown.csv lasts 2.98787 s; a time within it was expected"),

@@ -18,6 +18,7 @@ from velmora.tools.errors import UsageError
 FILE_NAME = "velmora.toml"
 _META_KEY = "velmora.tools.config"
 _UNUSED_KEY = "velmora.tools.config.unused"
+_COMMAND_LINE = "command line"
 
 
 @dataclass(frozen=True)
@@ -102,9 +103,6 @@ def _origin(ctx: click.Context, name: str) -> str | None:
         origins: Mapping[str, str] = ctx.meta.get(_META_KEY, {})
         return origins.get(name, FILE_NAME)
     return None
-
-
-_COMMAND_LINE = "command line"
 
 
 _RANKS = {

@@ -48,7 +48,7 @@ def test_columns_of_one_name(tmp_path: Path, suffix: str) -> None:
 def test_what_is_left_out_is_said_once() -> None:
     text = "time,stamp,a,note,g\n0.0,1,1,x,1\n0.1,2,2,y,2\n"
     parts = csv_reader.parse("log.csv", text.encode(), ReadOptions(group_by="g"))
-    assert left_out(parts) == ["columns left out: 'stamp', 'note'"]
+    assert left_out("in/log.csv", parts) == ["in/log.csv: columns left out: 'stamp', 'note'"]
 
 
 def test_the_mean_of_the_largest_numbers() -> None:

@@ -11,6 +11,7 @@ import click
 from velmora.tools import output
 from velmora.tools.batch.tasks import JsonObject, Stage, Task
 from velmora.tools.commands import common, reading
+from velmora.tools.commands.declare import FiniteRange
 from velmora.tools.errors import UsageError
 from velmora.tools.operations.check import TOLERANCE, Derivatives, Finding, Verdict, check
 from velmora.tools.operations.checked import CheckOptions, checked
@@ -59,7 +60,7 @@ max_velocity, max_acceleration, max_jerk. The exit code is 1 where a limit is vi
 )
 @click.option(
     "--tolerance",
-    type=click.FloatRange(min=0.0),
+    type=FiniteRange(min=0.0),
     default=TOLERANCE,
     show_default=True,
     help="By how much of its half width an interval may be passed.",

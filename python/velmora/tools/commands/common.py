@@ -7,7 +7,7 @@ import json
 import os
 import sys
 from collections.abc import Callable, Sequence
-from typing import Any, TypeVar
+from typing import Any
 
 import click
 
@@ -17,10 +17,10 @@ from velmora.tools.batch import names, summary
 from velmora.tools.batch.many import ManyOptions, ManyResult, carry_out
 from velmora.tools.batch.progress import progress
 from velmora.tools.batch.tasks import JsonObject, Outcome, Stage, Task
+from velmora.tools.commands.declare import Function, with_options
 from velmora.tools.errors import UsageError
 from velmora.tools.text import printable
 
-Function = TypeVar("Function", bound=Callable[..., Any])
 Work = Callable[[Task, Stage], tuple[list[JsonObject], list[str]]]
 
 SCHEMA = "velmora-report-1"
@@ -56,18 +56,12 @@ _OUTPUT = (
 
 def many_options(function: Function) -> Function:
     """Add the options for many files to a command."""
-    return _with(function, _MANY)
+    return with_options(function, _MANY)
 
 
 def output_options(function: Function) -> Function:
     """Add the options for outputs to a command."""
-    return _with(function, _OUTPUT)
-
-
-def _with(function: Function, options: tuple[Callable[[Function], Function], ...]) -> Function:
-    for option in reversed(options):
-        function = option(function)
-    return function
+    return with_options(function, _OUTPUT)
 
 
 def warn(text: str) -> None:

@@ -68,7 +68,7 @@ def work(task: Task, stage: Stage) -> tuple[list[JsonObject], list[str]]:
     assert task.target is not None
     reports = []
     recordings = reading.read_recordings(task, stage, options.read)
-    warnings = reading.left_out(recordings)
+    warnings = reading.left_out(task.source, recordings)
     if reading.goes_into_one(recordings, task.target, options.write):
         notes = warnings + formats.write_groups(stage.place(task.target), recordings, options.write)
         reports = [{**facts(recording), "outputs": [task.target], "warnings": notes} for recording in recordings]

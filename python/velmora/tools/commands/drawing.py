@@ -7,7 +7,7 @@ import shlex
 import sys
 from collections.abc import Callable
 from dataclasses import dataclass, field
-from typing import Any, TypeVar
+from typing import Any
 
 import click
 import numpy as np
@@ -18,6 +18,7 @@ from velmora.tools.batch.names import of_recording
 from velmora.tools.batch.tasks import NOT_KEYED, JsonObject, Stage, Task, digest_of
 from velmora.tools.commands import reading, resampling
 from velmora.tools.commands.check import verdict_object
+from velmora.tools.commands.declare import Function
 from velmora.tools.commands.info import lines as info_lines
 from velmora.tools.commands.resample import group_of
 from velmora.tools.operations.check import Verdict, check
@@ -30,7 +31,6 @@ from velmora.tools.options import ReadOptions
 from velmora.tools.recording import Recording
 from velmora.tools.report.data import Bounds, Fact, Quantity, ReportData, Track, TrackName, Violation
 
-Function = TypeVar("Function", bound=Callable[..., Any])
 PLURALS: dict[str, Quantity] = {
     "position": "positions",
     "velocity": "velocities",

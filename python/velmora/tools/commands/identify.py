@@ -11,6 +11,7 @@ import numpy as np
 from velmora.tools.batch.tasks import JsonObject
 from velmora.tools.commands import common, reading
 from velmora.tools.commands import vibration_options as shared
+from velmora.tools.commands.declare import FiniteRange
 from velmora.tools.recording import Recording
 from velmora.tools.text import table
 
@@ -46,9 +47,9 @@ Encoder positions or an accelerometer's values serve alike. The exit code is 1 w
     help="Where it ends, counted likewise; at the end of the file otherwise.",
 )
 @click.option("--max-modes", type=click.IntRange(1, 10), default=4, show_default=True, help="Most modes to look for.")
-@click.option("--min-frequency", type=shared.Between(0.0), default=0.0, metavar="HZ", help="Leave out slower modes.")
+@click.option("--min-frequency", type=FiniteRange(0.0), default=0.0, metavar="HZ", help="Leave out slower modes.")
 @click.option(
-    "--max-frequency", type=shared.Between(0.0, min_open=True), default=200.0, metavar="HZ", help="And faster ones."
+    "--max-frequency", type=FiniteRange(0.0, min_open=True), default=200.0, metavar="HZ", help="And faster ones."
 )
 @shared.picture_options
 @common.json_option

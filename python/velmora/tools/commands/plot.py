@@ -8,10 +8,8 @@ from typing import Any
 import click
 
 from velmora.tools.commands import common, drawing, reading, resampling
-from velmora.tools.errors import UsageError
+from velmora.tools.commands.declare import PICTURES, refuse_picture
 from velmora.tools.report.data import ReportData
-
-SUFFIXES = (".png", ".svg", ".pdf")
 
 
 @click.command(
@@ -26,7 +24,7 @@ Examples:
 @resampling.resampling_options
 @drawing.limits_option
 @common.output_options
-@click.option("--format", "output_format", type=click.Choice(["png", "svg", "pdf"]), help="Format of the pictures.")
+@click.option("--format", "output_format", type=click.Choice(PICTURES), help="Format of the pictures.")
 @common.json_option
 @reading.reading_options_beside_rate
 @reading.mending_options
@@ -37,7 +35,7 @@ def command(ctx: click.Context, /, **values: Any) -> int:
 
     With --rate, --sample-time or --samples the picture shows the recording before and after resampling.
     """
-    _refuse_suffix(values["output"])
+    refuse_picture(values["output"])
     suffix = f".{values['output_format'] or 'png'}"
     result = common.run_output(ctx, drawing.work, drawing.drawing_work(ctx, values, write), values, suffix)
     if values["as_json"]:
@@ -47,12 +45,6 @@ def command(ctx: click.Context, /, **values: Any) -> int:
             for report in outcome.reports:
                 common.warn(f"{report['source']} -> {', '.join(report['outputs'])}")
     return result.exit_code
-
-
-def _refuse_suffix(name: str | None) -> None:
-    """Find out before the work whether such a picture can be drawn."""
-    if name is not None and not name.lower().endswith(SUFFIXES):
-        raise UsageError(f"{name}: no picture has such a suffix; .png, .svg or .pdf was expected")
 
 
 def write(data: ReportData, path: str) -> None:

@@ -4,17 +4,16 @@
 from __future__ import annotations
 
 from collections.abc import Callable, Sequence
-from typing import Any, TypeVar
+from typing import Any
 
 import click
 
 from velmora.tools import formats
 from velmora.tools.batch.tasks import Stage, Task
+from velmora.tools.commands.declare import FiniteRange, Function, with_options
 from velmora.tools.operations.checked import CheckOptions
 from velmora.tools.options import ReadOptions, WriteOptions
 from velmora.tools.recording import Recording
-
-Function = TypeVar("Function", bound=Callable[..., Any])
 
 _READING = (
     click.option("--input-format", metavar="FORMAT", help="Format of the inputs; by suffix and content otherwise."),
@@ -65,19 +64,19 @@ _MENDING = (
 
 def reading_options(function: Function) -> Function:
     """Add the reading options to a command that has no `--rate` of its own."""
-    return _with(function, (*_READING, _input_rate("--input-rate", "--rate")))
+    return with_options(function, (*_READING, _input_rate("--input-rate", "--rate")))
 
 
 def reading_options_beside_rate(function: Function) -> Function:
     """Add the reading options to a command whose `--rate` is that of its output."""
-    return _with(function, (*_READING, _input_rate("--input-rate")))
+    return with_options(function, (*_READING, _input_rate("--input-rate")))
 
 
 def _input_rate(*names: str) -> Callable[[Function], Function]:
     return click.option(
         *names,
         "input_rate",
-        type=click.FloatRange(min=0.0, min_open=True),
+        type=FiniteRange(min=0.0, min_open=True),
         metavar="HZ",
         help="Samples per second of a file without times.",
     )
@@ -85,7 +84,7 @@ def _input_rate(*names: str) -> Callable[[Function], Function]:
 
 def mending_options(function: Function) -> Function:
     """Add the options of `checked` to a command."""
-    return _with(function, _MENDING)
+    return with_options(function, _MENDING)
 
 
 def read_recordings(task: Task, stage: Stage, options: ReadOptions) -> list[Recording]:
@@ -96,10 +95,10 @@ def read_recordings(task: Task, stage: Stage, options: ReadOptions) -> list[Reco
     return recordings
 
 
-def left_out(recordings: Sequence[Recording]) -> list[str]:
-    """What a table holds that its recordings do not, once for all groups."""
+def left_out(source: str, recordings: Sequence[Recording]) -> list[str]:
+    """What a file holds that its recordings do not, once for all groups."""
     notes = (note for recording in recordings for note in recording.notes if note.key == "columns")
-    return list(dict.fromkeys(f"columns {note.text}" for note in notes))
+    return list(dict.fromkeys(f"{source}: columns {note.text}" for note in notes))
 
 
 def goes_into_one(recordings: Sequence[Recording], target: str, options: WriteOptions) -> bool:
@@ -128,9 +127,3 @@ def read_options(values: dict[str, Any]) -> ReadOptions:
 def check_options(values: dict[str, Any]) -> CheckOptions:
     """The options of `checked` out of the values of a command."""
     return CheckOptions(values["duplicate_times"], values["missing"], values["unwrap"], values["use_velocities"])
-
-
-def _with(function: Function, options: tuple[Callable[[Function], Function], ...]) -> Function:
-    for option in reversed(options):
-        function = option(function)
-    return function

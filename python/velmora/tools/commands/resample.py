@@ -97,7 +97,7 @@ def work(task: Task, stage: Stage) -> tuple[list[JsonObject], list[str]]:
     assert task.target is not None
     reports: list[JsonObject] = []
     recordings = reading.read_recordings(task, stage, options.read)
-    warnings = reading.left_out(recordings)
+    warnings = reading.left_out(task.source, recordings)
     several = len(recordings) > 1
     # Pieces of a group stay apart, each with a file of its own.
     into_one = options.resample.gaps != "split" and reading.goes_into_one(recordings, task.target, options.write)

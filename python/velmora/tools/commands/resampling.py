@@ -4,17 +4,15 @@
 from __future__ import annotations
 
 import math
-from collections.abc import Callable
-from typing import Any, TypeVar
+from typing import Any
 
 import click
 
 from velmora.tools import config
+from velmora.tools.commands.declare import FiniteRange, Function, with_options
 from velmora.tools.errors import UsageError
 from velmora.tools.operations.resample import DEFAULT_COLUMNS, MAX_SAMPLES, QUANTITIES, ResampleOptions
 from velmora.tools.text import nearest, quoted
-
-Function = TypeVar("Function", bound=Callable[..., Any])
 
 GRIDS = ("exact_dt_append_endpoint", "exact_dt_trim", "exact_duration_adjust_dt", "exact_dt_extend_endpoint")
 SPACINGS = ("sample_time", "rate", "samples")
@@ -57,7 +55,7 @@ _RESAMPLING = (
     ),
     click.option(
         "--max-gap",
-        type=click.FloatRange(min=0.0, min_open=True),
+        type=FiniteRange(min=0.0, min_open=True),
         metavar="S",
         help="The longest step that is no gap; ten median steps by default.",
     ),
@@ -73,9 +71,7 @@ _RESAMPLING = (
 
 def resampling_options(function: Function) -> Function:
     """Add the options of resampling to a command."""
-    for option in reversed(_RESAMPLING):
-        function = option(function)
-    return function
+    return with_options(function, _RESAMPLING)
 
 
 def resample_options(ctx: click.Context, values: dict[str, Any], *, required: bool) -> ResampleOptions | None:

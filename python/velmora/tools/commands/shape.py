@@ -14,10 +14,12 @@ from velmora.tools.batch.names import of_recording
 from velmora.tools.batch.tasks import JsonObject, Stage, Task
 from velmora.tools.commands import common, reading
 from velmora.tools.commands import vibration_options as shared
+from velmora.tools.commands.declare import FiniteRange
 from velmora.tools.commands.resample import group_of
 from velmora.tools.errors import DataError, UsageError
 from velmora.tools.operations.check import check
 from velmora.tools.operations.checked import CheckOptions, checked
+from velmora.tools.operations.facts import NAMES
 from velmora.tools.operations.limits import JointLimits, LimitsFile, for_joints, load
 from velmora.tools.options import ReadOptions, WriteOptions
 from velmora.tools.text import table
@@ -27,8 +29,6 @@ if TYPE_CHECKING:
 
     from velmora.tools.operations.shape_move import Left, Shaped, ShapeOptions
     from velmora.tools.recording import Recording
-
-LEVELS = {"velocities": "velocity", "accelerations": "acceleration", "jerks": "jerk"}
 
 
 @dataclass(frozen=True)
@@ -55,7 +55,7 @@ Examples:
 @shared.shaper_options
 @click.option(
     "--transition",
-    type=shared.Between(0.0),
+    type=FiniteRange(0.0),
     metavar="S",
     help="Let the weight rise from 0 within so many seconds; it is there from the start otherwise.",
 )
@@ -69,7 +69,7 @@ Examples:
 @click.option("--limits", "-l", type=click.Path(), metavar="FILE", help="YAML, URDF or CSV with limits, shown beside.")
 @click.option(
     "--period",
-    type=shared.Between(1e-6, 10.0),
+    type=FiniteRange(1e-6, 10.0),
     metavar="S",
     help="Period of the controller, to tell what rounding the delays to it costs; the step of the file otherwise.",
 )
@@ -244,14 +244,14 @@ def _object(
         }
 
     def peak(level: str, j: int) -> JsonObject:
-        bound = None if limits is None else limits.bounds[j].get(LEVELS[level])
+        bound = None if limits is None else limits.bounds[j].get(NAMES[level])
         return {
             "joint": recording.joints[j],
-            "quantity": LEVELS[level],
+            "quantity": NAMES[level],
             "before": float(done.peaks_before[level].values[j]),
             "after": float(done.peaks_after[level].values[j]),
             "limit": None if bound is None else {"lower": bound.lower, "upper": bound.upper, "source": bound.source},
-            "violated": None if bound is None else violated[recording.joints[j], LEVELS[level]],
+            "violated": None if bound is None else violated[recording.joints[j], NAMES[level]],
         }
 
     return {
@@ -277,7 +277,7 @@ def _object(
                 shared.mode_objects([one.known for one in done.left]), done.left, done.rounded, strict=True
             )
         ],
-        "peaks_beside": [peak(level, j) for level in LEVELS for j in range(len(recording.joints))],
+        "peaks_beside": [peak(level, j) for level in NAMES for j in range(len(recording.joints))],
         "warnings": list(done.warnings),
     }
 

@@ -11,6 +11,7 @@ import numpy as np
 from velmora.tools.batch.tasks import JsonObject
 from velmora.tools.commands import common, reading
 from velmora.tools.commands import vibration_options as shared
+from velmora.tools.commands.declare import FiniteRange
 from velmora.tools.text import table
 
 if TYPE_CHECKING:
@@ -33,7 +34,7 @@ Examples:
 @shared.tolerance_option
 @click.option(
     "--move-time",
-    type=shared.Between(0.001, 1000.0),
+    type=FiniteRange(0.001, 1000.0),
     default=0.5,
     show_default=True,
     metavar="S",

@@ -7,8 +7,8 @@ import json
 import os
 import shlex
 import sys
-from collections.abc import Callable, Sequence
-from typing import TYPE_CHECKING, Any, TypeVar
+from collections.abc import Sequence
+from typing import TYPE_CHECKING, Any
 
 import click
 import numpy as np
@@ -17,6 +17,7 @@ import velmora
 from velmora.tools import config, formats, output
 from velmora.tools.batch.tasks import JsonObject, digest_of
 from velmora.tools.commands import common, reading
+from velmora.tools.commands.declare import FiniteRange, Function, refuse_picture, with_options
 from velmora.tools.errors import DataError, UsageError
 from velmora.tools.operations.checked import checked
 from velmora.tools.recording import Recording
@@ -28,20 +29,6 @@ if TYPE_CHECKING:
     from velmora.identify import Identification
     from velmora.tools.operations.vibration import KnownMode
     from velmora.tools.report.data import ReportData
-
-Function = TypeVar("Function", bound=Callable[..., Any])
-
-
-class Between(click.FloatRange):
-    """A finite number within bounds: of the comparisons with NaN none would refuse it."""
-
-    def convert(self, value: Any, param: click.Parameter | None, ctx: click.Context | None) -> Any:
-        """Refuse what is not finite, then what is out of bounds."""
-        number = click.FLOAT.convert(value, param, ctx)
-        if not np.isfinite(number):
-            self.fail(f"{number} is not a finite number.", param, ctx)
-        return super().convert(number, param, ctx)
-
 
 SHAPERS = ("zv", "mzv", "zvd", "zvdd", "ei", "two_hump_ei", "three_hump_ei", "si", "um_zv", "um_zvd")
 
@@ -59,13 +46,13 @@ _MODES = (
 _SHAPER = (
     click.option("--shaper", type=click.Choice(SHAPERS), default="zvd", show_default=True, help="Which shaper."),
     click.option(
-        "--weight", type=Between(0.0, 1.0), default=1.0, show_default=True, help="Share of the shaped move, 0 to 1."
+        "--weight", type=FiniteRange(0.0, 1.0), default=1.0, show_default=True, help="Share of the shaped move, 0 to 1."
     ),
 )
 _TOLERANCE = (
     click.option(
         "--tolerance",
-        type=Between(0.0, 1.0, min_open=True, max_open=True),
+        type=FiniteRange(0.0, 1.0, min_open=True, max_open=True),
         default=0.05,
         show_default=True,
         help="Share of the vibration that may be left, for ei, two_hump_ei, three_hump_ei and si.",
@@ -80,33 +67,27 @@ _FORCE = (click.option("--force", is_flag=True, help="Replace outputs that exist
 
 def mode_options(function: Function) -> Function:
     """Add the options that say which modes a machine has."""
-    return _with(function, _MODES)
+    return with_options(function, _MODES)
 
 
 def tolerance_option(function: Function) -> Function:
     """Add the option that says how much of a vibration may be left."""
-    return _with(function, _TOLERANCE)
+    return with_options(function, _TOLERANCE)
 
 
 def shaper_options(function: Function) -> Function:
     """Add the options that say which shaper, and how much of it."""
-    return _with(function, _SHAPER + _TOLERANCE)
+    return with_options(function, _SHAPER + _TOLERANCE)
 
 
 def picture_options(function: Function) -> Function:
     """Add the options of a picture and a report, and to replace them."""
-    return _with(function, _PICTURES + _FORCE)
+    return with_options(function, _PICTURES + _FORCE)
 
 
 def report_options(function: Function) -> Function:
     """Add the options of a picture and a report to a command that has other outputs."""
-    return _with(function, _PICTURES)
-
-
-def _with(function: Function, options: tuple[Callable[[Function], Function], ...]) -> Function:
-    for option in reversed(options):
-        function = option(function)
-    return function
+    return with_options(function, _PICTURES)
 
 
 def read_one(path: str, values: dict[str, Any]) -> Recording:
@@ -209,8 +190,7 @@ def refuse_outputs(values: dict[str, Any], *more: str | None) -> None:
     for path in (values["plot"], values["report"], *more):
         if path is not None:
             output.refuse_existing(path, values["force"])
-    if values["plot"] is not None and not values["plot"].lower().endswith((".png", ".svg", ".pdf")):
-        raise UsageError(f"--plot {values['plot']}: .png, .svg or .pdf was expected")
+    refuse_picture(values["plot"], "--plot ")
 
 
 def write_picture(figure: Figure, path: str, force: bool) -> None:

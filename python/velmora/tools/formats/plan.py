@@ -245,9 +245,7 @@ def _joint_cells(
                 number += 1
             if place.joint != says.joint and element is None:
                 notes.append(
-                    Note(
-                        "columns", f"{quoted(field.name)} has the name of another column: called {quoted(place.joint)}"
-                    )
+                    Note("columns", f"of the same name: another {quoted(field.name)} is called {quoted(place.joint)}")
                 )
             taken.add((place.quantity, place.joint))
             found.append(_Found(index, element, place))

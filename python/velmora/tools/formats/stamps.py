@@ -19,8 +19,8 @@ WHOLE_BELOW_NS = 2**51
 _EPOCH_FROM, _EPOCH_TO = 3e8, 1e10  # seconds: the years 1979 to 2286
 # Whole numbers in steps of at least so many: rates from 4 Hz to 4 kHz fall into one unit each. Where two would do, the
 # finer unit is taken: its velocities are too large and fail every check, whereas those of the coarser would pass.
-TELLING = 100_001  # so many times tell their unit
 _LEAST_STEPS = (("ns", 2.5e5), ("us", 250.0), ("ms", 10.0))
+TELLING = 100_001  # so many times tell their unit
 
 
 def from_doubles(values: NDArray[np.float64], unit: str) -> Stamps:
