@@ -9,8 +9,8 @@ from collections.abc import Callable
 from pathlib import Path
 
 import pytest
-from bags import STATE, STORE, assert_states, bag, states
-from rosbags.rosbag2 import CompressionMode, StoragePlugin
+from bags import EPOCH, STATE, STORE, assert_states, bag, state, states
+from rosbags.rosbag2 import CompressionMode, StoragePlugin, Writer
 from velmora.tools.errors import DataError, UsageError
 from velmora.tools.formats import read
 from velmora.tools.options import ReadOptions
@@ -78,6 +78,42 @@ def test_metadata_may_not_leave_its_folder(tmp_path: Path) -> None:
         DataError, match=r"the file '\.\./secret.mcap' is none of this folder; names without a path were"
     ):
         read(str(path), ReadOptions(salvage=True))
+
+
+def with_bad_messages(path: Path, bad: dict[int, bytes], count: int) -> str:
+    """A whole bag in which some messages are no messages of their type."""
+    with Writer(path, version=9, storage_plugin=StoragePlugin.MCAP) as writer:
+        connection = writer.add_connection("/joint_states", STATE, typestore=STORE)
+        for k, (_, kind, log, message) in enumerate(states(count)):
+            writer.write(connection, log, bad.get(k, bytes(STORE.serialize_cdr(message, kind))))
+    return str(path)
+
+
+def test_messages_that_cannot_be_read_are_left_out(tmp_path: Path) -> None:
+    whole = bytes(STORE.serialize_cdr(states(1)[0][3], STATE))
+    short = bytes(STORE.serialize_cdr(state(EPOCH, ["a", "b"], [1.0], [], []), STATE))
+    path = with_bad_messages(tmp_path / "log", {4: whole[:40], 7: short, 8: short}, 10)
+    with pytest.raises(
+        DataError,
+        match=rf"\[/joint_states\]:5: the message is no {STATE}: it ends within a field; one whole message was "
+        "expected; --salvage leaves it out$",
+    ):
+        read(path, ReadOptions())
+    (recording,) = read(path, ReadOptions(salvage=True))
+    assert recording.rows.tolist() == [1, 2, 3, 4, 6, 7, 10]
+    assert recording.positions[:, 0].tolist() == [0.0, 0.5, 1.0, 1.5, 2.5, 3.0, 4.5]
+    assert dict(recording.notes)["salvaged"] == (
+        "3 messages on '/joint_states' cannot be read, first 5: the message is no sensor_msgs/msg/JointState: it ends "
+        "within a field"
+    )
+
+
+def test_nothing_but_messages_that_cannot_be_read(tmp_path: Path) -> None:
+    path = with_bad_messages(tmp_path / "log", dict.fromkeys(range(40), b"\0\1\0\0"), 40)
+    with pytest.raises(
+        DataError, match="no messages on '/joint_states': 40 messages on '/joint_states' cannot be read, first 1: "
+    ):
+        read(path, ReadOptions(salvage=True))
 
 
 def test_no_advice_to_salvage_nothing(tmp_path: Path) -> None:

@@ -46,7 +46,9 @@ def read(path: str, options: ReadOptions) -> list[Recording]:
         for block in _blocks(file, contents, metadata):
             decoder = of_channel.get(block.channel)
             if decoder is None:
-                decoder = of_channel[block.channel] = _decoder(path, contents.channels[block.channel], decoders)
+                decoder = of_channel[block.channel] = _decoder(
+                    path, contents.channels[block.channel], decoders, options
+                )
             decoder.add(block)
         problems += [text if len(files) == 1 else f"{os.path.basename(file)} {text}" for text in contents.problems]
         for channel in contents.channels.values():
@@ -59,7 +61,8 @@ def read(path: str, options: ReadOptions) -> list[Recording]:
                     f"{quoted(channel.topic)} and {contents.found.get(channel.id, 0):,} are there"
                 )
     problems += _missing_by_metadata(metadata, decoders, options) if not lost else []
-    there = sum(decoder.messages for decoder in decoders.values())
+    problems += [decoder.problem for decoder in decoders.values() if decoder.lost]
+    there = sum(decoder.messages - decoder.lost for decoder in decoders.values())
     if problems and not options.salvage:
         advice = f"; --salvage reads the {count(there, 'message')} that {'is' if there == 1 else 'are'} there"
         raise DataError(f"{path}: {problems[0]}; a whole bag was expected{advice if there else ''}")
@@ -69,7 +72,7 @@ def read(path: str, options: ReadOptions) -> list[Recording]:
     return [
         recording
         for decoder in decoders.values()
-        if decoder.messages
+        if decoder.messages > decoder.lost
         for recording in recordings(decoder, options, notes)
     ]
 
@@ -78,13 +81,13 @@ def _is_wanted(channel: Channel, options: ReadOptions) -> bool:
     return channel.type in TYPES and channel.encoding in ("cdr", "ros1") and options.topic in (None, channel.topic)
 
 
-def _decoder(path: str, channel: Channel, decoders: dict[str, Decoder]) -> Decoder:
+def _decoder(path: str, channel: Channel, decoders: dict[str, Decoder], options: ReadOptions) -> Decoder:
     """The decoder of a topic, the same one over all files of a bag."""
     decoder = decoders.get(channel.topic)
     if decoder is None or decoder.channel.type != channel.type:
         source = f"{path}[{clean(channel.topic)}]"
         known = definitions(source, channel.type, channel.definition, channel.idl, channel.encoding == "ros1")
-        decoder = decoders[channel.topic] = Decoder(source, channel, known)
+        decoder = decoders[channel.topic] = Decoder(source, channel, known, options.salvage)
     return decoder
 
 

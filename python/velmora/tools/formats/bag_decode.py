@@ -77,12 +77,20 @@ class Piece(NamedTuple):
 class Decoder:
     """Collects the samples of one channel."""
 
-    def __init__(self, source: str, channel: Channel, known: Definitions) -> None:
-        """Prepare for messages of the channel's type."""
-        self.source, self.channel, self.known = source, channel, known
+    def __init__(self, source: str, channel: Channel, known: Definitions, salvage: bool) -> None:
+        """Prepare for messages of the channel's type; `salvage` leaves those out that cannot be read."""
+        self.source, self.channel, self.known, self.salvage = source, channel, known, salvage
         self.cdr = channel.encoding == "cdr"
         self.pieces: list[Piece] = []
         self.messages = 0
+        self.lost = 0
+        self._first_fault = ""
+
+    @property
+    def problem(self) -> str:
+        """What was left out, and why."""
+        lost = f"{count(self.lost, 'message')} on {quoted(self.channel.topic)}"
+        return f"{lost} cannot be read, first {self._first_fault}"
 
     def add(self, block: Block) -> None:
         """Decode the messages of a block."""
@@ -92,14 +100,26 @@ class Decoder:
         for _ in range(_LAYOUTS_PER_BLOCK):
             if len(pending) == 0:
                 return
+            pending = self._add_alike(block, pending, first)
+        for index in pending:
+            self._add_alike(block, np.array([index]), first)
+
+    def _add_alike(self, block: Block, pending: NDArray[np.intp], first: int) -> NDArray[np.intp]:
+        """Decode the first of the messages and all that are laid out as it is; the others are returned."""
+        before = len(self.pieces)
+        alike = np.arange(len(pending)) == 0
+        try:
             layout = self._layout(block, int(pending[0]), first)
             alike, matrix = _alike(block, pending, layout)
             self._take(layout, block, pending[alike], matrix, first)
-            pending = pending[~alike]
-        for index in pending:
-            layout = self._layout(block, int(index), first)
-            one = np.array([index])
-            self._take(layout, block, one, _matrix(block, one, layout.size), first)
+        except DataError as error:
+            if not self.salvage:
+                raise
+            del self.pieces[before:]
+            self._first_fault = self._first_fault or str(error).removeprefix(f"{self.source}:").partition(";")[0]
+            self.lost += int(np.count_nonzero(alike))
+        others: NDArray[np.intp] = pending[~alike]
+        return others
 
     def _layout(self, block: Block, index: int, first: int) -> Layout:
         start = int(block.starts[index])
@@ -112,7 +132,7 @@ class Decoder:
         except BadMessage as error:
             raise DataError(
                 f"{self.source}:{first + index + 1}: the message is no {self.channel.type}: {error}; "
-                "one whole message was expected; --topic chooses another topic"
+                "one whole message was expected; --salvage leaves it out"
             ) from error
 
     def _take(
@@ -176,7 +196,7 @@ class Decoder:
             if span.number != len(names):
                 raise DataError(
                     f"{where}: there are {count(len(names), 'joint')} and {span.number} {quantity}; as many "
-                    "were expected, or none"
+                    "were expected, or none; --salvage leaves it out"
                 )
             values[quantity] = _numbers(matrix, span, layout.little)
         self.pieces.append(Piece(messages, names, stamps, offsets, logs, values))
