@@ -30,7 +30,7 @@ def test_a_first_time_that_is_not_finite(tmp_path: Path, here: InProcess, first:
 
 
 @pytest.mark.parametrize(("command", "output"), [("plot", "p.png"), ("report", "r.html")])
-@pytest.mark.parametrize("size", ["1e307", "1e300"])
+@pytest.mark.parametrize("size", ["1e308", "1e307", "1e300"])
 @pytest.mark.filterwarnings("error")
 def test_pictures_of_values_whose_derivatives_overflow(
     tmp_path: Path, here: InProcess, command: str, output: str, size: str

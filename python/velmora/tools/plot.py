@@ -22,6 +22,7 @@ if TYPE_CHECKING:
 COLUMNS = 1200  # of a curve: about as many as a picture has pixels
 MOST_JOINTS = 12  # in the legend
 MOST_GAPS = 500
+LARGEST = 1e307  # of a value: the axes around it stay finite; larger ones are drawn as nothing
 COLOURS = (
     *("#1f6fc4", "#d9730d", "#0f8a5f", "#8250df", "#0e8f9b"),
     *("#bf3989", "#8a6d00", "#56657a", "#5d8c1a", "#4b4fcf"),
@@ -93,7 +94,9 @@ def _draw_track(axes: Axes, track: Track, quantity: Quantity, bounds: Bounds | N
     samples = len(track.times)
     breaks = track.gaps + 1
     edges = buckets.edges_of(samples, COLUMNS, breaks[:COLUMNS], np.zeros(0, np.int64))
-    low, high = buckets.extremes(track.values[quantity], edges)
+    low, high = (
+        np.where(np.abs(ends) <= LARGEST, ends, np.nan) for ends in buckets.extremes(track.values[quantity], edges)
+    )
     outside = None if bounds is None else outside_of(low, high, bounds)
     # Up, down, up, down: each bucket is a stroke from its smallest to its largest value.
     times = np.repeat(track.times[edges[:-1]], 2)

@@ -9,9 +9,10 @@ import pyarrow.feather
 import pyarrow.parquet
 import pytest
 from velmora.tools.commands.reading import left_out
-from velmora.tools.formats import csv_reader, read
+from velmora.tools.errors import DataError, UsageError
+from velmora.tools.formats import csv_reader, read, write
 from velmora.tools.operations.checked import CheckOptions, checked
-from velmora.tools.options import ReadOptions
+from velmora.tools.options import ReadOptions, WriteOptions
 
 
 @pytest.mark.parametrize(
@@ -49,6 +50,45 @@ def test_what_is_left_out_is_said_once() -> None:
     text = "time,stamp,a,note,g\n0.0,1,1,x,1\n0.1,2,2,y,2\n"
     parts = csv_reader.parse("log.csv", text.encode(), ReadOptions(group_by="g"))
     assert left_out("in/log.csv", parts) == ["in/log.csv: columns left out: 'stamp', 'note'"]
+
+
+def test_whole_numbers_beyond_doubles_are_told(tmp_path: Path) -> None:
+    path = str(tmp_path / "in.parquet")
+    columns = [pa.array([0.0, 0.25]), pa.array([2**53 + 1, 3]), pa.array([2**53, None]), pa.array([1.0, 2.0])]
+    pyarrow.parquet.write_table(pa.Table.from_arrays(columns, names=["time", "a", "b", "c"]), path)
+    recordings = read(path, ReadOptions())
+    assert left_out(path, recordings) == [
+        f"{path}: columns rounded: 'a'; doubles do not have every whole number beyond 2^53"
+    ]
+    assert recordings[0].positions[0].tolist() == [2.0**53, 2.0**53, 1.0]
+
+
+@pytest.mark.parametrize("rows", [3, 70_000])
+def test_lists_of_different_lengths(tmp_path: Path, rows: int) -> None:
+    path = str(tmp_path / "in.parquet")
+    lists = [[1.0, 2.0], None, *[[1.0, 2.0]] * (rows - 3), [1.0]]
+    table = pa.table({"time": np.arange(rows) * 0.5, "action": lists})
+    pyarrow.parquet.write_table(table, path)
+    with pytest.raises(DataError) as error:
+        read(path, ReadOptions())
+    assert str(error.value) == (
+        f"{path}:{rows}: a list of 1 element; 2 were expected as in the first; --joints chooses other columns"
+    )
+
+
+def test_a_clock_without_a_header() -> None:
+    (recording,) = csv_reader.parse("log.csv", b"0.0,1\n0.1,2\n", ReadOptions())
+    assert dict(recording.notes)["time"].startswith("column 'time' by its rising numbers, in s")
+
+
+def test_compression_of_formats_that_have_none(tmp_path: Path) -> None:
+    (recording,) = csv_reader.parse("log.csv", b"0.0,1\n0.1,2\n", ReadOptions())
+    for name, more in (("out.csv", "csv; a name ending in .gz or .zst compresses it"), ("out.npz", "npz")):
+        path = tmp_path / name
+        with pytest.raises(UsageError) as error:
+            write(str(path), recording, WriteOptions(compression="zstd"))
+        assert str(error.value) == f"{path}: --compression is for parquet, feather, mcap, rosbag2, not for {more}"
+        assert not path.exists()
 
 
 def test_the_mean_of_the_largest_numbers() -> None:

@@ -37,6 +37,7 @@ def times(recording: Recording) -> list[float]:
         ("time\ta\tb\n0.0\t1.5\t2\n0.1\t3\t4\n", [2, 3], "separator tab, decimal point, with header"),
         ("time\ta\tb\n0,0\t1,5\t2\n0,1\t3\t4\n", [2, 3], "separator tab, decimal comma, with header"),
         ("  time   a b\n  0.0   1.5\t 2\n  0.1  3 4  \n", [2, 3], "separator blanks, decimal point, with header"),
+        ("sep=;\ntime;a;b\n0,0;1,5;2\n0,1;3;4\n", [3, 4], "separator semicolon, decimal comma, with header"),
         (
             "# time a b\n0.0 1.5 2\n0.1 3 4\n",
             [2, 3],
@@ -59,7 +60,7 @@ def times(recording: Recording) -> list[float]:
         ("time,a,b\ns,rad,rad\n0.0,1.5,2\n0.1,3,4\n", [3, 4], "separator comma, decimal point, with header"),
         ("a,time,state,b\n1.5,0.0,idle,2\n3,0.1,run,4\n", [2, 3], "separator comma, decimal point, with header"),
     ],
-    ids=range(20),
+    ids=range(21),
 )
 @pytest.mark.parametrize("encoding", ["utf-8", "utf-16"])
 def test_dialects(text: str, rows: list[int], dialect: str, encoding: str) -> None:
@@ -97,6 +98,10 @@ def test_dialects(text: str, rows: list[int], dialect: str, encoding: str) -> No
             "log.csv:3: '?[31m' in column 'a'; a number was expected; --joints and --time-column choose columns",
         ),
         (
+            "time;a\n0,0;1\n\n0,1;1.234,5 # text\n",
+            "log.csv:4: '1.234,5' in column 'a'; a number was expected; --joints and --time-column choose columns",
+        ),
+        (
             "time,a\n0,1\n1,2\n2,3\n",
             "log.csv: column 'time' has whole numbers in steps of 1, seconds or milliseconds; a unit was "
             "expected in its name (time_ms); --time-unit s or ms says it",
@@ -111,7 +116,7 @@ def test_dialects(text: str, rows: list[int], dialect: str, encoding: str) -> No
             "'time', 'index'; --joints names them",
         ),
     ],
-    ids=range(11),
+    ids=range(12),
 )
 def test_faults(text: str, message: str) -> None:
     with pytest.raises(DataError) as error:

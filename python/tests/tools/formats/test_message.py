@@ -114,7 +114,7 @@ def test_every_bit_survives(tmp_path: Path, suffix: str, first: int) -> None:
         ),
         (
             "joint_names: [a]\npoints: [{positions: [1, 2]}]",
-            ":1: there are 2 positions of 1 joints; as many were expected",
+            ":1: positions: 2 numbers for 1 joint; as many were expected",
         ),
         ("joint_names: [a]\npoints: [{positions: [x]}]", ":1: the positions are '['x']'; numbers were expected"),
     ],

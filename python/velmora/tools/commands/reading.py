@@ -16,7 +16,9 @@ from velmora.tools.options import ReadOptions, WriteOptions
 from velmora.tools.recording import Recording
 
 _READING = (
-    click.option("--input-format", metavar="FORMAT", help="Format of the inputs; by suffix and content otherwise."),
+    click.option(
+        "--input-format", metavar="FORMAT", help="Format of the inputs, such as csv; by their names otherwise."
+    ),
     click.option("--time-column", metavar="NAME", help="Column of the times; found by name otherwise."),
     click.option(
         "--time-unit",

@@ -47,6 +47,7 @@ _READERS = {
     "yaml": "message",
 }
 _COMPRESSED = (".gz", ".zst")
+_WITH_COMPRESSION = ("parquet", "feather", "mcap", "rosbag2")
 
 
 def suffixes() -> tuple[str, ...]:
@@ -146,6 +147,9 @@ def write(path: str, recording: Recording, options: WriteOptions, labels: Labels
         format_ = _format(path, options.format, "--format")
     if format_ in _READ_ONLY:
         raise UsageError(f"{path}: bags of this kind can only be read; .mcap or a name without an ending was expected")
+    if options.compression is not None and format_ not in _WITH_COMPRESSION:
+        advice = "; a name ending in .gz or .zst compresses it" if format_ in _TEXT else ""
+        raise UsageError(f"{path}: --compression is for {', '.join(_WITH_COMPRESSION)}, not for {format_}{advice}")
     if format_ in ("mcap", "rosbag2"):
         from velmora.tools.formats import bag_writer
 

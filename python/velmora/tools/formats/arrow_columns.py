@@ -13,10 +13,11 @@ from typing import TYPE_CHECKING
 import numpy as np
 from numpy.typing import NDArray
 
+from velmora.tools.errors import DataError
 from velmora.tools.formats import stamps as clock
 from velmora.tools.formats.plan import Plan
 from velmora.tools.recording import QUANTITIES, Group, Layout, Note, Recording, Stamps
-from velmora.tools.text import printable
+from velmora.tools.text import count, listed, printable
 
 if TYPE_CHECKING:
     import pyarrow as pa
@@ -25,9 +26,10 @@ if TYPE_CHECKING:
 class Matrices:
     """The quantities of a recording while its batches come in."""
 
-    def __init__(self, chosen: Plan, samples: int) -> None:
+    def __init__(self, source: str, chosen: Plan, samples: int) -> None:
         """Make room for so many samples."""
-        self.chosen = chosen
+        self.source, self.chosen = source, chosen
+        self.rounded: set[int] = set()  # joints with whole numbers that doubles do not have
         self.values = {
             # Column by column in memory, as tables have them: a column is copied as a whole.
             quantity: np.empty((len(chosen.joints), samples)).T
@@ -47,16 +49,38 @@ class Matrices:
                 column = batch.column(str(cell.field))
                 if cell.element is not None:
                     if cell.field not in lists:
-                        lists[cell.field] = _list_matrix(column, cell.of_elements)
+                        lists[cell.field] = self._list_matrix(column, cell.of_elements, start)
                     values = lists[cell.field][:, cell.element]
                     absent = None
                 else:
                     values, absent = numbers(column)
+                    if not _fits_doubles(column):
+                        self.rounded.add(cell.joint)
                 matrix[start:stop, cell.joint] = values * cell.factor if cell.factor != 1.0 else values
                 if absent is not None and quantity == "positions":
                     if self.missing is None:
                         self.missing = np.zeros(matrix.shape, np.bool_, order="F")
                     self.missing[start:stop, cell.joint] = absent
+
+    def _list_matrix(self, column: pa.Array, elements: int, start: int) -> NDArray[np.float64]:
+        """Lists of one length as a matrix; rows without a list are NaN."""
+        import pyarrow as pa
+        import pyarrow.compute as pc
+
+        if isinstance(column, pa.ChunkedArray):
+            column = column.combine_chunks()
+        other = pc.index(pc.fill_null(pc.not_equal(pc.list_value_length(column), elements), False), True).as_py()
+        if other >= 0:
+            raise DataError(
+                f"{self.source}:{start + other + 1}: a list of {count(len(column[other]), 'element')}; {elements} were "
+                "expected as in the first; --joints chooses other columns"
+            )
+        filled, _ = numbers(column.drop_null().flatten())
+        if column.null_count == 0:
+            return filled.reshape(len(column), elements)
+        matrix = np.full((len(column), elements), np.nan)
+        matrix[column.is_valid().to_numpy(zero_copy_only=False)] = filled.reshape(-1, elements)
+        return matrix
 
 
 def numbers(column: pa.Array) -> tuple[NDArray[np.float64], NDArray[np.bool_] | None]:
@@ -83,22 +107,17 @@ def numbers(column: pa.Array) -> tuple[NDArray[np.float64], NDArray[np.bool_] | 
     return values, absent
 
 
-def _list_matrix(column: pa.Array, elements: int) -> NDArray[np.float64]:
-    """Lists of one length as a matrix; rows without a list are NaN."""
+def _fits_doubles(column: pa.Array) -> bool:
+    """Whether doubles have all whole numbers of a column; a column of another type is what it is."""
     import pyarrow as pa
-    import pyarrow.compute as pc
 
-    if isinstance(column, pa.ChunkedArray):
-        column = column.combine_chunks()
-    lengths = pc.list_value_length(column).drop_null()
-    if len(lengths) and not pc.all(pc.equal(lengths, elements)).as_py():
-        raise ValueError(f"lists of different lengths; {elements} elements were expected as in the first")
-    filled, _ = numbers(column.drop_null().flatten())
-    if column.null_count == 0:
-        return filled.reshape(len(column), elements)
-    matrix = np.full((len(column), elements), np.nan)
-    matrix[column.is_valid().to_numpy(zero_copy_only=False)] = filled.reshape(-1, elements)
-    return matrix
+    if column.type not in (pa.int64(), pa.uint64()):
+        return True
+    try:
+        column.cast(pa.float64())
+    except pa.ArrowInvalid:
+        return False
+    return True
 
 
 def recording(
@@ -111,7 +130,7 @@ def recording(
     notes: Sequence[Note],
 ) -> Recording:
     """Put the batches of a table together."""
-    matrices = Matrices(chosen, len(rows))
+    matrices = Matrices(source, chosen, len(rows))
     start = 0
     for batch in batches:
         matrices.add(batch, start)
@@ -132,6 +151,9 @@ def assembled(
     values = {quantity: matrices.values.get(quantity) for quantity in QUANTITIES}
     positions = values.pop("positions")
     assert positions is not None
+    if matrices.rounded:
+        names = listed([chosen.joints[joint] for joint in sorted(matrices.rounded)])
+        notes = [*notes, Note("columns", f"rounded: {names}; doubles do not have every whole number beyond 2^53")]
     return Recording(
         source,
         chosen.joints,

@@ -54,7 +54,7 @@ def read(
             f"{source}: {samples:,} rows of {width} columns take {size_text(samples * width * 8.0)}; at most "
             "half of this machine's memory was expected; --joints chooses columns"
         )
-    matrices = arrow_columns.Matrices(chosen, samples)
+    matrices = arrow_columns.Matrices(source, chosen, samples)
     clocks = () if options.rate_hz is not None else chosen.time
     times: list[NDArray[np.generic] | None] = [None] * len(clocks)
     keys: list[pa.Array] = []

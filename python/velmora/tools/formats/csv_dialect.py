@@ -17,6 +17,7 @@ COMMENT_MARKS = ("#", "%", "//")
 # All of a line before its comment; marks inside quotes are none.
 _DATA = re.compile(r'(?:"[^"]*"|[^"#%/]|/(?!/)|")*')
 _HEADER = re.compile(r'(?:"[^"]*"|[^"\s]|\s(?!#|//|%\s)|")*')
+_SPREADSHEET_HINT = re.compile(r"sep=.", re.IGNORECASE)  # a first line that names the separator
 MAX_LINE = 1 << 20
 _SEPARATOR_NAMES = {",": "comma", ";": "semicolon", "\t": "tab", " ": "blanks", "": "none"}
 _SAMPLE_LINES = 50
@@ -130,7 +131,7 @@ def recognise(source: str, head: str, whole: bool) -> Dialect:
                 f"{source}:1: a line is longer than {MAX_LINE:,} characters; lines of numbers were expected"
             )
         line = line.strip(" \r\v\f")
-        if not line.strip():
+        if not line.strip() or (index == 0 and _SPREADSHEET_HINT.fullmatch(line)):
             continue
         if is_comment(line):
             if not data:

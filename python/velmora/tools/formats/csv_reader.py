@@ -45,7 +45,8 @@ def parse(source: str, data: bytes, options: ReadOptions) -> list[Recording]:
     data = _utf8(source, data)
     head = data[:_HEAD].replace(b"\r\n", b"\n").replace(b"\r", b"\n").decode("utf-8", "replace")
     dialect = csv_dialect.recognise(source, head, len(data) <= _HEAD)
-    fields = [Field(name, _is_numeric(dialect, index)) for index, name in enumerate(_names(dialect))]
+    told_by = "its name" if dialect.names is not None else "its rising numbers"
+    fields = [Field(name, _is_numeric(dialect, index), told_by=told_by) for index, name in enumerate(_names(dialect))]
     chosen = plan(source, fields, options)
     start = _line_start(data, dialect.first_line)
     types = _types(dialect, chosen)
@@ -144,7 +145,7 @@ def _table(
     try:
         table = _arrow(pa.py_buffer(b"\n".join(lines)), dialect, types)
     except pa.ArrowException as error:
-        raise _fault(source, lines, rows, dialect, types, error) from error
+        raise _fault(source, data, lines, rows, dialect, types, error) from error
     if len(table) != len(rows):
         raise DataError(f"{source}: a quoted cell goes on over several lines; one line for each sample was expected")
     return table, rows
@@ -220,6 +221,7 @@ def _without_comments(plain: bytes, first: int, dialect: Dialect) -> tuple[list[
 
 def _fault(
     source: str,
+    data: bytes,
     lines: list[bytes],
     rows: NDArray[np.int64],
     dialect: Dialect,
@@ -244,8 +246,15 @@ def _fault(
             )
         for index in wanted:
             if cells[index] not in EMPTY_CELLS and not csv_dialect.NUMBER.fullmatch(cells[index]):
+                written = _line(data, int(row), dialect)[index]
                 return DataError(
-                    f"{source}:{row}: {quoted(cells[index])} in column {quoted(names[index])}; a number was "
+                    f"{source}:{row}: {quoted(written)} in column {quoted(names[index])}; a number was "
                     "expected; --joints and --time-column choose columns"
                 )
     return DataError(f"{source}: the table cannot be read: {str(error).splitlines()[0]}")
+
+
+def _line(data: bytes, row: int, dialect: Dialect) -> list[str]:
+    """The cells of a line as they are in the file."""
+    line = data[_line_start(data, row - 1) : _line_start(data, row)].decode("utf-8", "replace")
+    return csv_dialect.split(csv_dialect.without_comment(line.strip(), header=False), dialect.separator)

@@ -18,7 +18,7 @@ from velmora.tools.formats.bag_decode import TRAJECTORY
 from velmora.tools.formats.plan import MAX_COLUMNS, RADIANS_PER_DEGREE, matching
 from velmora.tools.options import ReadOptions
 from velmora.tools.recording import Layout, Note, Recording, Stamps
-from velmora.tools.text import listed, quoted
+from velmora.tools.text import count, listed, quoted
 
 _MOST_BYTES = 256 * 2**20
 _DEEPEST = 32
@@ -198,7 +198,8 @@ def _matrix(source: str, points: list[dict[str, Any]], field: str, joints: int) 
             continue
         if len(numbers) != joints:
             raise DataError(
-                f"{source}:{row}: there are {len(numbers)} {field} of {joints} joints; as many were expected"
+                f"{source}:{row}: {field}: {count(len(numbers), 'number')} for {count(joints, 'joint')}; as many "
+                "were expected"
             )
         try:
             # Numbers such as 1e-05 are text to YAML.

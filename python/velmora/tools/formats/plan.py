@@ -34,6 +34,7 @@ class Field(NamedTuple):
     numeric: bool = True
     elements: int | None = None  # length of the lists that it holds
     unit: str | None = None  # of times, where the column's type says it
+    told_by: str = "its name"  # what makes a clock of it
 
 
 class Cell(NamedTuple):
@@ -180,7 +181,7 @@ def _clock(source: str, fields: Sequence[Field], options: ReadOptions) -> tuple[
     for index, field in enumerate(fields):
         found = meaning(field.name)
         if found.quantity == "time" and field.numeric and field.elements is None:
-            return (index,), field.unit or found.unit, f"column {quoted(field.name)} by its name"
+            return (index,), field.unit or found.unit, f"column {quoted(field.name)} by {field.told_by}"
     lower = [name.lower() for name in names]
     for index, name in enumerate(lower):
         prefix, word = re.fullmatch(r"(.*?)([a-z]*)", name, re.DOTALL).groups()  # type: ignore[union-attr]  # every text matches
