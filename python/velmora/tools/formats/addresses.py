@@ -3,6 +3,7 @@
 
 from __future__ import annotations
 
+import errno
 import os
 import sys
 from contextlib import contextmanager
@@ -63,6 +64,8 @@ def opened(path: str) -> Iterator[IO[bytes]]:
         if isinstance(error, ValueError) and not is_remote(path):
             raise
         reason = error.strerror if isinstance(error, OSError) and error.strerror else str(error)
+        if isinstance(error, FileNotFoundError) and reason in path:  # a remote one says nothing but its name
+            reason = os.strerror(errno.ENOENT)
         raise DataError(f"{path}: cannot be read: {reason}") from error
 
 
