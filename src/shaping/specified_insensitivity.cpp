@@ -181,9 +181,10 @@ Mixture BestOfDuration(double duration, const Range& range, double enough, std::
   for (int k = 0; k <= kCoarseSteps; ++k) times.push_back(duration * k / kCoarseSteps);
   double step = duration / kCoarseSteps;
   const int refinements = enough > 0.0 ? kSearchRefinements : kFinalRefinements;
+  Mixture best;
   for (int refinement = 0;; ++refinement) {
     const Goal goal = enough > 0.0 ? Goal{enough, enough + GridError(step, range)} : kTheVeryBest;
-    Mixture best = BestMixture(times, range, goal, moves);
+    best = BestMixture(times, range, goal, moves);
     KeepNewest(moves);
     if (refinement == refinements || best.residual <= goal.enough || best.lower_bound > goal.hopeless) return best;
     times = TimesAround(best.impulses.times_s, step, duration);
