@@ -1337,7 +1337,7 @@ def specified_insensitivity(mode: VibrationMode, low_hz: velmora._typing.Real, h
     low_hz, high_hz : float
         The range, which holds the frequency of the mode.
     tolerance : float
-        Tolerated residual vibration, above 0 and below 1.
+        Tolerated residual vibration, from 1e-7 on and below 1.
 
     Returns
     -------
