@@ -7,9 +7,10 @@ import shutil
 import struct
 from collections.abc import Callable
 from pathlib import Path
+from typing import Any
 
 import pytest
-from bags import EPOCH, STATE, STORE, assert_states, bag, state, states
+from bags import EPOCH, STATE, STORE, assert_states, bag, header, point, state, states
 from rosbags.rosbag2 import CompressionMode, StoragePlugin, Writer
 from velmora.tools.errors import DataError, UsageError
 from velmora.tools.formats import read
@@ -92,7 +93,8 @@ def with_bad_messages(path: Path, bad: dict[int, bytes], count: int) -> str:
 def test_messages_that_cannot_be_read_are_left_out(tmp_path: Path) -> None:
     whole = bytes(STORE.serialize_cdr(states(1)[0][3], STATE))
     short = bytes(STORE.serialize_cdr(state(EPOCH, ["a", "b"], [1.0], [], []), STATE))
-    path = with_bad_messages(tmp_path / "log", {4: whole[:40], 7: short, 8: short}, 10)
+    other = bytes(STORE.serialize_cdr(state(EPOCH, ["b", "a"], [-9.0, 4.5], [], []), STATE))
+    path = with_bad_messages(tmp_path / "log", {4: whole[:40], 7: short, 8: short, 9: other}, 10)
     with pytest.raises(
         DataError,
         match=rf"\[/joint_states\]:5: the message is no {STATE}: it ends within a field; one whole message was "
@@ -106,6 +108,29 @@ def test_messages_that_cannot_be_read_are_left_out(tmp_path: Path) -> None:
         "3 messages on '/joint_states' cannot be read, first 5: the message is no sensor_msgs/msg/JointState: it ends "
         "within a field"
     )
+
+
+def test_a_topic_that_cannot_be_read_beside_one_that_can(tmp_path: Path) -> None:
+    bad = state(EPOCH, ["a", "a"], [1.0, 2.0], [], [])
+    path = bag(tmp_path / "log", [("/bad", STATE, EPOCH, bad), *states(3)])
+    (recording,) = read(str(path), ReadOptions(salvage=True))
+    assert_states(recording, 3)
+    assert dict(recording.notes)["salvaged"] == (
+        "1 message on '/bad' cannot be read, first 1: the joints are called 'a', 'a'"
+    )
+
+
+def test_a_trajectory_of_which_a_point_cannot_be_read(tmp_path: Path) -> None:
+    def trajectory(*points: list[float]) -> Any:
+        kind = STORE.types["trajectory_msgs/msg/JointTrajectory"]
+        return kind(header(EPOCH), ["a", "b"], [point(values, k * 10**9) for k, values in enumerate(points)])
+
+    kind = "trajectory_msgs/msg/JointTrajectory"
+    messages = [trajectory([1.0, 2.0], [3.0]), trajectory([1.0, 2.0], [3.0, 4.0])]
+    path = bag(tmp_path / "log", [("/plan", kind, EPOCH + k, message) for k, message in enumerate(messages)])
+    (recording,) = read(str(path), ReadOptions(salvage=True))
+    assert recording.positions.tolist() == [[1.0, 2.0], [3.0, 4.0]]
+    assert recording.rows.tolist() == [2, 2]
 
 
 def test_nothing_but_messages_that_cannot_be_read(tmp_path: Path) -> None:

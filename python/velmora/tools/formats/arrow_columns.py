@@ -69,7 +69,7 @@ class Matrices:
 
         if isinstance(column, pa.ChunkedArray):
             column = column.combine_chunks()
-        other = pc.index(pc.fill_null(pc.not_equal(pc.list_value_length(column), elements), False), True).as_py()
+        other = pc.index(pc.not_equal(pc.list_value_length(column), elements), True).as_py()
         if other >= 0:
             raise DataError(
                 f"{self.source}:{start + other + 1}: a list of {count(len(column[other]), 'element')}; {elements} were "
