@@ -94,10 +94,10 @@ std::vector<Peak> PeaksAbove(double level, const Impulses& impulses, const Range
   return peaks;
 }
 
-struct Mixture {
-  Impulses impulses;
-  double residual = 0.0;     // the largest over the range
-  double lower_bound = 0.0;  // no shares of these times leave less
+// What a mixture of impulses leaves.
+struct Left {
+  double residual;     // the largest over the range
+  double lower_bound;  // no shares of these times leave less
 };
 
 // What a search asks of a duration: mixtures that leave at most `enough` are as good as any, and durations whose times
@@ -122,19 +122,19 @@ Matrix PayoffsOf(const std::vector<CounterMove>& moves, const std::vector<double
 
 // The best shares for these times, the last of which is the duration. Frequencies are added where the residual is
 // largest until none is larger than the game says.
-Mixture BestMixture(const std::vector<double>& times, const Range& range, const Goal& goal,
-                    std::vector<CounterMove>& moves) {
+Left FindMixture(const std::vector<double>& times, const Range& range, const Goal& goal,
+                 std::vector<CounterMove>& moves, Impulses& impulses) {
   const Index columns = static_cast<Index>(times.size());
   GameSolution game{0.0, Vector::Constant(columns, 1.0 / static_cast<double>(columns))};
   for (int round = 0;; ++round) {
     if (!moves.empty()) game = SolveGame(PayoffsOf(moves, times, range.damping_ratio));
-    Impulses impulses = UsedImpulses(times, game.column_shares);
+    impulses = UsedImpulses(times, game.column_shares);
     const double solved = game.value + kSolvedWithin;
     double residual = solved;
     const std::vector<Peak> peaks = PeaksAbove(solved, impulses, range);
     for (const Peak& peak : peaks) residual = std::max(residual, peak.value);
     if (peaks.empty() || residual <= goal.enough || game.value > goal.hopeless || round == kMostRounds) {
-      return {std::move(impulses), residual, game.value};
+      return {residual, game.value};
     }
     for (const Peak& peak : peaks) {
       const ResidualVector vibration = ResidualOf(impulses, peak.place, range.damping_ratio);
@@ -174,20 +174,22 @@ double GridError(double step, const Range& range) {
   return turn * turn / 8.0;
 }
 
-// One that leaves at most `enough`, or the first sign that there is none that does; for 0 the sequence of this duration
-// with the smallest residual, more finely.
-Mixture BestOfDuration(double duration, const Range& range, double enough, std::vector<CounterMove>& moves) {
+// A mixture that leaves at most `enough`, or the first sign that there is none that does; for 0 the sequence of this
+// duration with the smallest residual, more finely. Returns the residual.
+double FindOfDuration(double duration, const Range& range, double enough, std::vector<CounterMove>& moves,
+                      Impulses& impulses) {
   std::vector<double> times;
   for (int k = 0; k <= kCoarseSteps; ++k) times.push_back(duration * k / kCoarseSteps);
   double step = duration / kCoarseSteps;
   const int refinements = enough > 0.0 ? kSearchRefinements : kFinalRefinements;
-  Mixture best;
   for (int refinement = 0;; ++refinement) {
     const Goal goal = enough > 0.0 ? Goal{enough, enough + GridError(step, range)} : kTheVeryBest;
-    best = BestMixture(times, range, goal, moves);
+    const Left left = FindMixture(times, range, goal, moves, impulses);
     KeepNewest(moves);
-    if (refinement == refinements || best.residual <= goal.enough || best.lower_bound > goal.hopeless) return best;
-    times = TimesAround(best.impulses.times_s, step, duration);
+    if (refinement == refinements || left.residual <= goal.enough || left.lower_bound > goal.hopeless) {
+      return left.residual;
+    }
+    times = TimesAround(impulses.times_s, step, duration);
     step /= kFinerSteps;
   }
 }
@@ -247,10 +249,11 @@ ImpulseSequence SpecifiedInsensitivity(const VibrationMode& mode, double low_hz,
   const double aim = tolerance * (1.0 - kSafety);
 
   std::vector<CounterMove> moves;
+  Impulses found;
   double too_short = 0.0;
   double duration = 0.25 / range.low;
   const auto suffices = [&](double of_duration) {
-    return BestOfDuration(of_duration, range, aim, moves).residual <= aim;
+    return FindOfDuration(of_duration, range, aim, moves, found) <= aim;
   };
   for (int k = 0; !suffices(duration); ++k) {
     if (k == kDoublings) ThrowNotFound();
@@ -261,8 +264,8 @@ ImpulseSequence SpecifiedInsensitivity(const VibrationMode& mode, double low_hz,
     const double middle = 0.5 * (too_short + duration);
     (suffices(middle) ? duration : too_short) = middle;
   }
-  const Mixture best = BestOfDuration(duration, range, 0.0, moves);
-  Impulses impulses = Merged(best.impulses);
+  FindOfDuration(duration, range, 0.0, moves, found);
+  Impulses impulses = Merged(found);
   if (!PeaksAbove(tolerance, impulses, range).empty()) ThrowNotFound();
   impulses.times_s /= mode.frequency_hz;
   return ImpulseSequence(std::move(impulses.times_s), std::move(impulses.amplitudes));
