@@ -141,8 +141,8 @@ VELMORA_EXPORT ImpulseSequence UmZvd(const VibrationMode& mode);
 /// @throws native::InvalidArgumentError "No sequence of this design was found for this range and tolerance." (so
 ///   for every tolerance below 1e-7, which the search cannot tell from its own roundings)
 ///
-/// Complexity: some tens to hundreds of milliseconds, up to minutes for a small tolerance over a wide range. Thread
-/// safety: pure.
+/// Complexity: tens to hundreds of milliseconds; up to minutes for a small tolerance over a wide range.
+/// Thread safety: pure.
 /// Source of the method: W. Singhose, W. Seering, N. Singer, "Input shaping for vibration reduction with specified
 /// insensitivity to modeling errors", Japan/USA Symposium on Flexible Automation (1996); J. Vaughan, A. Yano,
 /// W. Singhose, "Comparison of robust input shapers", Journal of Sound and Vibration 315 (2008).
