@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """Reading and writing recordings beside what people write with pandas and rosbags; ratios within one run.
 
-    PYTHONPATH=python benchmarks/tools_files.py [--rows 1000000] [--messages 360000]
+    PYTHONPATH=build/release/python build/venv/bin/python benchmarks/tools_files.py [--rows 1000000] [--messages 360000]
 
 Every contender runs in turn, `--runs` times; the fastest run counts. An hour at 1 kHz has 3,600,000 messages.
 """

@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """Damages files of every format that velmora writes, and reads them: a recording or a plain error, never anything else.
 
-    PYTHONPATH=python fuzz/recordings.py SECONDS [SEED]
+    PYTHONPATH=build/release/python build/venv/bin/python fuzz/recordings.py SECONDS [SEED]
 
 A file that makes the readers raise anything else is kept. `python/tests/tools/formats` holds a short run of the same
 idea, with hypothesis.
