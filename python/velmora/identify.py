@@ -164,8 +164,8 @@ def identify_modes(
 
     Notes
     -----
-    Deterministic. Holds no state; safe to call from several threads. The cost is linear in N for the fit and bounded
-    for the search.
+    Deterministic. Complexity: O(N J) for the fit, and a bound that does not depend on N for the search. Thread safety:
+    holds no state.
 
     Y. Hua and T. K. Sarkar, IEEE Trans. Acoust., Speech, Signal Process. 38 (1990) 814-824 (matrix pencil); G. Schwarz,
     Ann. Statist. 6 (1978) 461-464 (order); G. H. Golub and V. Pereyra, SIAM J. Numer. Anal. 10 (1973) 413-432 (fit);
