@@ -43,6 +43,7 @@ def test_columns_of_one_name(tmp_path: Path, suffix: str) -> None:
             writer.write_table(table)
     (recording,) = read(path, ReadOptions())
     assert recording.joints == ("a", "a_2")
+    assert left_out(path, [recording]) == [f"{path}: columns of the same name: another 'a' is called 'a_2'"]
     assert recording.positions.tolist() == [[1.0, 3.0], [2.0, 4.0]]
 
 
@@ -61,6 +62,10 @@ def test_whole_numbers_beyond_doubles_are_told(tmp_path: Path) -> None:
         f"{path}: columns rounded: 'a'; doubles do not have every whole number beyond 2^53"
     ]
     assert recordings[0].positions[0].tolist() == [2.0**53, 2.0**53, 1.0]
+    table = pa.table({"time": [0.0, 0.25], "action": [[1, 2**53 + 1], [3, 4]]})
+    pyarrow.parquet.write_table(table, path)
+    (warning,) = left_out(path, read(path, ReadOptions()))
+    assert warning.startswith(f"{path}: columns rounded: 'action_0', 'action_1'; ")
 
 
 @pytest.mark.parametrize("rows", [3, 70_000])

@@ -98,6 +98,10 @@ def test_dialects(text: str, rows: list[int], dialect: str, encoding: str) -> No
             "log.csv:3: '?[31m' in column 'a'; a number was expected; --joints and --time-column choose columns",
         ),
         (
+            "time a b\n0.0 1 2\n0.1 1,x\n",
+            "log.csv:3: 'x' in column 'b'; a number was expected; --joints and --time-column choose columns",
+        ),
+        (
             "time;a\n0,0;1\n\n0,1;1.234,5 # text\n",
             "log.csv:4: '1.234,5' in column 'a'; a number was expected; --joints and --time-column choose columns",
         ),
@@ -116,7 +120,7 @@ def test_dialects(text: str, rows: list[int], dialect: str, encoding: str) -> No
             "'time', 'index'; --joints names them",
         ),
     ],
-    ids=range(12),
+    ids=range(13),
 )
 def test_faults(text: str, message: str) -> None:
     with pytest.raises(DataError) as error:

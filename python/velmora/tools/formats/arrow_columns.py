@@ -29,7 +29,7 @@ class Matrices:
     def __init__(self, source: str, chosen: Plan, samples: int) -> None:
         """Make room for so many samples."""
         self.source, self.chosen = source, chosen
-        self.rounded: set[int] = set()  # joints with whole numbers that doubles do not have
+        self.rounded: set[int] = set()  # fields with whole numbers that doubles do not have
         self.values = {
             # Column by column in memory, as tables have them: a column is copied as a whole.
             quantity: np.empty((len(chosen.joints), samples)).T
@@ -49,18 +49,28 @@ class Matrices:
                 column = batch.column(str(cell.field))
                 if cell.element is not None:
                     if cell.field not in lists:
+                        self._note_rounded(cell.field, column.flatten())
                         lists[cell.field] = self._list_matrix(column, cell.of_elements, start)
                     values = lists[cell.field][:, cell.element]
                     absent = None
                 else:
+                    self._note_rounded(cell.field, column)
                     values, absent = numbers(column)
-                    if not _fits_doubles(column):
-                        self.rounded.add(cell.joint)
                 matrix[start:stop, cell.joint] = values * cell.factor if cell.factor != 1.0 else values
                 if absent is not None and quantity == "positions":
                     if self.missing is None:
                         self.missing = np.zeros(matrix.shape, np.bool_, order="F")
                     self.missing[start:stop, cell.joint] = absent
+
+    def _note_rounded(self, field: int, column: pa.Array) -> None:
+        """Take note of a column with whole numbers that doubles do not have; one of another type is what it is."""
+        import pyarrow as pa
+
+        if column.type in (pa.int64(), pa.uint64()):
+            try:
+                column.cast(pa.float64())
+            except pa.ArrowInvalid:
+                self.rounded.add(field)
 
     def _list_matrix(self, column: pa.Array, elements: int, start: int) -> NDArray[np.float64]:
         """Lists of one length as a matrix; rows without a list are NaN."""
@@ -107,19 +117,6 @@ def numbers(column: pa.Array) -> tuple[NDArray[np.float64], NDArray[np.bool_] | 
     return values, absent
 
 
-def _fits_doubles(column: pa.Array) -> bool:
-    """Whether doubles have all whole numbers of a column; a column of another type is what it is."""
-    import pyarrow as pa
-
-    if column.type not in (pa.int64(), pa.uint64()):
-        return True
-    try:
-        column.cast(pa.float64())
-    except pa.ArrowInvalid:
-        return False
-    return True
-
-
 def recording(
     source: str,
     format_: str,
@@ -152,7 +149,8 @@ def assembled(
     positions = values.pop("positions")
     assert positions is not None
     if matrices.rounded:
-        names = listed([chosen.joints[joint] for joint in sorted(matrices.rounded)])
+        cells = (cell for cells in chosen.cells.values() for cell in cells if cell.field in matrices.rounded)
+        names = listed(list(dict.fromkeys(chosen.joints[cell.joint] for cell in cells)))
         notes = [*notes, Note("columns", f"rounded: {names}; doubles do not have every whole number beyond 2^53")]
     return Recording(
         source,

@@ -246,9 +246,11 @@ def _fault(
             )
         for index in wanted:
             if cells[index] not in EMPTY_CELLS and not csv_dialect.NUMBER.fullmatch(cells[index]):
-                written = _line(data, int(row), dialect)[index]
+                written = _line(data, int(row), dialect)
+                # A comma within a table of blanks parts a cell of the plain form, and not of the file.
+                cell = written[index] if len(written) == len(cells) else cells[index]
                 return DataError(
-                    f"{source}:{row}: {quoted(written)} in column {quoted(names[index])}; a number was "
+                    f"{source}:{row}: {quoted(cell)} in column {quoted(names[index])}; a number was "
                     "expected; --joints and --time-column choose columns"
                 )
     return DataError(f"{source}: the table cannot be read: {str(error).splitlines()[0]}")
