@@ -80,12 +80,16 @@ AssertionResult CompareSplines(const RandomCase& c) {
                                          << Describe(actual.failure);
   }
   if (expected.failure) return AssertionSuccess();
-  Vector queries(static_cast<Eigen::Index>(random.Below(20)));
-  for (double& query : queries) {
-    const double u = 1.5 * random.Unit() - 0.25;
-    query = random.OneIn(3) ? x[static_cast<Eigen::Index>(random.Below(c.samples))]
-                            : (1.0 - u) * x[0] + u * x[x.size() - 1];
-    if (random.OneIn(20)) query = SpecialValue(random);
+  Vector queries(static_cast<Eigen::Index>(random.Below(random.OneIn(4) ? 300 : 20)));
+  const bool ascending = random.OneIn(2);
+  for (Eigen::Index q = 0; q < queries.size(); ++q) {
+    double& query = queries[q];
+    const double share =
+        ascending ? (static_cast<double>(q) + random.Unit()) / static_cast<double>(queries.size()) : random.Unit();
+    const double u = 1.5 * share - 0.25;
+    query = random.OneIn(ascending ? 60 : 3) ? x[static_cast<Eigen::Index>(random.Below(c.samples))]
+                                             : (1.0 - u) * x[0] + u * x[x.size() - 1];
+    if (random.OneIn(ascending ? 200 : 20)) query = SpecialValue(random);
   }
   const util::timing::SplineSamples samples = util::timing::EvaluateCubicSpline(x, y, *actual.value, queries);
   const Matrix* const orders[] = {&samples.values, &samples.first_derivatives, &samples.second_derivatives};

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 
 #include "internal/cpu_dispatch.hpp"
@@ -29,12 +30,6 @@ struct SplineRows {
   const double* m;
   Index knots;
   Index joints;
-};
-
-struct SampleRows {
-  double* values;
-  double* first_derivatives;
-  double* second_derivatives;
 };
 
 VELMORA_ALWAYS_INLINE Index FindInterval(const SplineRows& spline, double t, Index previous) {
@@ -69,13 +64,27 @@ VELMORA_ALWAYS_INLINE Coefficients<Value> IntervalCoefficients(const SplineRows&
   return {y0, (y1 - y0) / h - (h * (2.0 * m0 + m1)) / 6.0, c, (m1 - m0) / six_h, c + c};
 }
 
+template <typename Processor, typename Value>
+VELMORA_ALWAYS_INLINE void EvaluateInInterval(const Coefficients<Value>& p, double dx, Index at,
+                                              const SampleRows& samples, std::size_t turn,
+                                              internal::FiniteCheck<Processor>& finite) {
+  // a + dx (b + dx (c + dx d)), b + 2 dx c + 3 dx^2 d, 2 c + 6 dx d; 2 c is exact, so the last sum is rounded once
+  const Value value = Fma<Processor>(dx, Fma<Processor>(dx, Fma<Processor>(dx, p.d, p.c), p.b), p.a);
+  const Value first = Fma<Processor>((dx * 3.0) * dx, p.d, Fma<Processor>(dx + dx, p.c, p.b));
+  const Value second = p.twice_c + (dx * 6.0) * p.d;
+  Store<Value>(value, samples.values + at);
+  Store<Value>(first, samples.first_derivatives + at);
+  Store<Value>(second, samples.second_derivatives + at);
+  finite.Look((value + first) + second, turn);  // one look at all three; that the sum overflows is rare
+}
+
 // The joints of one block of columns at the queries from `begin` to `end`, the first of them in interval `i`; returns
 // the interval of the last. The coefficients of an interval are formed once for all queries that follow each other in
 // it, and stay in registers.
 template <typename Processor, typename Block>
-VELMORA_ALWAYS_INLINE Index EvaluateColumns(const SplineRows& spline, Index i, const double* queries, Index begin,
-                                            Index end, const Block& columns, const SampleRows& samples,
-                                            internal::FiniteCheck<Processor>& finite) {
+VELMORA_ALWAYS_INLINE Index EvaluateRuns(const SplineRows& spline, Index i, const double* queries, Index begin,
+                                         Index end, const Block& columns, const SampleRows& samples,
+                                         internal::FiniteCheck<Processor>& finite) {
   using Value = typename Block::Value;
   constexpr double kInfinity = std::numeric_limits<double>::infinity();
   Index row = begin * spline.joints;
@@ -90,22 +99,29 @@ VELMORA_ALWAYS_INLINE Index EvaluateColumns(const SplineRows& spline, Index i, c
     do {
       const double dx = queries[q] - x;
       for (std::size_t k = 0; k < Block::kSize; ++k) {
-        const Coefficients<Value>& p = coefficients[k];
-        const Index at = row + columns.first[k];
-        // a + dx (b + dx (c + dx d)), b + 2 dx c + 3 dx^2 d, 2 c + 6 dx d; 2 c is exact, so the last sum is rounded
-        // once
-        const Value value = Fma<Processor>(dx, Fma<Processor>(dx, Fma<Processor>(dx, p.d, p.c), p.b), p.a);
-        const Value first = Fma<Processor>((dx * 3.0) * dx, p.d, Fma<Processor>(dx + dx, p.c, p.b));
-        const Value second = p.twice_c + (dx * 6.0) * p.d;
-        Store<Value>(value, samples.values + at);
-        Store<Value>(first, samples.first_derivatives + at);
-        Store<Value>(second, samples.second_derivatives + at);
-        finite.Look((value + first) + second, k);  // one look at all three; that the sum overflows is rare
+        EvaluateInInterval<Processor>(coefficients[k], dx, row + columns.first[k], samples, k, finite);
       }
       row += spline.joints;
       if (++q == end) return i;
     } while (queries[q] >= interval_begin && queries[q] < interval_end);
     i = FindInterval(spline, queries[q], i);
+  }
+}
+
+// The same with coefficients formed for each query, in intervals that are known: without a branch that cannot be
+// foreseen, which costs less where hardly two queries share an interval.
+template <typename Processor, typename Block>
+VELMORA_ALWAYS_INLINE void EvaluateEach(const SplineRows& spline, const std::int64_t* intervals, const double* queries,
+                                        Index begin, Index end, const Block& columns, const SampleRows& samples,
+                                        internal::FiniteCheck<Processor>& finite) {
+  using Value = typename Block::Value;
+  for (Index q = begin; q < end; ++q) {
+    const Index i = intervals[q - begin];
+    const double dx = queries[q] - spline.x[i];
+    for (std::size_t k = 0; k < Block::kSize; ++k) {
+      const Coefficients<Value> coefficients = IntervalCoefficients<Value>(spline, i, columns.first[k]);
+      EvaluateInInterval<Processor>(coefficients, dx, q * spline.joints + columns.first[k], samples, k, finite);
+    }
   }
 }
 
@@ -119,13 +135,25 @@ struct EvaluationKernel {
     internal::FiniteCheck<Processor> finite;
     // Blocks of columns take turns after a stretch of queries, so that the rows that they share stay in the caches.
     constexpr Index kStretch = 128;
+    std::int64_t intervals[kStretch];
+    const auto find = [&](double query, Index previous)
+                          VELMORA_ALWAYS_INLINE_LAMBDA { return FindInterval(rows, query, previous); };
     Index first = 0;
     for (Index begin = 0; begin < count; begin += kStretch) {
       const Index end = std::min(begin + kStretch, count);
       first = FindInterval(rows, queries[begin], first);
+      const Index further = first + (end - begin) / 2;
+      if (further < rows.knots && queries[end - 1] >= rows.x[further]) {  // fewer than two queries in an interval
+        LocateEach<Processor, false>(rows.x, rows.knots - 1, queries + begin, end - begin, first, intervals, find);
+        internal::ForEachColumnBlock(rows.joints, [&](const auto& columns) VELMORA_ALWAYS_INLINE_LAMBDA {
+          EvaluateEach<Processor>(rows, intervals, queries, begin, end, columns, results, finite);
+        });
+        first = intervals[end - begin - 1];
+        continue;
+      }
       Index last = first;
       internal::ForEachColumnBlock(rows.joints, [&](const auto& columns) VELMORA_ALWAYS_INLINE_LAMBDA {
-        last = EvaluateColumns<Processor>(rows, first, queries, begin, end, columns, results, finite);
+        last = EvaluateRuns<Processor>(rows, first, queries, begin, end, columns, results, finite);
       });
       first = last;
     }
@@ -154,10 +182,16 @@ SplineSamples EvaluateCubicSpline(const Vector& x, const Matrix& y, const Matrix
   const Index joints = y.cols();
   SplineSamples samples{internal::UnwrittenMatrix(queries, joints), internal::UnwrittenMatrix(queries, joints),
                         internal::UnwrittenMatrix(queries, joints), true};
-  const SplineRows spline{x.data(), y.data(), m.data(), x.size(), joints};
-  const SampleRows rows{samples.values.data(), samples.first_derivatives.data(), samples.second_derivatives.data()};
-  samples.all_finite = internal::RunKernel<EvaluationKernel>(&spline, query_times.data(), queries, &rows);
+  samples.all_finite =
+      EvaluateCubicSpline(x, y, m, Eigen::Ref<const Vector>(query_times),
+                          {samples.values.data(), samples.first_derivatives.data(), samples.second_derivatives.data()});
   return samples;
+}
+
+bool EvaluateCubicSpline(const Vector& x, const Matrix& y, const Matrix& m, const Eigen::Ref<const Vector>& query_times,
+                         const SampleRows& samples) {
+  const SplineRows spline{x.data(), y.data(), m.data(), x.size(), y.cols()};
+  return internal::RunKernel<EvaluationKernel>(&spline, query_times.data(), query_times.size(), &samples);
 }
 
 }  // namespace velmora::util::timing

@@ -35,4 +35,15 @@ struct SplineSamples {
 /// last polynomial. Queries need not be sorted.
 SplineSamples EvaluateCubicSpline(const Vector& x, const Matrix& y, const Matrix& m, const Vector& query_times);
 
+/// Room for samples: one row per query time in each block, the rows one after the other.
+struct SampleRows {
+  double* values;
+  double* first_derivatives;
+  double* second_derivatives;
+};
+
+/// Likewise, into rows that the caller provides; returns whether every sample is finite, as `all_finite`.
+bool EvaluateCubicSpline(const Vector& x, const Matrix& y, const Matrix& m, const Eigen::Ref<const Vector>& query_times,
+                         const SampleRows& samples);
+
 }  // namespace velmora::util::timing

@@ -33,20 +33,11 @@ constexpr Index kStretch = 64;
 template <typename Processor>
 VELMORA_ALWAYS_INLINE Index LocateInside(const double* times, Index last, const double* queries, Index count,
                                          Index step, std::int64_t* steps) {
-  Index k = 0;
-  while (k < count) {
-    if (k + kLocatedTogether <= count && LocateTogether<Processor, true>(times, last, queries + k, step, steps + k)) {
-      k += kLocatedTogether;
-      step = steps[k - 1];
-      continue;
-    }
-    for (const Index end = std::min(k + kLocatedTogether, count); k < end; ++k) {
-      if (!(queries[k] > times[0] && queries[k] < times[last])) return k;
-      step = UpperBoundNear(times, last + 1, queries[k], step + 1) - 1;
-      steps[k] = step;
-    }
-  }
-  return count;
+  const auto find = [=](double query, Index before) VELMORA_ALWAYS_INLINE_LAMBDA -> Index {
+    if (!(query > times[0] && query < times[last])) return -1;
+    return UpperBoundNear(times, last + 1, query, before + 1) - 1;
+  };
+  return LocateEach<Processor, true>(times, last, queries, count, step, steps, find);
 }
 
 // How far into its step each query lies, and how far from its end. Four divisions side by side cost no more than one.
@@ -151,7 +142,8 @@ struct InterpolationKernel {
 
 }  // namespace
 
-InterpolatedRows InterpolateRowsLinear(const Vector& query_times, const Vector& sample_times, const Matrix& values) {
+InterpolatedRows InterpolateRowsLinear(const Eigen::Ref<const Vector>& query_times, const Vector& sample_times,
+                                       const Matrix& values) {
   InterpolatedRows rows{internal::UnwrittenMatrix(query_times.size(), values.cols()), true};
   rows.all_finite =
       internal::RunKernel<InterpolationKernel>(query_times.data(), query_times.size(), sample_times.data(),

@@ -18,6 +18,7 @@ struct InterpolatedRows {
 ///
 /// Held at the first and last row outside the sampled span; NaN for a query that is NaN or infinite, except that a
 /// single sample holds for every query. Queries need not be sorted. Nothing is checked.
-InterpolatedRows InterpolateRowsLinear(const Vector& query_times, const Vector& sample_times, const Matrix& values);
+InterpolatedRows InterpolateRowsLinear(const Eigen::Ref<const Vector>& query_times, const Vector& sample_times,
+                                       const Matrix& values);
 
 }  // namespace velmora::util::timing

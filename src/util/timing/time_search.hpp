@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
 #include "internal/cpu_dispatch.hpp"
@@ -71,6 +72,31 @@ VELMORA_ALWAYS_INLINE bool LocateTogether(const double* times, Eigen::Index last
     }
   }
   return false;
+}
+
+/// The steps that hold each of `count` queries, the first of them in step `step` or a few further on. Eight at once
+/// where they allow it; else `find(query, step)` gives the step of one, or -1 to end there. Returns how many were
+/// located.
+template <typename Processor, bool kBeyondFirst, typename Find>
+VELMORA_ALWAYS_INLINE Eigen::Index LocateEach(const double* times, Eigen::Index last, const double* queries,
+                                              Eigen::Index count, Eigen::Index step, std::int64_t* steps,
+                                              const Find& find) {
+  Eigen::Index k = 0;
+  while (k < count) {
+    if (k + kLocatedTogether <= count &&
+        LocateTogether<Processor, kBeyondFirst>(times, last, queries + k, step, steps + k)) {
+      k += kLocatedTogether;
+      step = steps[k - 1];
+      continue;
+    }
+    for (const Eigen::Index end = std::min(k + kLocatedTogether, count); k < end; ++k) {
+      const Eigen::Index found = find(queries[k], step);
+      if (found < 0) return k;
+      step = found;
+      steps[k] = step;
+    }
+  }
+  return count;
 }
 
 }  // namespace velmora::util::timing

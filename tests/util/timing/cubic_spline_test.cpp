@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <string>
 #include <utility>
 
 #include "support/arrays.hpp"
@@ -180,6 +181,34 @@ TEST(EvaluateCubicSpline, TakesEveryJointByItself) {
       EXPECT_TRUE(SameBits(alone.values, Matrix(samples.values.col(j))));
       EXPECT_TRUE(SameBits(alone.first_derivatives, Matrix(samples.first_derivatives.col(j))));
       EXPECT_TRUE(SameBits(alone.second_derivatives, Matrix(samples.second_derivatives.col(j))));
+    }
+  }
+}
+
+// Each query as if it were alone, whether many queries share an interval, hardly two do, or intervals are passed over.
+TEST(EvaluateCubicSpline, TakesEveryQueryByItself) {
+  testing::SplitMix64 random(8600);
+  const Vector x = testing::RandomTimes(random, 150, testing::TimeFamily::jittered);
+  const double span = x[149] - x[0];
+  for (const std::size_t joints : {1, 7}) {
+    const Matrix y = RandomMatrix(random, 150, joints, testing::ValueFamily::moderate);
+    const Matrix m = BuildCubicSpline(x, y);
+    for (const Eigen::Index count : {20, 75, 150, 290, 310, 600}) {
+      Vector ascending = Vector::LinSpaced(count, x[0] - 0.1 * span, x[149] + 0.1 * span);
+      ascending[count / 2] = x[70];
+      for (const std::string kind : {"ascending", "descending", "two exchanged", "with NaN"}) {
+        Vector queries = ascending;
+        if (kind == "descending") queries.reverseInPlace();
+        if (kind == "two exchanged") std::swap(queries[5], queries[count - 8]);
+        if (kind == "with NaN") queries[count / 3] = kNan;
+        const SplineSamples samples = EvaluateCubicSpline(x, y, m, queries);
+        for (Eigen::Index q = 0; q < count; ++q) {
+          const SplineSamples alone = EvaluateCubicSpline(x, y, m, Values({queries[q]}));
+          ASSERT_TRUE(SameBits(alone.values, Matrix(samples.values.row(q)))) << kind << ", " << q << " of " << count;
+          ASSERT_TRUE(SameBits(alone.first_derivatives, Matrix(samples.first_derivatives.row(q))));
+          ASSERT_TRUE(SameBits(alone.second_derivatives, Matrix(samples.second_derivatives.row(q))));
+        }
+      }
     }
   }
 }
