@@ -3,7 +3,6 @@
 #include "shaping/command_at_times.hpp"
 
 #include <algorithm>
-#include <utility>
 
 #include "internal/exact_arithmetic.hpp"
 #include "util/timing/cubic_spline.hpp"
@@ -15,6 +14,19 @@ namespace velmora::shaping {
 using Eigen::Index;
 using util::timing::JointTrajectory;
 using util::timing::ResamplingMethod;
+
+namespace {
+
+void Hold(const Eigen::Ref<const Eigen::RowVectorXd>& positions, Index first_row, Index count, CommandRows& rows) {
+  rows.positions.middleRows(first_row, count).rowwise() = positions;
+  rows.velocities.middleRows(first_row, count).setZero();
+  rows.accelerations.middleRows(first_row, count).setZero();
+}
+
+}  // namespace
+
+CommandRows::CommandRows(Index rows, Index joints)
+    : positions(rows, joints), velocities(rows, joints), accelerations(rows, joints) {}
 
 void CheckDerivatives(const JointTrajectory& trajectory) {
   util::timing::CheckShape(trajectory.velocities(), trajectory.positions, "velocities");
@@ -29,38 +41,32 @@ CommandAtTimes::CommandAtTimes(const JointTrajectory& trajectory, ResamplingMeth
   }
 }
 
-CommandRows CommandAtTimes::At(const Vector& times_s) const {
+void CommandAtTimes::At(const Eigen::Ref<const Vector>& times_s, CommandRows& rows) const {
   const Vector& own = trajectory_.time;
   const Index last = own.size() - 1;
+  const Index count = times_s.size();
   const Index before = std::lower_bound(times_s.begin(), times_s.end(), own[0]) - times_s.begin();
   const Index inside_end = std::upper_bound(times_s.begin(), times_s.end(), own[last]) - times_s.begin();
-  const Index inside = inside_end - before;
-  if (inside == times_s.size()) return Inside(times_s);
-
-  const Index joints = trajectory_.positions.cols();
-  CommandRows rows{Matrix(times_s.size(), joints), Matrix::Zero(times_s.size(), joints),
-                   Matrix::Zero(times_s.size(), joints)};
-  rows.positions.topRows(before).rowwise() = trajectory_.positions.row(0);
-  rows.positions.bottomRows(times_s.size() - inside_end).rowwise() = trajectory_.positions.row(last);
-  if (inside > 0) {
-    const CommandRows moving = Inside(times_s.segment(before, inside));
-    rows.positions.middleRows(before, inside) = moving.positions;
-    rows.velocities.middleRows(before, inside) = moving.velocities;
-    rows.accelerations.middleRows(before, inside) = moving.accelerations;
-  }
-  return rows;
+  Hold(trajectory_.positions.row(0), 0, before, rows);
+  if (before < inside_end) Inside(times_s.segment(before, inside_end - before), before, rows);
+  Hold(trajectory_.positions.row(last), inside_end, count - inside_end, rows);
 }
 
-CommandRows CommandAtTimes::Inside(const Vector& times_s) const {
+void CommandAtTimes::Inside(const Eigen::Ref<const Vector>& times_s, Index first_row, CommandRows& rows) const {
   if (knot_second_derivatives_) {
-    util::timing::SplineSamples samples =
-        util::timing::EvaluateCubicSpline(trajectory_.time, trajectory_.positions, *knot_second_derivatives_, times_s);
-    return {std::move(samples.values), std::move(samples.first_derivatives), std::move(samples.second_derivatives)};
+    const Index at = first_row * trajectory_.positions.cols();
+    util::timing::EvaluateCubicSpline(
+        trajectory_.time, trajectory_.positions, *knot_second_derivatives_, times_s,
+        {rows.positions.data() + at, rows.velocities.data() + at, rows.accelerations.data() + at});
+    return;
   }
-  using util::timing::InterpolateRowsLinear;
-  return {InterpolateRowsLinear(times_s, trajectory_.time, trajectory_.positions).values,
-          InterpolateRowsLinear(times_s, trajectory_.time, trajectory_.velocities()).values,
-          InterpolateRowsLinear(times_s, trajectory_.time, trajectory_.accelerations()).values};
+  const auto interpolate = [&](const Matrix& values, Matrix& result) {
+    result.middleRows(first_row, times_s.size()) =
+        util::timing::InterpolateRowsLinear(times_s, trajectory_.time, values).values;
+  };
+  interpolate(trajectory_.positions, rows.positions);
+  interpolate(trajectory_.velocities(), rows.velocities);
+  interpolate(trajectory_.accelerations(), rows.accelerations);
 }
 
 }  // namespace velmora::shaping

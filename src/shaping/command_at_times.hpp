@@ -13,8 +13,10 @@ namespace velmora::shaping {
 using native::Matrix;
 using native::Vector;
 
-/// Positions, velocities and accelerations, one row per time.
+/// Room for positions, velocities and accelerations, one row per time.
 struct CommandRows {
+  CommandRows(Eigen::Index rows, Eigen::Index joints);
+
   Matrix positions;
   Matrix velocities;
   Matrix accelerations;
@@ -29,11 +31,11 @@ class CommandAtTimes {
   /// @throws native::InvalidArgumentError as `BuildCubicSpline`, where the method is not linear
   CommandAtTimes(const util::timing::JointTrajectory& trajectory, util::timing::ResamplingMethod method);
 
-  /// The command at ascending times.
-  CommandRows At(const Vector& times_s) const;
+  /// Writes the command at ascending times to the first of these rows.
+  void At(const Eigen::Ref<const Vector>& times_s, CommandRows& rows) const;
 
  private:
-  CommandRows Inside(const Vector& times_s) const;
+  void Inside(const Eigen::Ref<const Vector>& times_s, Eigen::Index first_row, CommandRows& rows) const;
 
   const util::timing::JointTrajectory& trajectory_;
   std::optional<Matrix> knot_second_derivatives_;  // none for linear interpolation, and for one sample

@@ -8,8 +8,11 @@
 #include <optional>
 #include <utility>
 
+#include "internal/cpu_dispatch.hpp"
 #include "internal/finiteness.hpp"
+#include "internal/row_lanes.hpp"
 #include "internal/throw_invalid_argument.hpp"
+#include "internal/unwritten_matrix.hpp"
 #include "shaping/command_at_times.hpp"
 #include "shaping/impulse_sequence_sizes.hpp"
 #include "shaping/shaped_parts.hpp"
@@ -20,6 +23,7 @@ namespace {
 
 using Eigen::Index;
 using internal::ThrowInvalidArgument;
+using internal::UnwrittenMatrix;
 
 // Samples that are shaped together: their copies, evaluated one after the other, stay in the processor's caches.
 constexpr Index kSamplesAtOnce = 256;
@@ -55,32 +59,44 @@ Alignment Align(const std::vector<ImpulseSequence>& sequences) {
   return alignment;
 }
 
-// sum += amplitude * (copy - first)
-void AddCopy(double amplitude, const Matrix& copy, const Matrix& first, Matrix& sum) {
-  const double* const from = first.data();
-  const double* const to = copy.data();
-  double* const result = sum.data();
-  for (Index k = 0; k < sum.size(); ++k) result[k] += amplitude * (to[k] - from[k]);
-}
+struct AddCopyKernel {
+  // sums = before + amplitude * (copy - first), where `before` is `sums`, or `first` for the first copy added
+  template <typename Processor>
+  static VELMORA_ALWAYS_INLINE void Run(double amplitude, const double* copy, const double* first, const double* before,
+                                        Index count, double* sums) {
+    internal::ForEachJoint(count, sums, [&](auto at) VELMORA_ALWAYS_INLINE_LAMBDA {
+      return at(before) + amplitude * (at(copy) - at(first));
+    });
+  }
+};
 
-// Fills the columns of the command from `column` on, at the times of `shaped`.
-void ShapeColumns(const CommandAtTimes& command, const ImpulseSequence& sequence, double delay_s, Index column,
-                  ShapedTrajectory& shaped) {
-  for (Index begin = 0; begin < shaped.time.size(); begin += kSamplesAtOnce) {
-    const Index count = std::min(kSamplesAtOnce, shaped.time.size() - begin);
+// The command at the times of `shaped`.
+void ShapeAll(const CommandAtTimes& command, const ImpulseSequence& sequence, double delay_s,
+              ShapedTrajectory& shaped) {
+  const Index joints = shaped.positions.cols();
+  const Index samples = shaped.time.size();
+  CommandRows first(std::min(kSamplesAtOnce, samples), joints);
+  CommandRows copy = first;
+  for (Index begin = 0; begin < samples; begin += kSamplesAtOnce) {
+    const Index count = std::min(kSamplesAtOnce, samples - begin);
     const Vector delayed_s = shaped.time.segment(begin, count).array() - delay_s;
-    const CommandRows first = command.At(delayed_s);
-    CommandRows sum = first;
-    for (Index i = 1; i < sequence.times_s.size(); ++i) {
-      const CommandRows copy = command.At(delayed_s.array() - sequence.times_s[i]);
-      AddCopy(sequence.amplitudes[i], copy.positions, first.positions, sum.positions);
-      AddCopy(sequence.amplitudes[i], copy.velocities, first.velocities, sum.velocities);
-      AddCopy(sequence.amplitudes[i], copy.accelerations, first.accelerations, sum.accelerations);
+    command.At(delayed_s, first);
+    if (sequence.times_s.size() == 1) {
+      shaped.positions.middleRows(begin, count) = first.positions.topRows(count);
+      shaped.velocities.middleRows(begin, count) = first.velocities.topRows(count);
+      shaped.accelerations.middleRows(begin, count) = first.accelerations.topRows(count);
     }
-    const Index columns = sum.positions.cols();
-    shaped.positions.block(begin, column, count, columns) = sum.positions;
-    shaped.velocities.block(begin, column, count, columns) = sum.velocities;
-    shaped.accelerations.block(begin, column, count, columns) = sum.accelerations;
+    for (Index i = 1; i < sequence.times_s.size(); ++i) {
+      command.At(delayed_s.array() - sequence.times_s[i], copy);
+      const auto add = [&](const Matrix& from, const Matrix& to, Matrix& result) {
+        double* const sums = result.data() + begin * joints;
+        internal::RunKernel<AddCopyKernel>(sequence.amplitudes[i], to.data(), from.data(), i == 1 ? from.data() : sums,
+                                           count * joints, sums);
+      };
+      add(first.positions, copy.positions, shaped.positions);
+      add(first.velocities, copy.velocities, shaped.velocities);
+      add(first.accelerations, copy.accelerations, shaped.accelerations);
+    }
   }
 }
 
@@ -99,7 +115,8 @@ JointTrajectory OneJoint(const JointTrajectory& trajectory, Index joint, Resampl
 // Room for the samples at these times, to be filled.
 ShapedTrajectory PartAt(const Vector& times_s, Index joints) {
   const Index samples = times_s.size();
-  return {Matrix(samples, joints), Matrix(samples, joints), Matrix(samples, joints), times_s};
+  return {UnwrittenMatrix(samples, joints), UnwrittenMatrix(samples, joints), UnwrittenMatrix(samples, joints),
+          times_s};
 }
 
 void ShapeEachJoint(const JointTrajectory& trajectory, const std::vector<ImpulseSequence>& sequences,
@@ -110,7 +127,11 @@ void ShapeEachJoint(const JointTrajectory& trajectory, const std::vector<Impulse
     const JointTrajectory one = OneJoint(trajectory, joint, method);
     const CommandAtTimes raw(one, method);
     for (ShapedTrajectory* part : {&move, &tail}) {
-      ShapeColumns(raw, sequences[k], alignment.delays_s[k], joint, *part);
+      ShapedTrajectory column = PartAt(part->time, 1);
+      ShapeAll(raw, sequences[k], alignment.delays_s[k], column);
+      part->positions.col(joint) = column.positions;
+      part->velocities.col(joint) = column.velocities;
+      part->accelerations.col(joint) = column.accelerations;
     }
   }
 }
@@ -122,7 +143,7 @@ ShapedCommand Shape(const JointTrajectory& trajectory, const std::vector<Impulse
   ShapedTrajectory move = PartAt(times_s.head(move_samples), joints);
   ShapedTrajectory tail = PartAt(times_s.tail(times_s.size() - move_samples), joints);
   if (sequences.size() == 1) {
-    for (ShapedTrajectory* part : {&move, &tail}) ShapeColumns(raw, sequences.front(), 0.0, 0, *part);
+    for (ShapedTrajectory* part : {&move, &tail}) ShapeAll(raw, sequences.front(), 0.0, *part);
   } else {
     ShapeEachJoint(trajectory, sequences, alignment, method, move, tail);
   }
@@ -130,7 +151,8 @@ ShapedCommand Shape(const JointTrajectory& trajectory, const std::vector<Impulse
   Vector both_ends_s(last == 0 ? 1 : 2);
   both_ends_s[0] = trajectory.time[0];
   both_ends_s[both_ends_s.size() - 1] = trajectory.time[last];
-  const CommandRows ends = raw.At(both_ends_s);
+  CommandRows ends(both_ends_s.size(), joints);
+  raw.At(both_ends_s, ends);
   const Index end = both_ends_s.size() - 1;
   return {std::move(move),        std::move(tail),           alignment.added_duration_s, alignment.lag_s,
           ends.velocities.row(0), ends.accelerations.row(0), ends.velocities.row(end),   ends.accelerations.row(end)};
