@@ -26,8 +26,9 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 PROGRAM = ROOT / "build/benchmark/benchmarks/velmora_benchmarks"
 PAGE = ROOT / "docs/performance.md"
 JOINTS = 7
-ROUNDS = {100: 15, 1_000: 15, 10_000: 9, 100_000: 5}
-ROUND_S = 0.01
+ROUNDS = {100: 3, 1_000: 3, 10_000: 2, 100_000: 1}  # of a process
+TURNS = 5  # of a process of either kind: what slows the machine for a while slows both
+ROUND_S = 0.05  # long beside the first call of a round, which finds the data of another job in the caches
 # As Python starts: nothing is set. Warm: as in the tables above, freed blocks of up to 32 MiB stay with the process.
 STATES = {
     "start": "",
@@ -102,7 +103,7 @@ def cpp_rounds(samples, tunables):
     names = "|".join(CPP.values())
     command = [PROGRAM, f"--benchmark_filter=^({names})/library/{samples}/{JOINTS}$", "--benchmark_format=json"]
     command += [
-        "--benchmark_repetitions=5",
+        "--benchmark_repetitions=3",
         f"--benchmark_min_time={ROUND_S}",
         "--benchmark_enable_random_interleaving=true",
     ]
@@ -112,16 +113,17 @@ def cpp_rounds(samples, tunables):
 
 
 def measure():
-    """Median microseconds by state, samples and call; the rounds of C++ stand half before, half after Python's."""
+    """Median microseconds by state, samples and call."""
     medians = {}
     for state, tunables in STATES.items():
         for samples, rounds in ROUNDS.items():
             measured = {}
-            for part in range(2):
+            for _ in range(TURNS):
                 for name, value in cpp_rounds(samples, tunables):
                     measured.setdefault(f"{name}/C++", []).append(value)
-                if part == 0:
-                    measured.update(run([sys.executable, __file__, "--child", str(samples), str(rounds)], tunables))
+                python = run([sys.executable, __file__, "--child", str(samples), str(rounds)], tunables)
+                for name, values in python.items():
+                    measured.setdefault(name, []).extend(values)
             medians[state, samples] = {name: statistics.median(values) for name, values in measured.items()}
     return medians
 
