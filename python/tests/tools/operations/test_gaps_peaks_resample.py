@@ -3,6 +3,7 @@
 
 from __future__ import annotations
 
+import re
 from dataclasses import replace
 
 import numpy as np
@@ -158,12 +159,23 @@ def test_samples_closer_than_the_stamps_can_tell_are_refused() -> None:
 
 
 def test_a_failing_spline_goes_on_linearly_and_says_so_unless_strict() -> None:
+    steep = recording([0.0, 1.0, 2.0, 3.0], [[1e308], [-1e308], [1e308], [-1e308]])
+    reason = "Cubic-spline construction produced non-finite coefficients."
+    (result,) = resample(steep, ResampleOptions(rate_hz=2.0, columns=("positions",)))
+    assert result.warnings == (
+        f"log.csv: LINEAR INSTEAD OF CUBIC: the spline fails: {reason} A cubic spline was expected; "
+        "--strict makes this an error",
+    )
+    with pytest.raises(DataError, match=rf"log\.csv: {re.escape(reason)}"):
+        resample(steep, ResampleOptions(rate_hz=2.0, strict=True))
+
+
+def test_one_sample_is_held_and_says_so_unless_strict() -> None:
     single = recording([3.0], [[1.0]])
     (result,) = resample(single, ResampleOptions(rate_hz=10.0))
+    assert result.recording.positions.tolist() == [[1.0]]
     assert result.warnings == (
-        "log.csv: LINEAR INSTEAD OF CUBIC: the spline fails: `x` must contain at least 2 elements. A cubic "
-        "spline was expected; "
-        "--strict makes this an error",
+        "log.csv: one sample, which is held; a cubic spline takes two; --strict makes this an error",
     )
     with pytest.raises(DataError, match=r"log\.csv: `x` must contain at least 2 elements\."):
         resample(single, ResampleOptions(rate_hz=10.0, strict=True))

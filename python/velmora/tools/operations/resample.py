@@ -181,9 +181,14 @@ def _resample_piece(
             f"no step over {gaps.threshold_s:.6g} s was expected; --gaps split or error, --max-gap"
         )
     joints = Joints(recording, grid.samples)
+    one_sample = len(recording.positions) == 1
     recording = _without_values(recording)
     on_grid = _on_grid(recording.source, joints, options, wanted, with_peaks)
-    if on_grid.failure is not None:
+    if on_grid.failure is not None and one_sample:
+        warnings.append(
+            f"{recording.source}: one sample, which is held; a cubic spline takes two; --strict makes this an error"
+        )
+    elif on_grid.failure is not None:
         warnings.append(
             f"{recording.source}: LINEAR INSTEAD OF CUBIC: the spline fails: {on_grid.failure} A cubic spline was "
             "expected; --strict makes this an error"
