@@ -86,7 +86,7 @@ VELMORA_ALWAYS_INLINE Index EvaluateRuns(const SplineRows& spline, Index i, cons
                                          Index end, const Block& columns, const SampleRows& samples,
                                          internal::FiniteCheck<Processor>& finite) {
   using Value = typename Block::Value;
-  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  const double infinity = std::numeric_limits<double>::infinity();
   Index row = begin * spline.joints;
   for (Index q = begin;;) {
     std::array<Coefficients<Value>, Block::kSize> coefficients;
@@ -94,8 +94,8 @@ VELMORA_ALWAYS_INLINE Index EvaluateRuns(const SplineRows& spline, Index i, cons
       coefficients[k] = IntervalCoefficients<Value>(spline, i, columns.first[k]);
     }
     const double x = spline.x[i];
-    const double interval_begin = i == 0 ? -kInfinity : x;
-    const double interval_end = i == spline.knots - 2 ? kInfinity : spline.x[i + 1];
+    const double interval_begin = i == 0 ? -infinity : x;
+    const double interval_end = i == spline.knots - 2 ? infinity : spline.x[i + 1];
     do {
       const double dx = queries[q] - x;
       for (std::size_t k = 0; k < Block::kSize; ++k) {
