@@ -16,8 +16,7 @@ namespace velmora::shaping {
 /// @param mode the machine's mode, which need not be the one that the sequence was designed for
 /// @return 0 for no vibration, 1 for as much as the unshaped command leaves at its own end
 /// @throws native::InvalidArgumentError the messages on sizes of the `ImpulseSequence` constructor, for a sequence that
-/// was
-///   moved from or written to
+///   was moved from or written to
 ///
 /// Complexity: O(n). Thread safety: pure. Source of the method: Singer and Seering 1990, as `Zv`.
 VELMORA_EXPORT double ResidualVibration(const ImpulseSequence& sequence, const VibrationMode& mode);
@@ -28,8 +27,7 @@ VELMORA_EXPORT double ResidualVibration(const ImpulseSequence& sequence, const V
 /// @param frequencies_hz undamped natural frequencies, length F, in any order
 /// @return residual vibration at each of them, length F
 /// @throws native::InvalidArgumentError the messages on sizes of the `ImpulseSequence` constructor, for a sequence that
-/// was
-///   moved from or written to
+///   was moved from or written to
 /// @throws native::InvalidArgumentError "frequencies_hz must be finite and non-negative."
 ///
 /// Complexity: O(F n), one allocation. Thread safety: pure.
@@ -42,8 +40,7 @@ VELMORA_EXPORT Vector ResidualOverFrequency(const ImpulseSequence& sequence, con
 /// @param damping_ratios damping ratios, length Z, in any order
 /// @return residual vibration at each of them, length Z
 /// @throws native::InvalidArgumentError the messages on sizes of the `ImpulseSequence` constructor, for a sequence that
-/// was
-///   moved from or written to
+///   was moved from or written to
 /// @throws native::InvalidArgumentError "damping_ratios must be in [0, 1)."
 ///
 /// Complexity: O(Z n), one allocation. Thread safety: pure.
@@ -71,8 +68,7 @@ struct InsensitivityBand {
 /// @param tolerance tolerated residual vibration, above 0 and below 1
 /// @return the band; of width 0 at the frequency of the mode where its own residual is larger
 /// @throws native::InvalidArgumentError the messages on sizes of the `ImpulseSequence` constructor, for a sequence that
-/// was
-///   moved from or written to
+///   was moved from or written to
 /// @throws native::InvalidArgumentError "tolerance must be in (0, 1)."
 ///
 /// Complexity: O(n f t_n w) for a band of width w and a sequence that lasts t_n. Thread safety: pure.

@@ -30,8 +30,7 @@ struct WeightTransition {
 /// @param weight share of the shaped copy: one value, or one per sample of the raw trajectory (length N)
 /// @return the blend; its tail has the times of `shaped.tail`, and the other fields are those of `shaped`
 /// @throws native::InvalidArgumentError the messages on sizes of the constructors, for a trajectory or sequence that
-/// was
-///   moved from or written to
+///   was moved from or written to
 /// @throws native::InvalidArgumentError "command parts must have matching sample and joint shapes"
 /// @throws native::InvalidArgumentError "raw and shaped.move must have the same number of joints."
 /// @throws native::InvalidArgumentError "raw and shaped.move must have the same sample times."
@@ -74,8 +73,7 @@ VELMORA_EXPORT ShapedCommand BlendShapedTrajectory(const JointTrajectory& raw, c
 /// @param vibration_shaping_weight share w of the shaped copy, in [0, 1]
 /// @return n impulses; the single impulse at 0 for a weight of 0
 /// @throws native::InvalidArgumentError the messages on sizes of the `ImpulseSequence` constructor, for a sequence that
-/// was
-///   moved from or written to
+///   was moved from or written to
 /// @throws native::InvalidArgumentError "vibration_shaping_weight must be in [0.0, 1.0]"
 ///
 /// Complexity: O(n). Thread safety: pure.

@@ -73,8 +73,7 @@ class ImpulseSequence {
 /// @param second sequence of m impulses
 /// @return up to n m impulses
 /// @throws native::InvalidArgumentError the messages of the `ImpulseSequence` constructor, where values overflow, and
-/// those
-///   on sizes for a sequence that was moved from or written to
+///   those on sizes for a sequence that was moved from or written to
 ///
 /// Complexity: O(n m log(n m)). Thread safety: pure.
 VELMORA_EXPORT ImpulseSequence Convolve(const ImpulseSequence& first, const ImpulseSequence& second);

@@ -53,11 +53,9 @@ struct ShapedCommand {
 /// @param sample_time_s spacing of the samples after the end, finite and positive
 /// @param method interpolation between samples; any value but `linear` is treated as `cubic`
 /// @return the command; `move.time` is `trajectory.time`, and the last entry of `tail.time` is the first one at or
-/// after
-///   the end of the last copy
+///   after the end of the last copy
 /// @throws native::InvalidArgumentError the messages on sizes of the constructors, for a trajectory or sequence that
-/// was
-///   moved from or written to
+///   was moved from or written to
 /// @throws native::InvalidArgumentError "sequences must hold one sequence, or one per joint."
 /// @throws native::InvalidArgumentError "sample_time_s must be positive." (also for NaN and infinities)
 /// @throws native::InvalidArgumentError "Cubic-spline construction produced non-finite coefficients." (cubic)
@@ -90,8 +88,7 @@ VELMORA_EXPORT ShapedCommand ShapeTrajectory(const JointTrajectory& trajectory,
 /// @param method interpolation between samples
 /// @return the command at these times
 /// @throws native::InvalidArgumentError the messages on sizes of the constructors, for a trajectory or sequence that
-/// was
-///   moved from or written to
+///   was moved from or written to
 /// @throws native::InvalidArgumentError "sequences must hold one sequence, or one per joint."
 /// @throws native::InvalidArgumentError "times_s must contain only finite values."
 /// @throws native::InvalidArgumentError "times_s must be strictly increasing."
@@ -120,8 +117,7 @@ VELMORA_EXPORT ShapedTrajectory JoinMoveAndTail(const ShapedCommand& command);
 /// @param command the same command shaped
 /// @return the distance, in the unit of the positions
 /// @throws native::InvalidArgumentError the messages on sizes of the constructors, for a trajectory or sequence that
-/// was
-///   moved from or written to
+///   was moved from or written to
 /// @throws native::InvalidArgumentError "trajectory and command must have the same number of joints."
 /// @throws native::InvalidArgumentError "command parts must have matching sample and joint shapes"
 ///
