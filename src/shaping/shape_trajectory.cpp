@@ -147,15 +147,12 @@ ShapedCommand Shape(const JointTrajectory& trajectory, const std::vector<Impulse
   } else {
     ShapeEachJoint(trajectory, sequences, alignment, method, move, tail);
   }
-  const Index last = trajectory.time.size() - 1;
-  Vector both_ends_s(last == 0 ? 1 : 2);
-  both_ends_s[0] = trajectory.time[0];
-  both_ends_s[both_ends_s.size() - 1] = trajectory.time[last];
-  CommandRows ends(both_ends_s.size(), joints);
+  Vector both_ends_s(2);
+  both_ends_s << trajectory.time[0], trajectory.time[trajectory.time.size() - 1];
+  CommandRows ends(2, joints);
   raw.At(both_ends_s, ends);
-  const Index end = both_ends_s.size() - 1;
   return {std::move(move),        std::move(tail),           alignment.added_duration_s, alignment.lag_s,
-          ends.velocities.row(0), ends.accelerations.row(0), ends.velocities.row(end),   ends.accelerations.row(end)};
+          ends.velocities.row(0), ends.accelerations.row(0), ends.velocities.row(1),     ends.accelerations.row(1)};
 }
 
 Index TailSamples(double added_duration_s, double sample_time_s) {

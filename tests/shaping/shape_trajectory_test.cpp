@@ -75,6 +75,20 @@ TEST(ShapeTrajectory, ReportsTheStepsOfACommandThatIsNotAtRest) {
   EXPECT_TRUE(IsNear(Values({1.0, 0.0}), shaped.end_acceleration, 1e-14));
 }
 
+TEST(ShapeTrajectory, ReportsTheStepsOfTheFewestSamples) {
+  const JointTrajectory two(Rows({{0.0}, {1.0}}), Rows({{2.0}, {3.0}}), Rows({{4.0}, {5.0}}), std::nullopt, 1.0,
+                            std::nullopt);
+  const ShapedCommand of_two = ShapeTrajectory(two, {Halves(0.5)}, 1.0, kLinear);
+  EXPECT_TRUE(SameBits(Values({2.0}), of_two.start_velocity));
+  EXPECT_TRUE(SameBits(Values({4.0}), of_two.start_acceleration));
+  EXPECT_TRUE(SameBits(Values({3.0}), of_two.end_velocity));
+  EXPECT_TRUE(SameBits(Values({5.0}), of_two.end_acceleration));
+  const JointTrajectory one(Rows({{0.0}}), Rows({{2.0}}), Rows({{4.0}}), std::nullopt, 1.0, std::nullopt);
+  const ShapedCommand of_one = ShapeTrajectory(one, {Halves(0.5)}, 1.0, kCubic);
+  EXPECT_TRUE(SameBits(Values({2.0}), of_one.start_velocity));
+  EXPECT_TRUE(SameBits(Values({4.0}), of_one.end_acceleration));
+}
+
 TEST(ShapeTrajectory, EndsAtTheFirstSampleAtOrAfterTheLastCopy) {
   const JointTrajectory raw = SmoothMove(51, 2);
   for (const double added_s : {0.1, 0.099, 0.101}) {
