@@ -31,7 +31,7 @@ class CommandAtTimes {
   /// @throws native::InvalidArgumentError as `BuildCubicSpline`, where the method is not linear
   CommandAtTimes(const util::timing::JointTrajectory& trajectory, util::timing::ResamplingMethod method);
 
-  /// Writes the command at ascending times to the first of these rows.
+  /// Writes the command at ascending times to the first of these rows, which are as many at least, of as many joints.
   void At(const Eigen::Ref<const Vector>& times_s, CommandRows& rows) const;
 
  private:

@@ -60,7 +60,8 @@ Alignment Align(const std::vector<ImpulseSequence>& sequences) {
 }
 
 struct AddCopyKernel {
-  // sums = before + amplitude * (copy - first), where `before` is `sums`, or `first` for the first copy added
+  // The rows of a stretch, taken as one: sums = before + amplitude * (copy - first), where `before` is `sums`, or
+  // `first` for the first copy added
   template <typename Processor>
   static VELMORA_ALWAYS_INLINE void Run(double amplitude, const double* copy, const double* first, const double* before,
                                         Index count, double* sums) {
@@ -76,7 +77,7 @@ void ShapeAll(const CommandAtTimes& command, const ImpulseSequence& sequence, do
   const Index joints = shaped.positions.cols();
   const Index samples = shaped.time.size();
   CommandRows first(std::min(kSamplesAtOnce, samples), joints);
-  CommandRows copy = first;
+  CommandRows copy(first.positions.rows(), joints);
   for (Index begin = 0; begin < samples; begin += kSamplesAtOnce) {
     const Index count = std::min(kSamplesAtOnce, samples - begin);
     const Vector delayed_s = shaped.time.segment(begin, count).array() - delay_s;

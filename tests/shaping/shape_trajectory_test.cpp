@@ -75,6 +75,23 @@ TEST(ShapeTrajectory, ReportsTheStepsOfACommandThatIsNotAtRest) {
   EXPECT_TRUE(IsNear(Values({1.0, 0.0}), shaped.end_acceleration, 1e-14));
 }
 
+// Whole stretches, and rests of fewer numbers than are added at once.
+TEST(ShapeTrajectory, TakesEverySampleByItself) {
+  const JointTrajectory raw = SmoothMove(40, 1);
+  const ImpulseSequence sequence = Zvd(VibrationMode(5.0, 0.02));
+  for (const Eigen::Index samples : {1, 2, 3, 5, 256, 257, 258, 259, 515}) {
+    const Vector times_s = Vector::LinSpaced(samples, 0.05, 0.5);
+    const ShapedCommand shaped = ShapeTrajectory(raw, {sequence}, times_s, kCubic);
+    ASSERT_EQ(shaped.move.time.size(), samples);
+    for (Eigen::Index k = 0; k < samples; ++k) {
+      const ShapedCommand alone = ShapeTrajectory(raw, {sequence}, Values({times_s[k]}), kCubic);
+      ASSERT_TRUE(SameBits(alone.move.positions, Matrix(shaped.move.positions.row(k)))) << k << " of " << samples;
+      ASSERT_TRUE(SameBits(alone.move.velocities, Matrix(shaped.move.velocities.row(k))));
+      ASSERT_TRUE(SameBits(alone.move.accelerations, Matrix(shaped.move.accelerations.row(k))));
+    }
+  }
+}
+
 TEST(ShapeTrajectory, ReportsTheStepsOfTheFewestSamples) {
   const JointTrajectory two(Rows({{0.0}, {1.0}}), Rows({{2.0}, {3.0}}), Rows({{4.0}, {5.0}}), std::nullopt, 1.0,
                             std::nullopt);

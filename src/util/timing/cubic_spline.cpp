@@ -35,7 +35,8 @@ struct SplineRows {
 VELMORA_ALWAYS_INLINE Index FindInterval(const SplineRows& spline, double t, Index previous) {
   const Index last = spline.knots - 1;
   if (t >= spline.x[last]) return last - 1;
-  if (t > spline.x[0]) return UpperBoundNear(spline.x, spline.knots, t, previous + 1) - 1;
+  // Beyond the last knot only where that was overwritten by NaN.
+  if (t > spline.x[0]) return std::min(UpperBoundNear(spline.x, spline.knots, t, previous + 1), last) - 1;
   return 0;  // before the first knot, or NaN
 }
 
@@ -64,6 +65,7 @@ VELMORA_ALWAYS_INLINE Coefficients<Value> IntervalCoefficients(const SplineRows&
   return {y0, (y1 - y0) / h - (h * (2.0 * m0 + m1)) / 6.0, c, (m1 - m0) / six_h, c + c};
 }
 
+// One query; `turn` is that of `FiniteCheck`.
 template <typename Processor, typename Value>
 VELMORA_ALWAYS_INLINE void EvaluateInInterval(const Coefficients<Value>& p, double dx, Index at,
                                               const SampleRows& samples, std::size_t turn,

@@ -74,9 +74,9 @@ VELMORA_ALWAYS_INLINE bool LocateTogether(const double* times, Eigen::Index last
   return false;
 }
 
-/// The steps that hold each of `count` queries, the first of them in step `step` or a few further on. Eight at once
-/// where they allow it; else `find(query, step)` gives the step of one, or -1 to end there. Returns how many were
-/// located.
+/// The steps that hold each of `count` queries, looked for from `step` on (0 to `last` - 1, `last` being the index of
+/// the last time). Eight at once where they allow it; else `find(query, step)` gives the step of one, or -1 to end
+/// there. Returns how many were located.
 template <typename Processor, bool kBeyondFirst, typename Find>
 VELMORA_ALWAYS_INLINE Eigen::Index LocateEach(const double* times, Eigen::Index last, const double* queries,
                                               Eigen::Index count, Eigen::Index step, std::int64_t* steps,

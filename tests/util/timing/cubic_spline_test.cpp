@@ -155,6 +155,14 @@ TEST(EvaluateCubicSpline, UsesTheFirstIntervalForNanAndTakesQueriesInAnyOrder) {
   EXPECT_FALSE(samples.all_finite);
 }
 
+TEST(EvaluateCubicSpline, StaysInsideWhereTheLastKnotWasOverwritten) {
+  const Vector x = Values({0.0, kNan});
+  const SplineSamples samples =
+      EvaluateCubicSpline(x, Matrix::Ones(2, 1), Matrix::Zero(2, 1), Values({0.1, 0.0, -1.0}));
+  EXPECT_TRUE(std::isnan(samples.values(0, 0)));
+  EXPECT_FALSE(samples.all_finite);
+}
+
 TEST(EvaluateCubicSpline, AcceptsNoQueriesAndNoJoints) {
   EXPECT_TRUE(SameBits(Matrix(0, 1), SamplesOfTwoIntervals(Vector(0)).values));
   EXPECT_TRUE(SamplesOfTwoIntervals(Vector(0)).all_finite);
