@@ -2,7 +2,7 @@
 # Times the Python package beside the C++ library, scipy and numpy, and prints the tables for docs/performance.md.
 """
 python_package.py [--write]       needs the package (PYTHONPATH); without build/benchmark there are no rows of C++
-python_package.py --child SAMPLES ROUNDS     one process of it: microseconds of each call, as JSON
+python_package.py --child SAMPLES ROUNDS SEED     one process of it: microseconds of each call, as JSON
 """
 
 import datetime
@@ -78,14 +78,14 @@ def timed(call, repeats):
     return (time.process_time_ns() - start) / repeats / 1e3
 
 
-def child(samples, rounds):
+def child(samples, rounds, seed):
     jobs = calls(samples)
     repeats = {}
     for name, call in jobs.items():
         timed(call, 1)
         repeats[name] = max(1, round(ROUND_S * 1e6 / max(timed(call, 1), 0.1)))
     plan = [name for name in jobs for _ in range(rounds)]
-    random.Random(samples).shuffle(plan)
+    random.Random(seed).shuffle(plan)
     measured = {name: [] for name in jobs}
     for name in plan:
         measured[name].append(timed(jobs[name], repeats[name]))
@@ -118,12 +118,14 @@ def measure():
     for state, tunables in STATES.items():
         for samples, rounds in ROUNDS.items():
             measured = {}
-            for _ in range(TURNS):
-                for name, value in cpp_rounds(samples, tunables):
-                    measured.setdefault(f"{name}/C++", []).append(value)
-                python = run([sys.executable, __file__, "--child", str(samples), str(rounds)], tunables)
-                for name, values in python.items():
-                    measured.setdefault(name, []).extend(values)
+            for turn in range(2 * TURNS):
+                if turn % 4 in (0, 3):  # now one first, now the other
+                    for name, value in cpp_rounds(samples, tunables):
+                        measured.setdefault(f"{name}/C++", []).append(value)
+                else:
+                    arguments = map(str, (samples, rounds, turn))
+                    for name, values in run([sys.executable, __file__, "--child", *arguments], tunables).items():
+                        measured.setdefault(name, []).extend(values)
             medians[state, samples] = {name: statistics.median(values) for name, values in measured.items()}
     return medians
 
@@ -199,6 +201,6 @@ def main():
 
 if __name__ == "__main__":
     if sys.argv[1:2] == ["--child"]:
-        child(*map(int, sys.argv[2:4]))
+        child(*map(int, sys.argv[2:5]))
     else:
         main()

@@ -177,7 +177,8 @@ def test_one_sample_is_held_and_says_so_unless_strict() -> None:
     assert result.warnings == (
         "log.csv: one sample, which is held; a cubic spline takes two; --strict makes this an error",
     )
-    with pytest.raises(DataError, match=r"log\.csv: `x` must contain at least 2 elements\."):
+    assert result.recording.notes[-1].text == "held, exact_dt_append_endpoint, sample time 0.1 s"
+    with pytest.raises(DataError, match=r"log\.csv: one sample; a cubic spline takes two; without --strict it is held"):
         resample(single, ResampleOptions(rate_hz=10.0, strict=True))
 
 

@@ -181,10 +181,12 @@ def _resample_piece(
             f"no step over {gaps.threshold_s:.6g} s was expected; --gaps split or error, --max-gap"
         )
     joints = Joints(recording, grid.samples)
-    one_sample = len(recording.positions) == 1
+    one_sample = len(recording.positions) == 1 and options.method == "cubic"
+    if one_sample and options.strict:
+        raise DataError(f"{recording.source}: one sample; a cubic spline takes two; without --strict it is held")
     recording = _without_values(recording)
     on_grid = _on_grid(recording.source, joints, options, wanted, with_peaks)
-    if on_grid.failure is not None and one_sample:
+    if one_sample:
         warnings.append(
             f"{recording.source}: one sample, which is held; a cubic spline takes two; --strict makes this an error"
         )
@@ -202,7 +204,7 @@ def _resample_piece(
         accelerations=on_grid.values.get("accelerations"),
         jerks=on_grid.values.get("jerks"),
         rows=np.arange(1, len(on_grid.time_s) + 1),
-        notes=(*recording.notes, Note("resampled", _described(options, on_grid.failure is not None))),
+        notes=(*recording.notes, Note("resampled", _described(options, one_sample, on_grid.failure is not None))),
     )
     return Resampled(result, on_grid.time_s, on_grid.peaks, gaps, tuple(warnings))
 
@@ -279,8 +281,8 @@ def stamps_from(recording: Recording, grid_s: NDArray[np.float64]) -> Stamps:
     return Stamps(stamps, recording.stamps.unit)
 
 
-def _described(options: ResampleOptions, fell_back: bool) -> str:
-    method = "linear (the cubic spline failed)" if fell_back else options.method
+def _described(options: ResampleOptions, one_sample: bool, fell_back: bool) -> str:
+    method = "held" if one_sample else "linear (the cubic spline failed)" if fell_back else options.method
     if options.samples is not None:
         return f"{method}, {count(options.samples, 'sample')} over the whole span"
     return f"{method}, {options.grid}, sample time {spacing_s(options)!r} s"
