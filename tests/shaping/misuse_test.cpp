@@ -70,6 +70,14 @@ TEST_F(Misuse, OfATrajectoryThatLostATime) {
   ExpectInvalidArgument([&] { PathDeviation(raw_, shaped); }, kAligned);
 }
 
+TEST_F(Misuse, OfATrajectoryWhosePositionsGrewBesideItsGivenAccelerations) {
+  JointTrajectory given{
+      testing::Rows({{0.0}, {1.0}}), std::nullopt, testing::Rows({{0.0}, {0.0}}), std::nullopt, 0.1, std::nullopt};
+  given.positions = testing::Rows({{0.0, 0.0}, {1.0, 1.0}});
+  ExpectInvalidArgument([&] { ShapeTrajectory(given, {good_}, 0.1, util::timing::ResamplingMethod::linear); },
+                        "JointTrajectory.accelerations must match JointTrajectory.positions shape.");
+}
+
 TEST_F(Misuse, OfATrajectoryWhosePositionsGrewAfterItsVelocitiesWereComputed) {
   raw_.velocities();
   raw_.positions = testing::Rows({{0.0, 0.0}, {1.0, 1.0}, {2.0, 2.0}});

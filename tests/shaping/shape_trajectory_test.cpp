@@ -100,6 +100,7 @@ TEST(ShapeTrajectory, ReportsTheStepsOfTheFewestSamples) {
   EXPECT_TRUE(SameBits(Values({4.0}), of_two.start_acceleration));
   EXPECT_TRUE(SameBits(Values({3.0}), of_two.end_velocity));
   EXPECT_TRUE(SameBits(Values({5.0}), of_two.end_acceleration));
+  EXPECT_TRUE(SameBits(Values({1.0}), ShapeTrajectory(two, {Halves(0.5)}, 1.0, kCubic).start_velocity));  // of the line
   const JointTrajectory one(Rows({{0.0}}), Rows({{2.0}}), Rows({{4.0}}), std::nullopt, 1.0, std::nullopt);
   const ShapedCommand of_one = ShapeTrajectory(one, {Halves(0.5)}, 1.0, kCubic);
   EXPECT_TRUE(SameBits(Values({2.0}), of_one.start_velocity));
