@@ -44,7 +44,7 @@ template <typename Residual>
 double EndOfBand(const Residual& residual, double frequency_hz, double step_hz, double furthest_hz, double limit) {
   double before = residual(frequency_hz - step_hz);
   double here = residual(frequency_hz);
-  for (double k = 1.0;; k += 1.0) {
+  for (double k = 1.0;; k += 1.0) {  // NOLINT(cert-flp30-c): whole numbers, which are exact
     const double here_hz = frequency_hz + (k - 1.0) * step_hz;
     const double next_hz = frequency_hz + k * step_hz;
     if (step_hz > 0.0 ? here_hz >= furthest_hz : here_hz <= furthest_hz) return furthest_hz;

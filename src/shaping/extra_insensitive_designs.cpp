@@ -47,7 +47,7 @@ struct Unknowns {
     return values[2 * impulses() - 1 + (feature < humps ? feature : feature - 1)];
   }
 
-  bool is_hump(Index feature) const { return feature % 2 == 1; }
+  static bool is_hump(Index feature) { return feature % 2 == 1; }
 };
 
 // Amplitudes that sum to 1; at a zero no vibration; on a hump the tolerance, and no slope.
