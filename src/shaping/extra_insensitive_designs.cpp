@@ -60,7 +60,7 @@ void EvaluateConstraints(const Unknowns& layout, const Vector& values, double da
   for (Index feature = 0; feature < layout.features(); ++feature) {
     const ResidualVector residual = ResidualOf(impulses, layout.frequency(values, feature), damping_ratio);
     double* const pair = residuals.data() + 1 + 2 * feature;
-    if (layout.is_hump(feature)) {
+    if (Unknowns::is_hump(feature)) {
       pair[0] = residual.squared_length() / (tolerance * tolerance) - 1.0;
       pair[1] = residual.half_squared_length_rate() / tolerance;
     } else {
@@ -117,7 +117,7 @@ Vector UndampedUnknowns(const Unknowns& layout, const Impulses& undamped) {
   for (Index k = 1; k <= layout.humps; ++k) {
     // Away from the feature before, whose own root is not to be found again.
     const double from = frequency - 0.25 / kScanSteps;
-    frequency = layout.is_hump(layout.humps - k)
+    frequency = Unknowns::is_hump(layout.humps - k)
                     ? RootBelow([&](double f) { return CentredResidualSlope(undamped, f); }, from)
                     : RootBelow([&](double f) { return CentredResidual(undamped, f); }, from);
     frequencies[layout.humps - k] = frequency;
