@@ -8,6 +8,7 @@
 #include <optional>
 #include <vector>
 
+#include "shaping/commands.hpp"
 #include "support/arrays.hpp"
 #include "support/compare_bits.hpp"
 #include "support/expect_throws.hpp"
@@ -21,35 +22,18 @@ namespace {
 using native::Matrix;
 using testing::Column;
 using testing::ExpectInvalidArgument;
+using testing::Halves;
 using testing::IsNear;
 using testing::kInfinity;
 using testing::kNan;
 using testing::Rows;
 using testing::SameBits;
+using testing::SmoothMove;
+using testing::Trajectory;
 using testing::Values;
 
 constexpr ResamplingMethod kLinear = ResamplingMethod::linear;
 constexpr ResamplingMethod kCubic = ResamplingMethod::cubic;
-
-JointTrajectory Trajectory(Matrix positions, Vector time) {
-  return JointTrajectory(std::move(positions), std::nullopt, std::nullopt, std::move(time), std::nullopt, std::nullopt);
-}
-
-ImpulseSequence Halves(double apart_s) { return ImpulseSequence(Values({0.0, apart_s}), Values({0.5, 0.5})); }
-
-// A rest-to-rest move along a quintic, of several joints.
-JointTrajectory SmoothMove(Eigen::Index samples, Eigen::Index joints) {
-  Matrix positions(samples, joints);
-  Vector time(samples);
-  for (Eigen::Index i = 0; i < samples; ++i) {
-    const double x = static_cast<double>(i) / static_cast<double>(samples - 1);
-    time[i] = 0.5 * x;
-    for (Eigen::Index j = 0; j < joints; ++j) {
-      positions(i, j) = static_cast<double>(j + 1) * x * x * x * (10.0 + x * (-15.0 + x * 6.0)) - 0.3;
-    }
-  }
-  return Trajectory(std::move(positions), std::move(time));
-}
 
 TEST(ShapeTrajectory, AddsDelayedCopiesAtTheirExactTimes) {
   // Half a sample off the grid the copies lie between the samples of the raw command.
@@ -311,41 +295,6 @@ TEST(JoinMoveAndTail, ThrowsForPartsThatDoNotFit) {
   expect([](ShapedCommand& c) { c.move.accelerations = Matrix::Zero(4, 2); });
   expect([](ShapedCommand& c) { c.tail.positions = Matrix::Zero(c.tail.time.size(), 3); });
   expect([](ShapedCommand& c) { c.tail.time = Vector(); });
-}
-
-TEST(PathDeviation, VanishesForAStraightLineUnderOneSequence) {
-  const JointTrajectory raw = SmoothMove(200, 4);
-  const ShapedCommand shaped = ShapeTrajectory(raw, {Zvd(VibrationMode(5.0, 0.02))}, 0.0025, kLinear);
-  EXPECT_LT(PathDeviation(raw, shaped), 1e-14);
-}
-
-TEST(PathDeviation, IsTheDistanceToTheCornerThatIsCut) {
-  // Along x, then along y, a second each; halves a tenth apart cut the corner, at the worst by half the way of a
-  // twentieth of a second in both directions.
-  const JointTrajectory raw = Trajectory(Rows({{0.0, 0.0}, {1.0, 0.0}, {1.0, 1.0}}), Values({0.0, 1.0, 2.0}));
-  const Vector times = Vector::LinSpaced(401, 0.0, 2.1);
-  const ShapedCommand shaped = ShapeTrajectory(raw, {Halves(0.1)}, times, kLinear);
-  EXPECT_NEAR(PathDeviation(raw, shaped), 0.025, 1e-3);
-}
-
-TEST(PathDeviation, SeesJointsOfUnlikeSequences) {
-  const JointTrajectory raw = SmoothMove(200, 2);
-  const ShapedCommand shaped =
-      ShapeTrajectory(raw, {Zvd(VibrationMode(5.0, 0.02)), Zvd(VibrationMode(9.0, 0.02))}, 0.0025, kCubic);
-  EXPECT_GT(PathDeviation(raw, shaped), 1e-3);
-  EXPECT_LT(PathDeviation(raw, shaped), 0.5);
-}
-
-TEST(PathDeviation, ThrowsForCommandsThatDoNotFit) {
-  const ShapedCommand shaped = ShapeTrajectory(SmoothMove(5, 2), {Halves(0.5)}, 0.1, kLinear);
-  ExpectInvalidArgument([&] { PathDeviation(SmoothMove(5, 3), shaped); },
-                        "trajectory and command must have the same number of joints.");
-  ShapedCommand bad = shaped;
-  bad.tail.time = Vector();
-  ExpectInvalidArgument([&] { PathDeviation(SmoothMove(5, 2), bad); },
-                        "command parts must have matching sample and joint shapes");
-  ExpectInvalidArgument([&] { PathDeviation(SmoothMove(5, 3), bad); },
-                        "trajectory and command must have the same number of joints.");
 }
 
 // Non-negative amplitudes average: nothing lies beyond the extremes of the raw command, standstill included for
