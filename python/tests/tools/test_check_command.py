@@ -87,3 +87,29 @@ def test_no_sign_of_zero_and_the_number_of_further_spans(tmp_path: Path, here: I
     assert run.out.splitlines()[2].split()[:5] == ["a", "position", "0", "0", "1"]
     assert " and 1 more span\n" in run.out
     assert "-0" not in run.out + "".join(map(str, failures(tmp_path / "j.xml")))
+
+
+def test_what_was_dropped_before_the_check_is_said_everywhere(tmp_path: Path, here: InProcess) -> None:
+    rows = "0.0,1\n0.1,1\n0.15,inf\n0.2,1\n0.2,500\n0.3,1\n"
+    (tmp_path / "log.csv").write_text(f"time_s,a\n{rows}")
+    (tmp_path / "l.csv").write_text("joint,max_velocity\na,9\n")
+    options = ("log.csv", "--limits", "l.csv", "--missing", "drop", "--duplicate-times", "first")
+    values = "1 row with missing or non-finite values, the first is row 4"
+    times = "1 row with repeated times, the first of each was kept, the first is row 6"
+    run = here("check", *options, "--junit", "j.xml")
+    assert run.code == 0
+    assert run.out.splitlines()[1:3] == [f"  dropped  {values}", f"  dropped  {times}"]
+    suite = ElementTree.parse(tmp_path / "j.xml").getroot()[0]
+    assert suite[-1].tag == "system-out"
+    assert suite[-1].text == f"dropped: {values}\ndropped: {times}"
+    report = json.loads(here("check", *options, "--json").out)
+    jsonschema.validate(report, SCHEMA)
+    mended = [{"key": "dropped", "text": values}, {"key": "dropped", "text": times}]
+    assert report["files"][0]["recordings"][0]["mended"] == mended
+
+
+def test_a_recording_without_faults_has_nothing_to_say_of_mending(tmp_path: Path, here: InProcess) -> None:
+    (tmp_path / "log.csv").write_text("time_s,a\n0.0,1\n0.5,1\n")
+    (tmp_path / "l.csv").write_text("joint,max_velocity\na,9\n")
+    assert "dropped" not in here("check", "log.csv", "--limits", "l.csv", "--junit", "j.xml").out
+    assert not list(ElementTree.parse(tmp_path / "j.xml").getroot().iter("system-out"))

@@ -54,3 +54,11 @@ def test_pictures_of_another_kind(tmp_path: Path, here: InProcess, name: str) ->
     (tmp_path / "log.csv").write_text("time_s,a\n0.0,1\n0.1,2\n")
     run = here("plot", "log.csv", "-o", name)
     assert (run.code, run.err) == (2, f"{name}: no picture has such a suffix; .png, .svg or .pdf was expected\n")
+
+
+def test_info_says_what_was_dropped_for_the_peaks(tmp_path: Path, here: InProcess) -> None:
+    (tmp_path / "log.csv").write_text("time_s,a\n0.0,1\n0.1,nan\n0.2,1\n0.3,1\n")
+    run = here("info", "log.csv", "--missing", "drop")
+    assert run.code == 0
+    assert "  dropped  1 row with missing or non-finite values, the first is row 3\n" in run.out
+    assert "dropped" not in here("info", "log.csv").out

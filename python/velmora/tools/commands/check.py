@@ -15,7 +15,7 @@ from velmora.tools.commands.declare import FiniteRange
 from velmora.tools.errors import UsageError
 from velmora.tools.operations.check import TOLERANCE, Derivatives, Finding, Verdict, check
 from velmora.tools.operations.checked import CheckOptions, checked
-from velmora.tools.operations.facts import facts, number
+from velmora.tools.operations.facts import facts, mended, mended_lines, number
 from velmora.tools.operations.limits import JointLimits, LimitsFile, for_joints, load
 from velmora.tools.options import ReadOptions
 from velmora.tools.text import count, listed, short, table
@@ -114,7 +114,7 @@ def work(task: Task, stage: Stage) -> tuple[list[JsonObject], list[str]]:
                 "joints were expected; --joints leaves joints out"
             )
         verdict = check(fit, limits, options.derivatives, tolerance=options.tolerance, guard_units=options.guard_units)
-        reports.append({**facts(recording), **verdict_object(verdict, limits)})
+        reports.append({**facts(recording), "mended": mended(recording, fit), **verdict_object(verdict, limits)})
     return reports, warnings
 
 
@@ -166,6 +166,7 @@ def lines(report: JsonObject) -> list[str]:
     violated = [finding for finding in judged if finding["violations"]]
     verdict = "passed" if report["passed"] else "FAILED"
     found = [f"{report['source']}: {verdict}: {report['verdict']}"]
+    found += mended_lines(report)
     found += [f"  UNITS: {doubt}" for doubt in report["doubts"]]
     head = ["joint", "quantity", "lower", "upper", "worst", "ratio", "at s", "", "limit from"]
     found += table(head, [_row(finding) for finding in judged]) if judged else []

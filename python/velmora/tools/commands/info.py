@@ -11,7 +11,7 @@ import click
 from velmora.tools.batch.tasks import JsonObject, Stage, Task
 from velmora.tools.commands import common, reading
 from velmora.tools.operations.checked import CheckOptions
-from velmora.tools.operations.facts import facts, peak_facts
+from velmora.tools.operations.facts import facts, mended_lines, peak_facts
 from velmora.tools.options import ReadOptions
 from velmora.tools.text import count, named, short, table
 
@@ -88,6 +88,7 @@ def lines(report: JsonObject) -> list[str]:
     found += [f"  {note['key']:<8} {note['text']}" for note in report["notes"]]
     if report["fault"]:
         found.append(f"  FAULT    {report['fault']}")
+    found += mended_lines(report)
     if report["peaks"]:
         found += peak_lines(report["peaks"])
     return found

@@ -12,7 +12,10 @@ from velmora.tools.text import printable
 
 
 def junit(result: ManyResult) -> bytes:
-    """A test suite per recording, a test case per limit; a file that cannot be read is a suite with one error."""
+    """A test suite per recording, a test case per limit; a file that cannot be read is a suite with one error.
+
+    What was dropped or otherwise mended before the check is the output of the suite.
+    """
     root = ElementTree.Element("testsuites", name="velmora check")
     for outcome in result.outcomes:
         for report in outcome.reports:
@@ -58,3 +61,6 @@ def _suite(root: ElementTree.Element, report: JsonObject) -> None:
                     f"{limits['lower']} to {limits['upper']} ({limits['source']})"
                 ),
             )
+    if report["mended"]:
+        said = [printable(f"{note['key']}: {note['text']}") for note in report["mended"]]
+        ElementTree.SubElement(suite, "system-out").text = "\n".join(said)

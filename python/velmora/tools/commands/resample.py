@@ -14,7 +14,7 @@ from velmora.tools.batch.tasks import NOT_KEYED, JsonObject, Stage, Task
 from velmora.tools.commands import common, reading, resampling
 from velmora.tools.commands.info import peak_lines
 from velmora.tools.operations.checked import CheckOptions, checked
-from velmora.tools.operations.facts import NAMES, facts, number
+from velmora.tools.operations.facts import NAMES, facts, mended, mended_lines, number
 from velmora.tools.operations.resample import Resampled, ResampleOptions, resample_from
 from velmora.tools.options import ReadOptions, WriteOptions
 from velmora.tools.recording import Recording
@@ -136,8 +136,7 @@ def _report(held: list[Recording], options: ResampleWork) -> JsonObject:
     held.append(fit)
     assert fit.stamps is not None
     if options.full_report:
-        mended = [{"key": note.key, "text": note.text} for note in fit.notes[len(recording.notes) :]]
-        return {**facts(recording), "outputs": [], "mended": mended}
+        return {**facts(recording), "outputs": [], "mended": mended(recording, fit)}
     times_s = fit.stamps.seconds()
     return {
         "source": recording.source,
@@ -193,5 +192,4 @@ def lines(report: JsonObject) -> list[str]:
         found.append(f"  clock    {report['clock']['summary']}")
     found.append(f"  samples  {report['samples']:,} -> {report['samples_out']:,}, {report['duration_s']:.6g} s")
     found.append(f"  method   {report['how']}")
-    found += [f"  {note['key']:<8} {note['text']}" for note in report["mended"]]
-    return found + peak_lines(report["peaks_out"])
+    return found + mended_lines(report) + peak_lines(report["peaks_out"])

@@ -4,6 +4,7 @@
 from __future__ import annotations
 
 import math
+from collections.abc import Sequence
 from typing import Any
 
 import numpy as np
@@ -14,7 +15,7 @@ from velmora.tools.operations.checked import CheckOptions, checked, faulty_cells
 from velmora.tools.operations.clock_verdict import ClockVerdict, clock_verdict
 from velmora.tools.operations.finite import all_finite
 from velmora.tools.operations.peaks import peaks
-from velmora.tools.recording import Recording
+from velmora.tools.recording import Note, Recording
 
 JsonObject = dict[str, Any]
 MOST_ROWS = 10
@@ -36,20 +37,35 @@ def facts(recording: Recording) -> JsonObject:
         ],
         "clock": None if clock is None else _clock(clock),
         "cells": _cells(recording),
-        "notes": [{"key": note.key, "text": note.text} for note in recording.notes],
+        "notes": _notes(recording.notes),
     }
 
 
+def mended(recording: Recording, fit: Recording) -> list[JsonObject]:
+    """What was dropped, merged or unwrapped to make a recording fit: the notes that `checked` added."""
+    return _notes(fit.notes[len(recording.notes) :])
+
+
+def mended_lines(report: JsonObject) -> list[str]:
+    """The same as text."""
+    return [f"  {note['key']:<8} {note['text']}" for note in report["mended"]]
+
+
+def _notes(notes: Sequence[Note]) -> list[JsonObject]:
+    return [{"key": note.key, "text": note.text} for note in notes]
+
+
 def peak_facts(recording: Recording, options: CheckOptions) -> JsonObject:
-    """The peaks of every joint, or why there are none."""
+    """The peaks of every joint and what was mended for them, or why there are none."""
     try:
         fit = checked(recording, options)
     except DataError as error:
-        return {"peaks": None, "fault": str(error)}
+        return {"peaks": None, "fault": str(error), "mended": []}
     assert fit.stamps is not None
     found = peaks(fit.stamps.seconds(), fit.positions, fit.velocities, fit.accelerations, fit.jerks)
     return {
         "fault": None,
+        "mended": mended(recording, fit),
         "peaks": [
             {
                 "joint": joint,
