@@ -49,7 +49,7 @@ def test_names_without_a_sign_in_the_fonts(tmp_path: Path, here: InProcess) -> N
     assert (run.code, run.err) == (0, "log.csv -> p.png\n")
 
 
-@pytest.mark.parametrize("name", ["p.jpg", "p", "-", "{stem}"])
+@pytest.mark.parametrize("name", ["p.jpg", "p", "{stem}"])
 def test_pictures_of_another_kind(tmp_path: Path, here: InProcess, name: str) -> None:
     (tmp_path / "log.csv").write_text("time_s,a\n0.0,1\n0.1,2\n")
     run = here("plot", "log.csv", "-o", name)

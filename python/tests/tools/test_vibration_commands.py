@@ -201,6 +201,10 @@ WRONG = [
         ["shapers", "--mode", "5", "--plot", "a.gif"],
         "--plot a.gif: no picture has such a suffix; .png, .svg or .pdf",
     ),
+    (
+        ["shapers", "--mode", "5", "--report", "a.png"],
+        "--report a.png: a report has no such suffix; .html was expected",
+    ),
     (["shape", "move.csv", "--mode", "5", "-o", "-", "--json"], "--json -o -: both go to standard output"),
 ]
 

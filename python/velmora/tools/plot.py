@@ -3,9 +3,10 @@
 
 from __future__ import annotations
 
+import sys
 import warnings
 from pathlib import Path
-from typing import TYPE_CHECKING
+from typing import IO, TYPE_CHECKING
 
 import numpy as np
 from numpy.typing import NDArray
@@ -36,8 +37,8 @@ METADATA: dict[str, dict[str, str | None]] = {
 }
 
 
-def draw(data: ReportData, path: str) -> None:
-    """Draw a picture; its format is that of the suffix: png, svg or pdf.
+def draw(data: ReportData, path: str, kind: str | None = None) -> None:
+    """Draw a picture: png, svg or pdf, by the suffix unless `kind` says it; ``-`` is standard output.
 
     One row for each quantity, a colour for each joint, the recording thin and what it was resampled to thick. Where
     samples are denser than pixels every column is drawn from its smallest to its largest value. Gaps are grey, and
@@ -46,13 +47,14 @@ def draw(data: ReportData, path: str) -> None:
     Raises
     ------
     KeyError
-        For another suffix.
+        For another format or suffix.
     """
     from matplotlib import rc_context
     from matplotlib.figure import Figure
 
-    kind = Path(path).suffix[1:].lower()
+    kind = kind or Path(path).suffix[1:].lower()
     metadata = METADATA[kind]
+    target: str | IO[bytes] = sys.stdout.buffer if path == "-" else path
     shown: list[Quantity] = [
         quantity for quantity in QUANTITIES if any(quantity in track.values for _, track in data.tracks())
     ]
@@ -67,7 +69,9 @@ def draw(data: ReportData, path: str) -> None:
         with warnings.catch_warnings():
             # A sign that the fonts at hand lack is drawn as a box.
             warnings.filterwarnings("ignore", message="Glyph .* missing", category=UserWarning)
-            figure.savefig(path, format=kind, dpi=130, metadata=metadata)
+            figure.savefig(target, format=kind, dpi=130, metadata=metadata)
+    if path == "-":
+        sys.stdout.flush()
 
 
 def _draw_quantity(axes: Axes, data: ReportData, quantity: Quantity) -> None:

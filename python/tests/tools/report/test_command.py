@@ -87,3 +87,24 @@ def test_a_picture_needs_no_display(folder: Path, suffix: str, start: bytes) -> 
     done = run(folder, "plot", "log.csv", "--rate", "500", "-l", "limits.yaml", "-o", f"picture.{suffix}")
     assert done.returncode == 0, done.stderr
     assert (folder / f"picture.{suffix}").read_bytes().startswith(start)
+
+
+@pytest.mark.parametrize("name", ["picture.png", "picture", "-"])
+def test_the_format_that_was_asked_for_counts_whatever_the_name(folder: Path, name: str) -> None:
+    done = run(folder, "plot", "log.csv", "--format", "svg", "-o", name)
+    assert done.returncode == 0, done.stderr
+    assert (done.stdout if name == "-" else (folder / name).read_text()).startswith("<?xml")
+
+
+@pytest.mark.parametrize(
+    ("arguments", "expected"),
+    [
+        (("plot", "-o", "-"), "-o -: standard output has no suffix; --format png, svg or pdf was expected\n"),
+        (("report", "-o", "x.png"), "x.png: a report has no such suffix; .html was expected\n"),
+        (("report", "-o", "{stem}.CSV.gz"), "{stem}.CSV.gz: a report has no such suffix; .html was expected\n"),
+    ],
+)
+def test_a_name_of_another_kind_of_file_is_refused(folder: Path, arguments: tuple[str, ...], expected: str) -> None:
+    done = run(folder, arguments[0], "log.csv", *arguments[1:])
+    assert (done.returncode, done.stderr, done.stdout) == (2, expected, "")
+    assert sorted(path.name for path in folder.iterdir()) == ["limits.yaml", "log.csv"]

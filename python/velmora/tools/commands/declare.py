@@ -9,11 +9,13 @@ from typing import Any, TypeVar
 
 import click
 
+from velmora.tools import formats
 from velmora.tools.errors import UsageError
 
 Function = TypeVar("Function", bound=Callable[..., Any])
 
 PICTURES = ("png", "svg", "pdf")
+_PICTURE_SUFFIXES = tuple(f".{kind}" for kind in PICTURES)
 
 
 class FiniteRange(click.FloatRange):
@@ -36,5 +38,11 @@ def with_options(function: Function, options: tuple[Callable[[Function], Functio
 
 def refuse_picture(name: str | None, option: str = "") -> None:
     """Find out before the work whether such a picture can be drawn."""
-    if name is not None and not name.lower().endswith(tuple(f".{kind}" for kind in PICTURES)):
+    if name is not None and not name.lower().endswith(_PICTURE_SUFFIXES):
         raise UsageError(f"{option}{name}: no picture has such a suffix; .png, .svg or .pdf was expected")
+
+
+def refuse_report(name: str | None, option: str = "") -> None:
+    """Refuse a report whose name would be taken for a picture or a recording."""
+    if name is not None and name.lower().endswith(_PICTURE_SUFFIXES + formats.suffixes()):
+        raise UsageError(f"{option}{name}: a report has no such suffix; .html was expected")

@@ -39,7 +39,8 @@ PLURALS: dict[str, Quantity] = {
 }
 # Options that say where to write, not what.
 NOT_SHOWN = ("output", "output-dir", "force", "json", "jobs", "scheduler", "resume", "summary", "format")
-Write = Callable[[ReportData, str], None]
+# What is shown, where it is written, and the format that was asked for.
+Write = Callable[[ReportData, str, str | None], None]
 
 
 @dataclass(frozen=True)
@@ -51,6 +52,7 @@ class DrawingWork:
     resample: ResampleOptions | None
     limits: LimitsFile | None
     write: Write
+    format: str | None
     command: str = field(metadata=NOT_KEYED)
     settings: tuple[Fact, ...]
 
@@ -71,6 +73,7 @@ def drawing_work(ctx: click.Context, values: dict[str, Any], write: Write) -> Dr
         options,
         None if values["limits"] is None else load(values["limits"]),
         write,
+        values.get("output_format"),
         shlex.join(["velmora", *sys.argv[1:]]),
         _settings(ctx, options),
     )
@@ -86,7 +89,7 @@ def work(task: Task, stage: Stage) -> tuple[list[JsonObject], list[str]]:
     for recording in recordings:
         target = of_recording(task.target, group_of(recording), len(recordings) > 1, None)
         data, report = report_data(recording, options, digest)
-        options.write(data, stage.place(target))
+        options.write(data, stage.place(target), options.format)
         warnings += report["warnings"]
         reports.append({**report, "outputs": [target]})
     return reports, warnings

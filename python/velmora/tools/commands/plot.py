@@ -9,6 +9,7 @@ import click
 
 from velmora.tools.commands import common, drawing, reading, resampling
 from velmora.tools.commands.declare import PICTURES, refuse_picture
+from velmora.tools.errors import UsageError
 from velmora.tools.report.data import ReportData
 
 
@@ -24,7 +25,9 @@ Examples:
 @resampling.resampling_options
 @drawing.limits_option
 @common.output_options
-@click.option("--format", "output_format", type=click.Choice(PICTURES), help="Format of the pictures.")
+@click.option(
+    "--format", "output_format", type=click.Choice(PICTURES), help="Format of the pictures; by the suffix otherwise."
+)
 @common.json_option
 @reading.reading_options_beside_rate
 @reading.mending_options
@@ -35,7 +38,10 @@ def command(ctx: click.Context, /, **values: Any) -> int:
 
     With --rate, --sample-time or --samples the picture shows the recording before and after resampling.
     """
-    refuse_picture(values["output"])
+    if values["output_format"] is None:
+        if values["output"] == "-":
+            raise UsageError("-o -: standard output has no suffix; --format png, svg or pdf was expected")
+        refuse_picture(values["output"])
     suffix = f".{values['output_format'] or 'png'}"
     result = common.run_output(ctx, drawing.work, drawing.drawing_work(ctx, values, write), values, suffix)
     if values["as_json"]:
@@ -47,8 +53,8 @@ def command(ctx: click.Context, /, **values: Any) -> int:
     return result.exit_code
 
 
-def write(data: ReportData, path: str) -> None:
+def write(data: ReportData, path: str, kind: str | None) -> None:
     """Draw the picture."""
     from velmora.tools.plot import draw
 
-    draw(data, path)
+    draw(data, path, kind)

@@ -8,6 +8,7 @@ from typing import Any
 import click
 
 from velmora.tools.commands import common, drawing, reading, resampling
+from velmora.tools.commands.declare import refuse_report
 from velmora.tools.output import write_bytes
 from velmora.tools.report.data import ReportData
 
@@ -34,6 +35,7 @@ def command(ctx: click.Context, /, **values: Any) -> int:
 
     With --rate, --sample-time or --samples it shows the recording before and after resampling.
     """
+    refuse_report(values["output"])
     result = common.run_output(ctx, drawing.work, drawing.drawing_work(ctx, values, write), values, ".html")
     if values["as_json"]:
         common.print_json(ctx, result)
@@ -44,7 +46,7 @@ def command(ctx: click.Context, /, **values: Any) -> int:
     return result.exit_code
 
 
-def write(data: ReportData, path: str) -> None:
+def write(data: ReportData, path: str, _: str | None) -> None:
     """Write the HTML."""
     from velmora.tools.report import build
 

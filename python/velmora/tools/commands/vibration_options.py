@@ -17,7 +17,7 @@ import velmora
 from velmora.tools import config, formats, output
 from velmora.tools.batch.tasks import JsonObject, digest_of
 from velmora.tools.commands import common, reading
-from velmora.tools.commands.declare import FiniteRange, Function, refuse_picture, with_options
+from velmora.tools.commands.declare import FiniteRange, Function, refuse_picture, refuse_report, with_options
 from velmora.tools.errors import DataError, UsageError
 from velmora.tools.operations.checked import checked
 from velmora.tools.recording import Recording
@@ -186,11 +186,12 @@ def print_json(ctx: click.Context, content: JsonObject) -> None:
 
 
 def refuse_outputs(values: dict[str, Any], *more: str | None) -> None:
-    """Refuse outputs that exist, and pictures of unknown kinds, before any work is done."""
+    """Refuse outputs that exist, and names of another kind of file, before any work is done."""
     for path in (values["plot"], values["report"], *more):
         if path is not None:
             output.refuse_existing(path, values["force"])
     refuse_picture(values["plot"], "--plot ")
+    refuse_report(values["report"], "--report ")
 
 
 def write_picture(figure: Figure, path: str, force: bool) -> None:
