@@ -74,6 +74,29 @@ def test_pieces_keep_their_place_in_time(folder: Path) -> None:
     assert all(7.0 < violation["from"] < violation["to"] < 7.7 for violation in meta["violations"])
 
 
+def test_gaps_are_judged_without_a_grid_as_with_one(folder: Path) -> None:
+    gaps = []
+    for longest in ("0.01", "1"):
+        done = run(folder, "report", "log.csv", "--max-gap", longest, "--force", "-o", "report.html")
+        assert done.returncode == 0, done.stderr
+        meta, _ = read((folder / "report.html").read_bytes())
+        gaps.append(len(meta["gaps"]))
+    assert gaps[0] > gaps[1] == 0
+    assert run(folder, "plot", "log.csv", "--gaps", "error", "--max-gap", "1", "-o", "p.png").returncode == 0
+    refused = run(folder, "plot", "log.csv", "--gaps", "error", "-o", "q.png")
+    assert (refused.returncode, refused.stderr) == (
+        1,
+        "log.csv:581: 1 gap, the first after 2.308197 s, 0.055951 s long; no step over 0.03998 s was expected; --gaps "
+        "bridge or split, --max-gap\n",
+    )
+
+
+def test_columns_are_checked_without_a_grid_too(folder: Path) -> None:
+    refused = run(folder, "plot", "log.csv", "--columns", "efforts", "-o", "p.png")
+    assert refused.returncode == 2
+    assert refused.stderr.startswith("--columns: 'efforts' is not known")
+
+
 def test_the_same_command_writes_the_same_bytes(folder: Path) -> None:
     pages = []
     for _ in range(2):

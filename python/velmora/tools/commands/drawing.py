@@ -24,7 +24,7 @@ from velmora.tools.commands.resample import group_of
 from velmora.tools.operations.check import Verdict, check
 from velmora.tools.operations.checked import CheckOptions, checked
 from velmora.tools.operations.facts import facts, peak_facts
-from velmora.tools.operations.gaps import find_gaps
+from velmora.tools.operations.gaps import find_gaps, refuse_gaps
 from velmora.tools.operations.limits import UNBOUNDED, JointLimits, LimitsFile, for_joints, load
 from velmora.tools.operations.resample import QUANTITIES, Resampled, ResampleOptions, resample, trajectory_of
 from velmora.tools.options import ReadOptions
@@ -51,6 +51,8 @@ class DrawingWork:
     check: CheckOptions
     resample: ResampleOptions | None
     limits: LimitsFile | None
+    max_gap_s: float | None
+    refuse_gaps: bool
     write: Write
     format: str | None
     command: str = field(metadata=NOT_KEYED)
@@ -72,6 +74,8 @@ def drawing_work(ctx: click.Context, values: dict[str, Any], write: Write) -> Dr
         reading.check_options(values),
         options,
         None if values["limits"] is None else load(values["limits"]),
+        values["max_gap"],
+        values["gaps"] == "error",
         write,
         values.get("output_format"),
         shlex.join(["velmora", *sys.argv[1:]]),
@@ -99,7 +103,9 @@ def report_data(recording: Recording, options: DrawingWork, digest: str) -> tupl
     """All that is shown of one recording, and the same for JSON."""
     fit = checked(recording, options.check)
     before = trajectory_of(fit)
-    gaps = find_gaps(before.time, None if options.resample is None else options.resample.max_gap_s)
+    gaps = find_gaps(before.time, options.max_gap_s)
+    if options.refuse_gaps:
+        refuse_gaps(fit, gaps)
     # All derivatives of the spline, whether they are written or not.
     pieces = [] if options.resample is None else resample(fit, options.resample, also=QUANTITIES)
     limits = None if options.limits is None else for_joints(options.limits, recording.source, recording.joints)

@@ -77,6 +77,7 @@ def resampling_options(function: Function) -> Function:
 def resample_options(ctx: click.Context, values: dict[str, Any], *, required: bool) -> ResampleOptions | None:
     """The options out of the values of a command; None where no grid is asked for and none is required."""
     chosen = config.only_one(ctx, SPACINGS, required)
+    quantities = columns(values["columns"])
     if chosen is None:
         return None
     value = values[chosen]
@@ -91,7 +92,7 @@ def resample_options(ctx: click.Context, values: dict[str, Any], *, required: bo
         method=values["method"],
         grid=values["grid"],
         strict=values["strict"],
-        columns=columns(values["columns"]),
+        columns=quantities,
         gaps=values["gaps"],
         max_gap_s=values["max_gap"],
         max_samples=values["max_samples"],

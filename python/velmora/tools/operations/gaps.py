@@ -9,7 +9,9 @@ from dataclasses import dataclass, replace
 import numpy as np
 from numpy.typing import NDArray
 
+from velmora.tools.errors import DataError
 from velmora.tools.recording import Recording, Stamps
+from velmora.tools.text import count, seconds_text
 
 # A step is a gap where it is longer than this many median steps, unless the user says how long a gap is.
 GAP_IN_MEDIAN_STEPS = 10.0
@@ -57,6 +59,16 @@ def find_gaps(times_s: NDArray[np.float64], max_gap_s: float | None = None) -> G
         threshold_s = np.inf
     before = np.flatnonzero(steps_s > threshold_s)
     return Gaps(threshold_s, before, times_s[before], times_s[before + 1])
+
+
+def refuse_gaps(recording: Recording, gaps: Gaps) -> None:
+    """Raise a data error that names the first of the gaps, if there is one."""
+    if len(gaps) > 0:
+        raise DataError(
+            f"{recording.source}:{recording.rows[gaps.before[0] + 1]}: {count(len(gaps), 'gap')}, the first after "
+            f"{seconds_text(float(gaps.starts_s[0]))} s, {gaps.ends_s[0] - gaps.starts_s[0]:.6g} s long; no step over "
+            f"{gaps.threshold_s:.6g} s was expected; --gaps bridge or split, --max-gap"
+        )
 
 
 def split(recording: Recording, gaps: Gaps) -> list[Recording]:

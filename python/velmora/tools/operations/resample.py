@@ -13,11 +13,11 @@ from numpy.typing import NDArray
 import velmora as vm
 from velmora.tools.errors import DataError, UsageError
 from velmora.tools.operations.finite import all_finite
-from velmora.tools.operations.gaps import Gaps, find_gaps, split
+from velmora.tools.operations.gaps import Gaps, find_gaps, refuse_gaps, split
 from velmora.tools.operations.on_grid import Joints, OnGrid, Run, put_on_grid
 from velmora.tools.operations.peaks import Peaks
 from velmora.tools.recording import Note, Recording, Stamps
-from velmora.tools.text import count, seconds_text, size_text
+from velmora.tools.text import count, size_text
 
 Method = Literal["linear", "cubic"]
 GridMode = Literal["exact_dt_append_endpoint", "exact_dt_trim", "exact_duration_adjust_dt", "exact_dt_extend_endpoint"]
@@ -154,13 +154,8 @@ def resample_from(
         held.append(recording)
         del recording
         return [_resample_piece(held, options, wanted, gaps, with_peaks)]
-    first = int(gaps.before[0])
     if options.gaps == "error":
-        raise DataError(
-            f"{recording.source}:{recording.rows[first + 1]}: {count(len(gaps), 'gap')}, the first after "
-            f"{seconds_text(float(gaps.starts_s[0]))} s, {gaps.ends_s[0] - gaps.starts_s[0]:.6g} s long; no step over "
-            f"{gaps.threshold_s:.6g} s was expected; --gaps bridge or split, --max-gap"
-        )
+        refuse_gaps(recording, gaps)
     none = find_gaps(np.empty(0))
     return [_resample_piece([piece], options, wanted, none, with_peaks) for piece in split(recording, gaps)]
 
