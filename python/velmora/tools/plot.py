@@ -42,7 +42,7 @@ def draw(data: ReportData, path: str, kind: str | None = None) -> None:
 
     One row for each quantity, a colour for each joint, the recording thin and what it was resampled to thick. Where
     samples are denser than pixels every column is drawn from its smallest to its largest value. Gaps are grey, and
-    lines end there; what limits exclude is shaded, and what lies there is red. Complexity: O(N J).
+    the recording's lines end there; what limits exclude is shaded, and what lies there is red. Complexity: O(N J).
 
     Raises
     ------

@@ -3,7 +3,6 @@
 
 from __future__ import annotations
 
-import re
 from dataclasses import replace
 from pathlib import Path
 from typing import Any
@@ -35,57 +34,6 @@ def test_it_draws_without_errors_and_without_asking_for_anything(
     assert opened.page.evaluate("document.documentElement.scrollWidth") <= viewport["width"]
     assert opened.said == []
     assert opened.asked == [file.as_uri()]
-
-
-def test_the_pointer_shows_the_values_of_all_quantities(opening: Any, file: Path) -> None:
-    data = sample_data()
-    opened = opening(file)
-    opened.page.mouse.move(*opened.over(1, 0.5))
-    opened.settle()
-    caption = opened.page.locator("#where").inner_text()
-    assert caption.startswith("t = ")
-    time_s = float(caption.split()[2])
-    assert data.after is not None
-    nearest = abs(data.after.times - time_s).argmin()
-    cells = opened.page.locator("#values tbody tr").nth(1).locator("td")
-    for column, quantity in enumerate(("positions", "velocities", "accelerations")):
-        values = data.after.values[quantity][:, 1]
-        near = values[max(0, nearest - 4) : nearest + 5]
-        shown = float(cells.nth(column).locator(".after").inner_text().split("±")[0].replace("−", "-"))
-        assert near.min() - 0.01 <= shown <= near.max() + 0.01
-        assert cells.nth(column).locator(".before").inner_text() != ""
-    opened.page.mouse.move(5, 5)
-    opened.settle()
-    assert opened.page.locator("#where").inner_text() == "point at a curve to read its values"
-
-
-def test_on_a_telephone_the_values_stand_below_the_chart(opening: Any, file: Path) -> None:
-    opened = opening(file, TELEPHONE)
-    for share in (0.4, 0.5):  # again, since lines of text must not push the chart away from the pointer
-        opened.page.mouse.move(*opened.over(1, share))
-        opened.settle()
-        assert re.match(r"[\d.]+ s: joint_1 -?[\d.]+", opened.page.locator("#charts .readout").nth(1).inner_text())
-        assert opened.page.evaluate("velmoraReport.charts[2].plot.cursor.left") > 0
-
-
-def test_axes_tell_times_apart_far_from_zero(opening: Any, tmp_path: Path) -> None:
-    data = sample_data(2000)
-    assert data.after is not None
-    late = [replace(track, times=track.times + 86_400.0) for track in (data.before, data.after)]
-    path = tmp_path / "late.html"
-    path.write_bytes(build(replace(data, before=late[0], after=late[1], violations=())))
-    opened = opening(path)
-    opened.page.evaluate("velmoraReport.zoomTo(null, {from: 86400, to: 86400.5})")
-    opened.settle()
-    words = opened.page.evaluate("velmoraReport.charts[0].plot.axes[0]._values")
-    assert len(set(words)) == len(words) > 3
-    # Each word is the value at its line.
-    for axis in range(2):
-        lines, words = opened.page.evaluate(
-            "(axis) => { const a = velmoraReport.charts[3].plot.axes[axis]; return [a._splits, a._values]; }", axis
-        )
-        assert [float(word) for word in words] == pytest.approx(lines, rel=1e-12, abs=1e-9)
-    assert opened.said == []
 
 
 def test_a_drag_zooms_all_charts_and_a_double_click_shows_the_whole(opening: Any, file: Path) -> None:

@@ -41,6 +41,14 @@ function nearest(track, time) {
   return k;
 }
 
+// Whether the track has nothing at a time: it lies in a gap, or beyond the ends, and no sample is as near as `reach`.
+function isEmpty(track, time, reach) {
+  const next = upperBound(track.start, time);
+  const since = next > 0 ? time - track.end[next - 1] : Infinity;
+  const until = next < track.start.length ? track.start[next] - time : Infinity;
+  return Math.min(since, until) > reach;
+}
+
 // Pixels of values: as uPlot's valToPos, which looks up the scale anew for each of thousands of points.
 function mapped(u, key, start, end) {
   const { min, max, distr } = u.scales[key];

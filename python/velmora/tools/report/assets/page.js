@@ -27,6 +27,11 @@ class Page {
     this.pointedX = null;
   }
 
+  // How far from a sample the pointer still means it: about a pixel, or half a step.
+  reach() {
+    return Math.max((this.view.to - this.view.from) / 600, this.step / 2);
+  }
+
   isShown(line) {
     return this.shownTracks[line.owner] && (line.joint === null || this.joints[line.joint]);
   }

@@ -81,7 +81,8 @@ class Panel {
         for (const line of column.lines) {
           if (line.joint !== joint) continue;
           const slot = line.faint ? "before" : "after";
-          texts[slot] = time === null || !this.page.isShown(line) ? "" : this.valueAt(line, time);
+          if (time === null || !this.page.isShown(line)) continue;
+          texts[slot] = isEmpty(line.track, time, this.page.reach()) ? "–" : this.valueAt(line, time);
         }
         this.rows[joint][c].after.textContent = texts.after;
         this.rows[joint][c].before.textContent = texts.before;
@@ -103,6 +104,7 @@ class Panel {
 
   samples(time) {
     const track = this.page.tracks[this.page.tracks.length - 1];
+    if (isEmpty(track, time, this.page.reach())) return ", no sample";
     const k = nearest(track, time);
     const next = k + 1 < track.first.length ? track.first[k + 1] : track.samples;
     const first = track.first[k] + 1;
