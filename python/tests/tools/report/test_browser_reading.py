@@ -11,7 +11,7 @@ from typing import Any
 import numpy as np
 import pytest
 from report_sample import sample_data, values_at
-from velmora.tools.report import Track, build
+from velmora.tools.report import Curve, Plot, ReportData, Section, Track, build
 
 TELEPHONE = {"width": 390, "height": 844}
 
@@ -94,3 +94,51 @@ def test_the_pointer_shows_no_values_in_a_gap(opening: Any, tmp_path: Path) -> N
         point_at(opened, 0, start_s - 0.2)
         assert ", sample" in where.inner_text()
         assert "–" not in cell.inner_text()
+
+
+def words_of(opened: Any, chart: int) -> list[str]:
+    """The words of a chart's y axis, all of which the axis has room for."""
+    found = opened.page.evaluate(
+        """(chart) => {
+          const { plot } = velmoraReport.charts[chart];
+          const axis = plot.axes[1];
+          plot.ctx.font = axis.font[0];
+          const words = axis._values.filter((word) => word);
+          return [words, words.map((word) => plot.ctx.measureText(word).width / devicePixelRatio), axis._size - 15];
+        }""",
+        chart,
+    )
+    words, widths, room = found
+    assert words
+    assert max(widths) <= room
+    return list(words)
+
+
+@pytest.mark.parametrize(("size", "at"), [(1e-9, 0.0), (1.0, 1e6), (1e9, 0.0), (1e5, 1e9), (1.0, 1e7)])
+def test_words_of_an_axis_have_room_and_differ(opening: Any, tmp_path: Path, size: float, at: float) -> None:
+    times = np.arange(200) * 0.01
+    values = {"positions": at + size * values_at(times, 1)["positions"]}
+    x = np.linspace(1.0, 100.0, 50)
+    curve = Curve("a", x, size * x**-4.0)
+    sections = (Section("Spectrum", plot=Plot("x", "y", (curve,), log_x=True, log_y=True)),)
+    path = tmp_path / "axes.html"
+    path.write_bytes(build(ReportData("x", ("a",), Track(times, values), sections=sections)))
+    opened = opening(path)
+    words = words_of(opened, 0)
+    assert len(set(words)) == len(words) > 2
+    lines = opened.page.evaluate("velmoraReport.charts[0].plot.axes[1]._splits")
+    assert [float(word) for word in words] == pytest.approx(lines, rel=1e-12, abs=1e-9 * size)
+    words = words_of(opened, 2)
+    assert len(set(words)) == len(words) > 2
+
+
+def test_the_step_of_an_even_clock_is_flat(opening: Any, tmp_path: Path) -> None:
+    """Its rounding is no unevenness to look at."""
+    times = np.arange(2000) * 0.01
+    assert np.ptp(np.diff(times)) > 0.0
+    path = tmp_path / "even.html"
+    path.write_bytes(build(ReportData("x", ("a",), Track(times, values_at(times, 1)))))
+    opened = opening(path)
+    words = words_of(opened, 4)
+    assert len(set(words)) == len(words)
+    assert "10.0" in words or "10.00" in words

@@ -37,15 +37,34 @@ function decades(min, max) {
   return found;
 }
 
-// Words of an axis, with the digits that tell them apart; on logarithmic axes only at 1, 2 and 5.
-function labels(splits, increment, log) {
+// Words of an axis, with the digits that tell them apart.
+function labels(splits, increment) {
   const power = Math.floor(Math.log10(increment) + 1e-9);
   const half = Math.abs(increment / 10 ** power - 2.5) < 0.01 ? 1 : 0; // steps of 2.5 have a digit more
-  const digits = log ? 0 : Math.max(0, half - power);
+  const digits = Math.max(0, half - power);
   return splits.map((value) => {
-    if (value === null || (log && !/^[125]e/.test(value.toExponential()))) return "";
-    return log || digits > 9 || Math.abs(value) >= 1e7 ? shown(value) : value.toFixed(digits);
+    if (value === null) return "";
+    if (digits <= 9 && Math.abs(value) < 1e7) return value.toFixed(digits);
+    const lead = Math.floor(Math.log10(Math.abs(value)) + 1e-9);
+    return Math.abs(value) < increment / 2 ? "0" : value.toExponential(Math.max(0, half - power + lead));
   });
+}
+
+// Words of a logarithmic axis: at 1, 2 and 5.
+function logLabels(splits) {
+  return splits.map((value) => {
+    if (value === null || !/^[125]e/.test(value.toExponential())) return "";
+    return value >= 1e6 || value < 1e-4 ? value.toExponential(0) : String(value);
+  });
+}
+
+// Width of the y axis: the same for all charts, unless a word takes more.
+function widthOf(u, words, index, cycle) {
+  const axis = u.axes[index];
+  if (cycle > 1) return axis._size; // uPlot asks again until nothing changes
+  u.ctx.font = axis.font[0];
+  const widest = Math.max(0, ...(words || []).map((word) => u.ctx.measureText(word).width / uPlot.pxRatio));
+  return Math.max(62, Math.ceil(axis.ticks.size + axis.gap + widest));
 }
 
 // The joints that share a limit, by its value.
@@ -103,7 +122,7 @@ class Chart {
         },
         axes: [
           { ...axis, font, size: 34, ...this.ticks(this.logX) },
-          { ...axis, font, size: 62, ...this.ticks(this.logY) },
+          { ...axis, font, size: widthOf, ...this.ticks(this.logY) },
         ],
         series: [{}, ...series],
         cursor: {
@@ -129,8 +148,8 @@ class Chart {
   // Where an axis has lines, and their words. uPlot's own logarithmic lines do not end for ranges that do not begin at a
   // power of ten.
   ticks(log) {
-    const values = (u, splits, axis, space, step) => labels(splits, step, log);
-    return log ? { values, splits: (u, axis, min, max) => decades(min, max) } : { values };
+    if (!log) return { values: (u, splits, axis, space, step) => labels(splits, step) };
+    return { values: (u, splits) => logLabels(splits), splits: (u, axis, min, max) => decades(min, max) };
   }
 
   colour(line) {
@@ -170,7 +189,9 @@ class Chart {
       if (bound.upper !== null && (this.page.wholeLimits || bound.upper - high < reach)) high = Math.max(high, bound.upper);
       if (bound.lower !== null && (this.page.wholeLimits || low - bound.lower < reach)) low = Math.min(low, bound.lower);
     }
-    const margin = (high - low) * 0.06 || Math.abs(high) * 0.01 || 1;
+    const size = Math.max(Math.abs(low), Math.abs(high));
+    const isFlat = high - low < 1e-7 * size; // but for rounding
+    const margin = (isFlat ? size * 0.01 : (high - low) * 0.06) || 1;
     return [low - margin, high + margin];
   }
 
