@@ -75,6 +75,8 @@ BOOKKEEPING = (
     "done",
     "reward",
 )
+# Those of them whose values part a table of several recordings.
+EPISODES = ("episode_index", "episode", "episode_id")
 # The word that the tool writes after a joint's name, for each quantity.
 WRITTEN_WORDS: dict[str, str] = dict(
     zip(QUANTITIES, ("position", "velocity", "acceleration", "jerk", "effort"), strict=True)

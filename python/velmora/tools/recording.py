@@ -46,12 +46,19 @@ class Group(NamedTuple):
 
 @dataclass(frozen=True)
 class Layout:
-    """The form that the file gave to the data, so that the same form can be written again."""
+    """The form that the file gave to the data, so that the same form can be written again.
+
+    Attributes
+    ----------
+    episodes
+        A column that was left out, whose values may tell recordings apart.
+    """
 
     format: str
     columns: tuple[Column, ...] = ()
     topic: str = ""
     message_type: str = ""
+    episodes: str = ""
 
 
 @dataclass(frozen=True)

@@ -53,6 +53,20 @@ def test_what_is_left_out_is_said_once() -> None:
     assert left_out("in/log.csv", parts) == ["in/log.csv: columns left out: 'stamp', 'note'"]
 
 
+def test_a_column_without_a_name_is_left_out_and_said() -> None:
+    for text, said in (
+        ("time,,a\n0.0,1,2\n0.1,3,4\n", "left out: column 2 without a name"),
+        ("time,,a,,b\n0.0,1,2,x,3\n0.1,3,4,,5\n", "left out: columns 2, 4 without a name"),
+    ):
+        parts = csv_reader.parse("log.csv", text.encode(), ReadOptions())
+        assert left_out("log.csv", parts) == [f"log.csv: columns {said}"]
+
+
+@pytest.mark.parametrize("text", ["time,a,\n0.0,1,\n0.1,2,\n", "time,a\n0.0,1,\n0.1,2,\n"])
+def test_a_separator_at_the_end_of_every_line_is_no_column(text: str) -> None:
+    assert left_out("log.csv", csv_reader.parse("log.csv", text.encode(), ReadOptions())) == []
+
+
 def test_whole_numbers_beyond_doubles_are_told(tmp_path: Path) -> None:
     path = str(tmp_path / "in.parquet")
     columns = [pa.array([0.0, 0.25]), pa.array([2**53 + 1, 3]), pa.array([2**53, None]), pa.array([1.0, 2.0])]

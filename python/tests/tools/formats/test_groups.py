@@ -12,6 +12,7 @@ import pytest
 from support import velmora
 from velmora.tools.errors import DataError
 from velmora.tools.formats import is_table, read, write_groups
+from velmora.tools.operations.checked import CheckOptions, checked
 from velmora.tools.options import ReadOptions, WriteOptions
 from velmora.tools.recording import Group
 
@@ -96,3 +97,14 @@ def test_the_command_makes_one_table_or_a_file_of_each_group(tmp_path: Path) -> 
     assert {path.name for path in tmp_path.iterdir()} == {
         "d.parquet", "o.parquet", "0.csv", "1.csv", "x_0.npz", "x_1.npz"
     }  # fmt: skip
+
+
+@pytest.mark.parametrize("name", ["episode_index", "Episode"])
+def test_falling_times_of_episodes_point_to_their_column(tmp_path: Path, name: str) -> None:
+    (tmp_path / "x.csv").write_text(f"time,frame_index,{name},a\n0.0,0,0,1\n0.1,1,0,2\n0.0,0,1,3\n0.1,1,1,4\n")
+    (whole,) = read(str(tmp_path / "x.csv"), ReadOptions())
+    with pytest.raises(DataError, match=rf"; --group-by {name} makes a recording of every episode$"):
+        checked(whole, CheckOptions())
+    for part in read(str(tmp_path / "x.csv"), ReadOptions(group_by=name)):
+        assert checked(part, CheckOptions()).rows.tolist() == part.rows.tolist()
+        assert part.layout.episodes == ""

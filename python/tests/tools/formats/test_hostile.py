@@ -115,7 +115,7 @@ def test_empty_files_and_folders(tmp_path: Path, suffix: str) -> None:
 
 def test_a_header_of_ten_million_columns(tmp_path: Path) -> None:
     data = b"time" + b",a" * 10_000_000 + b"\n"
-    with pytest.raises(DataError, match=r"^x.csv:1: there are [\d,]+ columns; at most 10,000 were expected$"):
+    with pytest.raises(DataError, match=r"^x.csv:1: there are at least [\d,]+ columns; at most 10,000 were expected$"):
         csv_reader.parse("x.csv", data, ReadOptions())
     wide = pa.table({f"j{k}": [0.0] for k in range(10_001)})
     pq.write_table(wide, tmp_path / "x.parquet")
@@ -123,10 +123,17 @@ def test_a_header_of_ten_million_columns(tmp_path: Path) -> None:
         read(str(tmp_path / "x.parquet"), ReadOptions())
 
 
+def test_columns_of_one_line_are_counted_and_that_line_is_named() -> None:
+    for columns in (20_000, 2_000_000):
+        data = b"# log\n" + b",".join([b"a"] * columns) + b"\n" + b"1,2\n" * 10
+        with pytest.raises(DataError, match=rf"^x.csv:2: there are {columns:,} columns; at most 10,000 were expected$"):
+            csv_reader.parse("x.csv", data, ReadOptions())
+
+
 def test_numbers_of_a_megabyte() -> None:
     number = b"1" * (1 << 20)
     with pytest.raises(
-        DataError, match=r"^x.csv:1: a line is longer than 1,048,576 characters; lines of numbers were expected$"
+        DataError, match=r"^x.csv:2: a line is longer than 1,048,576 characters; lines of numbers were expected$"
     ):
         csv_reader.parse("x.csv", b"time,a\n0.0," + number + b"\n", ReadOptions())
     lines = b"".join(b"%d.5,1\n" % k for k in range(100))

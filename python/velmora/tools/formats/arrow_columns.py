@@ -161,7 +161,7 @@ def assembled(
         rows=rows,
         missing=matrices.missing,
         notes=tuple(notes),
-        layout=Layout(format_, chosen.columns),
+        layout=Layout(format_, chosen.columns, episodes=chosen.episodes),
         group=None,
     )
 

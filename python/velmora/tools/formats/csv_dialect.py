@@ -126,9 +126,11 @@ def recognise(source: str, head: str, whole: bool) -> Dialect:
     data: list[tuple[int, str]] = []
     for index, line in enumerate(_lines(head, whole)):
         if line is None or (len(line) > MAX_LINE and index < _SAMPLE_LINES):
-            check_width(source, 1 + head.count(",") + head.count(";") + head.count("\t"))
+            text = head if line is None else line
+            columns = 1 + text.count(",") + text.count(";") + text.count("\t")
+            check_width(source, columns, row=index + 1, whole=line is not None)
             raise DataError(
-                f"{source}:1: a line is longer than {MAX_LINE:,} characters; lines of numbers were expected"
+                f"{source}:{index + 1}: a line is longer than {MAX_LINE:,} characters; lines of numbers were expected"
             )
         line = line.strip(" \r\v\f")
         if not line.strip() or (index == 0 and _SPREADSHEET_HINT.fullmatch(line)):
@@ -144,7 +146,7 @@ def recognise(source: str, head: str, whole: bool) -> Dialect:
         raise DataError(f"{source}: there are no lines of data; a table of numbers was expected")
     texts = [line for _, line in data]
     separator = _separator(texts)
-    check_width(source, texts[0].count(separator) + 1 if separator else 1)
+    check_width(source, texts[0].count(separator) + 1 if separator else 1, row=data[0][0] + 1)
     rows = [split(line, separator) for line in texts]
     # The rows below a header and its units show what numbers look like.
     decimal = "," if separator not in (",", "") and _has_decimal_commas(rows[min(2, len(rows) - 1) :]) else "."

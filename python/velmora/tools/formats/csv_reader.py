@@ -46,7 +46,10 @@ def parse(source: str, data: bytes, options: ReadOptions) -> list[Recording]:
     head = data[:_HEAD].replace(b"\r\n", b"\n").replace(b"\r", b"\n").decode("utf-8", "replace")
     dialect = csv_dialect.recognise(source, head, len(data) <= _HEAD)
     told_by = "its name" if dialect.names is not None else "its rising numbers"
-    fields = [Field(name, _is_numeric(dialect, index), told_by=told_by) for index, name in enumerate(_names(dialect))]
+    fields = [
+        Field(name, _is_numeric(dialect, index), told_by=told_by, empty=_is_empty(dialect, index))
+        for index, name in enumerate(_names(dialect))
+    ]
     chosen = plan(source, fields, options)
     start = _line_start(data, dialect.first_line)
     types = _types(dialect, chosen)
@@ -94,6 +97,10 @@ def _names(dialect: Dialect) -> list[str]:
     if width > 1 and all(before < after for before, after in pairwise(first)) and first:
         return ["time", *(f"joint_{joint}" for joint in range(1, width))]
     return [f"joint_{joint}" for joint in range(1, width + 1)]
+
+
+def _is_empty(dialect: Dialect, column: int) -> bool:
+    return all(row[column] in EMPTY_CELLS for row in dialect.sample if column < len(row))
 
 
 def _is_numeric(dialect: Dialect, column: int) -> bool:

@@ -12,6 +12,7 @@ from typing import NamedTuple
 
 from velmora.tools.columns import (
     BOOKKEEPING,
+    EPISODES,
     NANOSECOND_NAMES,
     SECOND_NAMES,
     Meaning,
@@ -21,7 +22,7 @@ from velmora.tools.columns import (
 from velmora.tools.errors import DataError, UsageError
 from velmora.tools.options import ReadOptions
 from velmora.tools.recording import QUANTITIES, Column, Note
-from velmora.tools.text import listed, nearest, quoted
+from velmora.tools.text import listed, named, nearest, quoted
 
 MAX_COLUMNS = 10_000
 RADIANS_PER_DEGREE = math.pi / 180.0
@@ -35,6 +36,7 @@ class Field(NamedTuple):
     elements: int | None = None  # length of the lists that it holds
     unit: str | None = None  # of times, where the column's type says it
     told_by: str = "its name"  # what makes a clock of it
+    empty: bool = False  # as far as was looked
 
 
 class Cell(NamedTuple):
@@ -59,6 +61,8 @@ class Plan:
         Unit of the times where the options, the name or the type say it.
     group
         The field whose values make recordings of their own.
+    episodes
+        Name of a field that is left out and might have been `group`.
     """
 
     time: tuple[int, ...]
@@ -68,12 +72,17 @@ class Plan:
     columns: tuple[Column, ...]
     notes: tuple[Note, ...]
     group: int | None = None
+    episodes: str = ""
 
 
-def check_width(source: str, columns: int) -> None:
-    """Refuse tables that are wider than any robot, before anything is made of their names."""
+def check_width(source: str, columns: int, *, row: int = 1, whole: bool = True) -> None:
+    """Refuse tables that are wider than any robot, before anything is made of their names.
+
+    `whole` says whether all columns were counted.
+    """
     if columns > MAX_COLUMNS:
-        raise DataError(f"{source}:1: there are {columns:,} columns; at most {MAX_COLUMNS:,} were expected")
+        number = f"{'' if whole else 'at least '}{columns:,}"
+        raise DataError(f"{source}:{row}: there are {number} columns; at most {MAX_COLUMNS:,} were expected")
 
 
 def plan(source: str, fields: Sequence[Field], options: ReadOptions) -> Plan:
@@ -143,9 +152,7 @@ def plan(source: str, fields: Sequence[Field], options: ReadOptions) -> Plan:
         notes.append(Note("units", "degrees became radians (--degrees)"))
     elif degrees:
         notes.append(Note("units", f"degrees became radians by the names {listed(degrees)}"))
-    left = [field.name for index, field in enumerate(fields) if index not in used and field.name]
-    if left:
-        notes.append(Note("columns", f"left out: {listed(left)}"))
+    notes += _left_out(fields, used)
     if not cells["positions"]:
         raise DataError(
             f"{source}: no column holds positions of a joint; a column per joint was expected; "
@@ -160,7 +167,24 @@ def plan(source: str, fields: Sequence[Field], options: ReadOptions) -> Plan:
         tuple(column for _, _, column in columns),
         tuple(notes),
         group,
+        next((field.name for index, field in enumerate(fields) if _tells_episodes(field) and index not in used), ""),
     )
+
+
+def _left_out(fields: Sequence[Field], used: set[int | None]) -> list[Note]:
+    """Notes of the columns that are not read; one without a name and without values is a separator at a line's end."""
+    left = [(number, field) for number, field in enumerate(fields, 1) if number - 1 not in used]
+    names = [field.name for _, field in left if field.name]
+    nameless = [str(number) for number, field in left if not field.name and not field.empty]
+    notes = [Note("columns", f"left out: {listed(names)}")] if names else []
+    if nameless:
+        columns = "column" if len(nameless) == 1 else "columns"
+        notes.append(Note("columns", f"left out: {columns} {named(nameless, 5)} without a name"))
+    return notes
+
+
+def _tells_episodes(field: Field) -> bool:
+    return field.name.lower() in EPISODES
 
 
 def _clock(source: str, fields: Sequence[Field], options: ReadOptions) -> tuple[tuple[int, ...], str | None, str]:

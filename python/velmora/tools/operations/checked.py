@@ -12,8 +12,8 @@ from numpy.typing import NDArray
 from velmora.tools.errors import DataError
 from velmora.tools.operations.finite import all_finite
 from velmora.tools.operations.gaps import take
-from velmora.tools.recording import Note, Recording, Stamps
-from velmora.tools.text import count, quoted, seconds_text
+from velmora.tools.recording import Layout, Note, Recording, Stamps
+from velmora.tools.text import count, printable, quoted, seconds_text
 
 FULL_TURN_RAD = 2.0 * np.pi
 
@@ -136,11 +136,7 @@ def _with_increasing_times(recording: Recording, options: CheckOptions) -> Recor
         raise DataError(
             f"{_at(recording, fault)}: the time falls from {seconds_text(stamps[fault - 1])} s in row "
             f"{recording.rows[fault - 1]} to {seconds_text(stamps[fault])} s; increasing times were expected; "
-            + (
-                "--time-from log takes the times of the recording"
-                if recording.layout.topic
-                else "--time-column may name a better clock"
-            )
+            f"{_advice_on_falling_times(recording.layout)}"
         )
     if options.duplicate_times == "error":
         raise DataError(
@@ -149,6 +145,14 @@ def _with_increasing_times(recording: Recording, options: CheckOptions) -> Recor
             "one of them"
         )
     return _merged(recording, repeats, options.duplicate_times)
+
+
+def _advice_on_falling_times(layout: Layout) -> str:
+    if layout.topic:
+        return "--time-from log takes the times of the recording"
+    if layout.episodes:
+        return f"--group-by {printable(layout.episodes)} makes a recording of every episode"
+    return "--time-column may name a better clock"
 
 
 def _merged(recording: Recording, repeats: NDArray[np.bool_], how: str) -> Recording:
