@@ -13,7 +13,7 @@ from xml.etree import ElementTree
 import jsonschema
 import pytest
 import velmora as vm
-from support import ROOT, SAMPLE, environment, velmora, write_log
+from support import ROOT, SAMPLE, InProcess, environment, velmora, write_log
 from velmora.tools.main import COMMANDS
 
 SCHEMA = json.loads((ROOT / "docs/reference/report.schema.json").read_text())
@@ -107,6 +107,21 @@ def test_info_finds_two_clocks(tmp_path: Path) -> None:
     rows = [f"{index * 0.01 + (500.0 if index % 2 else 0.0):.3f},0" for index in range(40)]
     (tmp_path / "b.csv").write_text("time_s,a\n" + "\n".join(rows) + "\n")
     assert "two clocks mixed, 500 s apart" in velmora("info", "b.csv", cwd=tmp_path).out
+
+
+@pytest.mark.parametrize("order", [(0.0, 1.7e9), (1.7e9, 0.0), (1.7e9, 0.0, 1.7e9)])
+def test_info_finds_a_clock_that_changes_to_epoch_times_or_back(
+    tmp_path: Path, here: InProcess, order: tuple[float, ...]
+) -> None:
+    rows = [f"{start + index * 0.01:.3f},0" for start in order for index in range(40)]
+    (tmp_path / "b.csv").write_text("time_s,a\n" + "\n".join(rows) + "\n")
+    assert "two clocks mixed, 1.7e+09 s apart" in here("info", "b.csv").out
+
+
+def test_a_break_of_years_is_no_second_clock(tmp_path: Path, here: InProcess) -> None:
+    rows = [f"{start + index * 0.01:.3f},0" for start in (1.5e9, 1.7e9) for index in range(40)]
+    (tmp_path / "b.csv").write_text("time_s,a\n" + "\n".join(rows) + "\n")
+    assert "two clocks" not in here("info", "b.csv").out
 
 
 @pytest.mark.parametrize(

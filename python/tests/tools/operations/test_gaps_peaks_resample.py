@@ -119,6 +119,15 @@ def test_gaps_may_be_an_error_or_make_pieces() -> None:
     ]
 
 
+def test_a_number_of_samples_is_that_of_each_piece() -> None:
+    whole = recording([0.0, 1.0, 2.0, 30.0, 31.0], [[0.0]] * 5)
+    pieces = resample(whole, ResampleOptions(samples=3, gaps="split"))
+    assert [len(piece.time_s) for piece in pieces] == [3, 3]
+    assert [piece.recording.notes[-1].text for piece in pieces] == ["cubic, 3 samples in each piece"] * 2
+    (piece,) = resample(whole, ResampleOptions(samples=3))
+    assert piece.recording.notes[-1].text == "cubic, 3 samples over the whole span"
+
+
 @pytest.mark.parametrize(
     ("grid", "samples"),
     [

@@ -10,7 +10,7 @@ import numpy as np
 from numpy.typing import NDArray
 
 from velmora.tools.operations.gaps import GAP_IN_MEDIAN_STEPS, Gaps, find_gaps
-from velmora.tools.recording import Recording
+from velmora.tools.recording import Recording, Stamps
 from velmora.tools.text import count, seconds_text, short
 
 # Steps this far from the median step are more than a clock's own resolution.
@@ -21,6 +21,8 @@ MOST_ROWS = 10
 # Jumps of two mixed clocks are far longer than a step, and as long back as forth.
 MIXED_JUMP_STEPS = 20.0
 MIXED_JUMP_SPREAD = 0.25
+# No step of one clock is that long; one between times since a start and times since 1970 is far longer.
+YEAR_S = 3.2e7
 
 
 @dataclass(frozen=True)
@@ -75,7 +77,9 @@ def clock_verdict(recording: Recording) -> ClockVerdict | None:
     repeats, falls = np.flatnonzero(steps_s == 0.0), np.flatnonzero(steps_s < 0.0)
     gaps = find_gaps(times_s, None if median_s is None else GAP_IN_MEDIAN_STEPS * median_s)
     uneven = 0 if median_s is None else int(np.count_nonzero(np.abs(rising - median_s) > UNEVEN_SHARE * median_s))
-    offset_s = _second_clock(times_s) if len(falls) else None
+    offset_s = _step_to_epoch(recording.stamps, times_s)
+    if offset_s is None and len(falls):
+        offset_s = _second_clock(times_s)
     summary = _summary(median_s, jitter_s, uneven, len(rising), len(gaps), len(repeats), len(falls), offset_s)
     if absent:
         summary = f"BROKEN: {count(len(absent), 'time')} missing or not finite; {summary.removeprefix('BROKEN: ')}"
@@ -100,6 +104,17 @@ def clock_verdict(recording: Recording) -> ClockVerdict | None:
 
 def _rows(rows: NDArray[np.int64], before: NDArray[np.intp]) -> tuple[int, ...]:
     return tuple(int(row) for row in rows[before[:MOST_ROWS] + 1])
+
+
+def _step_to_epoch(stamps: Stamps, times_s: NDArray[np.float64]) -> float | None:
+    """The offset between a clock that counts from a start and one that counts from 1970, however often they change."""
+    steps_s = np.abs(np.diff(times_s))
+    if steps_s.max(initial=0.0) < YEAR_S:
+        return None
+    origin = stamps.origin
+    since_1970 = times_s + (origin / 1e9 if isinstance(origin, int) else origin) >= EPOCH_S[0]
+    changes_s = steps_s[(since_1970[1:] != since_1970[:-1]) & (steps_s >= YEAR_S)]
+    return float(np.median(changes_s)) if len(changes_s) else None
 
 
 def _second_clock(times_s: NDArray[np.float64]) -> float | None:

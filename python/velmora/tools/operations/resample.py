@@ -279,7 +279,8 @@ def stamps_from(recording: Recording, grid_s: NDArray[np.float64]) -> Stamps:
 def _described(options: ResampleOptions, one_sample: bool, fell_back: bool) -> str:
     method = "held" if one_sample else "linear (the cubic spline failed)" if fell_back else options.method
     if options.samples is not None:
-        return f"{method}, {count(options.samples, 'sample')} over the whole span"
+        span = "in each piece" if options.gaps == "split" else "over the whole span"
+        return f"{method}, {count(options.samples, 'sample')} {span}"
     return f"{method}, {options.grid}, sample time {spacing_s(options)!r} s"
 
 
