@@ -82,6 +82,29 @@ def test_whole_numbers_beyond_doubles_are_told(tmp_path: Path) -> None:
     assert warning.startswith(f"{path}: columns rounded: 'action_0', 'action_1'; ")
 
 
+@pytest.mark.parametrize(
+    ("cells", "said"),
+    [
+        (["1", "9007199254740993"], ["rounded: 'a'; doubles do not have every whole number beyond 2^53"]),
+        (["-1e400", "nan"], ["became infinite: 'a'; doubles end at 1.8e308"]),
+        (["9" * 5000, "-9007199254740993"], ["became infinite: 'a'", "rounded: 'a'"]),
+        (["NA", "9007199254740992"], []),
+        (["inf", "-Infinity"], []),
+        # As doubles are written, exactly or shortly.
+        (["123456789012345680", "100000000000000008388608"], []),
+        (["1e23", "12345678901234567891e+17"], []),
+    ],
+)
+@pytest.mark.parametrize(
+    "form", ["time,a\n0.0,{}\n0.1,{}\n", "time a # c\n0.0 {}\n# c\n\n0.1 {}\n", "time;a\n0,0;{}\n0,1;{}\n"]
+)
+def test_numbers_in_text_beyond_doubles_are_told(cells: list[str], said: list[str], form: str) -> None:
+    (found,) = csv_reader.parse("log.csv", form.format(*cells).encode(), ReadOptions())
+    notes = [note.text for note in found.notes if note.key == "columns"]
+    assert len(notes) == len(said)
+    assert all(note.startswith(start) for note, start in zip(notes, said, strict=True))
+
+
 @pytest.mark.parametrize("rows", [3, 70_000])
 def test_lists_of_different_lengths(tmp_path: Path, rows: int) -> None:
     path = str(tmp_path / "in.parquet")

@@ -23,6 +23,11 @@ if TYPE_CHECKING:
     import pyarrow as pa
 
 
+# Notes of the columns of which doubles do not have every number.
+ROUNDED = "rounded: {}; doubles do not have every whole number beyond 2^53"
+INFINITE = "became infinite: {}; doubles end at 1.8e308"
+
+
 class Matrices:
     """The quantities of a recording while its batches come in."""
 
@@ -149,9 +154,7 @@ def assembled(
     positions = values.pop("positions")
     assert positions is not None
     if matrices.rounded:
-        cells = (cell for cells in chosen.cells.values() for cell in cells if cell.field in matrices.rounded)
-        names = listed(list(dict.fromkeys(chosen.joints[cell.joint] for cell in cells)))
-        notes = [*notes, Note("columns", f"rounded: {names}; doubles do not have every whole number beyond 2^53")]
+        notes = [*notes, Note("columns", ROUNDED.format(of_joints(chosen, matrices.rounded)))]
     return Recording(
         source,
         chosen.joints,
@@ -164,6 +167,12 @@ def assembled(
         layout=Layout(format_, chosen.columns, episodes=chosen.episodes),
         group=None,
     )
+
+
+def of_joints(chosen: Plan, fields: set[int]) -> str:
+    """The joints whose values are in these columns, for a note."""
+    cells = (cell for cells in chosen.cells.values() for cell in cells if cell.field in fields)
+    return listed(list(dict.fromkeys(chosen.joints[cell.joint] for cell in cells)))
 
 
 def groups(whole: Recording, name: str, keys: pa.ChunkedArray) -> list[Recording]:

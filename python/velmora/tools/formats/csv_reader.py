@@ -11,7 +11,7 @@ import numpy as np
 from numpy.typing import NDArray
 
 from velmora.tools.errors import DataError
-from velmora.tools.formats import addresses, arrow_columns, csv_dialect, text_times
+from velmora.tools.formats import addresses, arrow_columns, csv_dialect, text_numbers, text_times
 from velmora.tools.formats.csv_dialect import COMMENT_MARKS, EMPTY_CELLS, Dialect
 from velmora.tools.formats.plan import Field, Plan, plan
 from velmora.tools.options import ReadOptions
@@ -66,6 +66,11 @@ def parse(source: str, data: bytes, options: ReadOptions) -> list[Recording]:
     notes = [Note("dialect", dialect.text()), *chosen.notes]
     if why:
         notes = [Note(note.key, f"{note.text}, in {why}") if note.key == "time" else note for note in notes]
+    notes += text_numbers.notes(
+        chosen,
+        table,
+        lambda fields: _table(source, data, start, dialect, {str(index): pa.string() for index in fields})[0],
+    )
     whole = arrow_columns.recording(source, "csv", chosen, stamps, table.to_batches(), rows, notes)
     if chosen.group is None:
         return [whole]
