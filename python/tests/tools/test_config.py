@@ -132,3 +132,45 @@ def test_check_says_where_its_limits_come_from(project: Path, here: InProcess) -
     (project / "velmora.toml").write_text('[check]\nlimits = "limits.csv"\n')
     run = here("check", "log.csv")
     assert (run.code, run.err) == (0, f"  limits is {project}/limits.csv ({project}/velmora.toml [check])\n")
+
+
+def test_names_are_those_of_the_flags(project: Path, here: InProcess, monkeypatch: pytest.MonkeyPatch) -> None:
+    (project / "velmora.toml").write_text('[resample]\nrate = 20\nformat = "tsv"\noutput = "out.txt"\n')
+    (project / "deep").mkdir()
+    monkeypatch.chdir(project / "deep")
+    assert here("resample", "../log.csv").code == 0
+    assert (project / "out.txt").read_text().startswith("time_s\t")
+    monkeypatch.setenv("VELMORA_RESAMPLE_FORMAT", "csv")
+    run = here("resample", "../log.csv", "--force")
+    assert "  format is csv (environment VELMORA_RESAMPLE_FORMAT)\n" in run.err
+    assert (project / "out.txt").read_text().startswith("time_s,")
+
+
+def test_a_rate_is_that_of_the_input_in_a_table_of_its_command_alone(project: Path, here: InProcess) -> None:
+    (project / "velmora.toml").write_text("rate = 20\n")
+    assert "100 Hz" in here("info", "log.csv").out
+    (project / "velmora.toml").write_text("[info]\nrate = 20\n")
+    assert "20 Hz" in here("info", "log.csv").out
+
+
+def test_options_that_may_be_given_several_times(
+    project: Path, here: InProcess, monkeypatch: pytest.MonkeyPatch
+) -> None:
+    expected = here("shapers", "--mode", "5:0.02", "--mode", "12:0.05").out
+    monkeypatch.setenv("VELMORA_SHAPERS_MODE", "5:0.02 12:0.05")
+    assert here("shapers").out == expected
+    monkeypatch.delenv("VELMORA_SHAPERS_MODE")
+    (project / "velmora.toml").write_text('[shapers]\nmode = ["5:0.02", "12:0.05"]\n')
+    assert here("shapers").out == expected
+
+
+def test_a_variable_that_is_not_known_is_refused(
+    project: Path, here: InProcess, monkeypatch: pytest.MonkeyPatch
+) -> None:
+    monkeypatch.setenv("VELMORA_INFO_TIME_UINT", "s")
+    assert here("resample", "log.csv", "-o", "out.csv").code == 0
+    run = here("info", "log.csv")
+    assert (run.code, run.err) == (
+        2,
+        "environment: VELMORA_INFO_TIME_UINT is not known; did you mean 'VELMORA_INFO_TIME_UNIT'?\n",
+    )

@@ -5,6 +5,7 @@ from __future__ import annotations
 
 import difflib
 import importlib
+import os
 import sys
 from collections.abc import Mapping
 from dataclasses import dataclass
@@ -40,26 +41,28 @@ def defaults(ctx: click.Context) -> dict[str, Any]:
 
     Tables are named after commands. Keys outside of tables hold for every command that has such an option.
     """
-    path = find(Path.cwd())
     name = ctx.invoked_subcommand
-    if path is None or name is None or not isinstance(ctx.command, click.Group):
+    command = None if name is None or not isinstance(ctx.command, click.Group) else ctx.command.get_command(ctx, name)
+    if command is None or name is None:
+        return {}
+    _refuse_unknown_variables(command, name)
+    path = find(Path.cwd())
+    if path is None:
         return {}
     tables = _load(path)
-    command = ctx.command.get_command(ctx, name)
-    if command is None:
-        return {}
-    options = {parameter.name or "": parameter for parameter in command.params if isinstance(parameter, click.Option)}
+    options = _by_name(command)
+    by_any_name = _by_any_name(command)
     common = {key: value for key, value in tables.items() if not isinstance(value, dict)}
-    _refuse_unknown(ctx, ctx.command, path, tables, options)
+    _refuse_unknown(ctx, path, tables, options)
     own = tables.get(name, {})
     for key in own:
-        if _identifier(key) not in options:
+        if _identifier(key) not in by_any_name:
             _unknown(path, f"option '{key}' in [{name}]", key, [_option_name(option) for option in options.values()])
     values: dict[str, Any] = {}
     origins: dict[str, str] = {}
-    for section, table in (("", common), (f" [{name}]", own)):
+    for section, table, known in (("", common, options), (f" [{name}]", own, by_any_name)):
         for key, value in table.items():
-            option = options.get(_identifier(key))
+            option = known.get(_identifier(key))
             if option is not None and option.name is not None:
                 values[option.name] = _as_typed(option, value, path.parent)
                 origins[option.name] = f"{path}{section}"
@@ -98,7 +101,8 @@ def _origin(ctx: click.Context, name: str) -> str | None:
     if source is click.core.ParameterSource.COMMANDLINE:
         return _COMMAND_LINE
     if source is click.core.ParameterSource.ENVIRONMENT:
-        return f"environment {ctx.auto_envvar_prefix}_{name.upper()}"
+        option = next(parameter for parameter in ctx.command.params if parameter.name == name)
+        return f"environment {option.envvar}"
     if source is click.core.ParameterSource.DEFAULT_MAP:
         origins: Mapping[str, str] = ctx.meta.get(_META_KEY, {})
         return origins.get(name, FILE_NAME)
@@ -153,13 +157,38 @@ def _load(path: Path) -> dict[str, Any]:
         raise UsageError(f"{path}: {error.strerror}") from error
 
 
+def name_variables(command: click.Command, name: str) -> None:
+    """Name the environment variables of a command's options after their flags."""
+    for option in _by_name(command).values():
+        option.envvar = f"VELMORA_{name.upper()}_{_identifier(_option_name(option)).upper()}"
+
+
+def _refuse_unknown_variables(command: click.Command, name: str) -> None:
+    known = [str(option.envvar) for option in _by_name(command).values()]
+    for variable in os.environ:
+        if variable.startswith(f"VELMORA_{name.upper()}_") and variable not in known:
+            _unknown("environment", variable, variable, known)
+
+
+def _by_name(command: click.Command) -> dict[str, click.Option]:
+    return {_identifier(_option_name(option)): option for option in command.params if isinstance(option, click.Option)}
+
+
+def _by_any_name(command: click.Command) -> dict[str, click.Option]:
+    """The options by all their long names: `rate` is that of the input where a command has no other."""
+    return {
+        _identifier(flag.removeprefix("--")): option
+        for option in _by_name(command).values()
+        for flag in option.opts
+        if flag.startswith("--")
+    }
+
+
 def _refuse_unknown(
-    ctx: click.Context,
-    group: click.Group,
-    path: Path,
-    tables: Mapping[str, Any],
-    options: Mapping[str, click.Option],
+    ctx: click.Context, path: Path, tables: Mapping[str, Any], options: Mapping[str, click.Option]
 ) -> None:
+    assert isinstance(ctx.command, click.Group)
+    group = ctx.command
     names = group.list_commands(ctx)
     for key, value in tables.items():
         if isinstance(value, dict):
@@ -168,17 +197,12 @@ def _refuse_unknown(
         elif _identifier(key) not in options:
             # An option of another command, which has to be imported for that; seldom enough.
             commands = [command for name in names if (command := group.get_command(ctx, name)) is not None]
-            known = {
-                option.name: option
-                for command in commands
-                for option in command.params
-                if isinstance(option, click.Option)
-            }
+            known = {key: option for command in commands for key, option in _by_name(command).items()}
             if _identifier(key) not in known:
                 _unknown(path, f"option '{key}'", key, [_option_name(option) for option in known.values()])
 
 
-def _unknown(path: Path, what: str, name: str, names: list[str]) -> None:
+def _unknown(path: Path | str, what: str, name: str, names: list[str]) -> None:
     nearest = difflib.get_close_matches(name, names, n=1, cutoff=0.5)
     hint = f"did you mean '{nearest[0]}'?" if nearest else f"there are {', '.join(names)}"
     raise UsageError(f"{path}: {what} is not known; {hint}")
@@ -199,7 +223,10 @@ def _as_typed(option: click.Option, value: Any, folder: Path) -> Any:
 
     A file that is named there is looked for beside it.
     """
-    if isinstance(option.type, click.Path) and isinstance(value, str) and value != "-" and "://" not in value:
+    if option.multiple:
+        return [_text(entry) for entry in (value if isinstance(value, list) else [value])]
+    is_file = isinstance(option.type, click.Path) or option.name == "output"
+    if is_file and isinstance(value, str) and value != "-" and "://" not in value:
         return str(folder / value)
     return _text(value)
 
