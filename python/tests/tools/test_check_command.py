@@ -42,7 +42,7 @@ def test_a_gate_that_checked_nothing_fails(tmp_path: Path, here: InProcess) -> N
     (tmp_path / "r.urdf").write_text('<robot><joint name="spin" type="continuous"/></robot>')
     words = "no limit of its joints is given, nothing was checked; at least one limit was expected"
     for source in ("log.csv", "none.npz"):
-        run = here("check", source, "--limits", "r.urdf", "--junit", "j.xml")
+        run = here("check", source, "--limits", "r.urdf", "--junit", "j.xml", "--force")
         assert (run.code, run.err) == (1, "")
         assert run.out.splitlines()[0] == f"{source}: FAILED: {words}"
         assert failures(tmp_path / "j.xml") == [words]

@@ -3,6 +3,7 @@
 
 from __future__ import annotations
 
+import hashlib
 import os
 import signal
 import subprocess
@@ -161,7 +162,12 @@ def test_convert_keeps_what_is_broken_and_every_bit(tmp_path: Path) -> None:
 
 def test_whoever_reads_the_output_may_leave(tmp_path: Path, log: Path) -> None:
     done = subprocess.run(
-        ["bash", "-c", f"'{sys.executable}' -m velmora.tools.main resample log.csv --rate 100000 -o - | head -1"],
+        [
+            "bash",
+            "-c",
+            f"'{sys.executable}' -m velmora.tools.main resample log.csv --rate 100000 -o - | head -1; "
+            "exit ${PIPESTATUS[0]}",
+        ],
         cwd=tmp_path,
         env=environment(),
         capture_output=True,
@@ -169,4 +175,34 @@ def test_whoever_reads_the_output_may_leave(tmp_path: Path, log: Path) -> None:
         check=False,
     )
     assert done.stdout.startswith("time_s,")
-    assert "Traceback" not in done.stderr
+    assert (done.returncode, done.stderr) == (130, "")
+
+
+def test_devices_are_written_to_as_standard_output_is(tmp_path: Path, log: Path) -> None:
+    run = velmora("convert", "log.csv", "-o", "/dev/stdout", cwd=tmp_path)
+    assert run.code == 0, run.err
+    assert run.out == velmora("convert", "log.csv", "-o", "-", cwd=tmp_path).out
+
+
+def test_standard_input_beside_files(tmp_path: Path, log: Path) -> None:
+    text = log.read_text()
+    write_log(tmp_path / "other.csv", shift=3)
+    run = velmora("resample", "-", "other.csv", "--rate", "50", "--output-dir", "o", cwd=tmp_path, stdin=text)
+    assert run.code == 0, run.err
+    assert sorted(path.name for path in (tmp_path / "o").glob("*.csv")) == ["other.csv", "stdin.csv"]
+
+
+def test_standard_input_is_never_known_from_an_earlier_run(tmp_path: Path, log: Path) -> None:
+    first = log.read_text()
+    for text in (first, first.replace("0.01,", "0.012,")):
+        command = ("resample", "-", "--rate", "50", "-o", "o.csv", "--resume", "--force")
+        run = velmora(*command, cwd=tmp_path, stdin=text)
+        assert run.code == 0, run.err
+    alone = velmora("resample", "-", "--rate", "50", "-o", "-", cwd=tmp_path, stdin=text)
+    assert (tmp_path / "o.csv").read_text() == alone.out
+
+
+def test_the_report_of_standard_input_has_its_hash(tmp_path: Path, log: Path) -> None:
+    run = velmora("report", "-", "-o", "r.html", cwd=tmp_path, stdin=log.read_text())
+    assert run.code == 0, run.err
+    assert hashlib.sha256(log.read_bytes()).hexdigest() in (tmp_path / "r.html").read_text()

@@ -112,8 +112,101 @@ def test_the_summary_says_which_files_failed(logs: Path, here: InProcess) -> Non
     assert here("check", "logs", "--limits", "l.csv", "--summary", "s.csv", "--jobs", "1").code == 1
     violated = "1 of 2 limits violated (three-point derivatives)"
     assert messages() == [violated, violated, f"logs/broken.csv:2: {missing}"]
-    assert here("info", "logs", "--summary", "s.csv", "--jobs", "1").code == 1
+    again = here("info", "logs", "--summary", "s.csv", "--jobs", "1")
+    assert (again.code, again.err) == (
+        2,
+        "s.csv: exists already; a name that is free was expected; --force replaces it\n",
+    )
+    assert here("info", "logs", "--summary", "s.csv", "--jobs", "1", "--force").code == 1
     assert messages() == ["", "", f"logs/broken.csv:2: {missing}"]
     (logs.parent / "l.csv").write_text("joint,max_velocity\njoint_1,5\njoint_2,9\n")
-    assert here("check", "logs/a.csv", "--limits", "l.csv", "--summary", "s.csv").code == 0
+    assert here("check", "logs/a.csv", "--limits", "l.csv", "--summary", "s.csv", "--force").code == 0
     assert messages() == [""]
+
+
+@pytest.mark.parametrize(
+    "arguments",
+    [
+        ("info", "logs/a.csv", "--summary", "logs/a.csv"),
+        ("check", "logs", "--limits", "l.csv", "--junit", "logs/b.csv"),
+        ("resample", "logs", "--rate", "50", "--output-dir", "out", "--summary", "out/a.csv"),
+    ],
+)
+def test_a_table_of_a_run_replaces_no_recording_of_it(arguments: tuple[str, ...], logs: Path, here: InProcess) -> None:
+    (logs.parent / "l.csv").write_text("joint,max_velocity\njoint_1,9\njoint_2,9\n")
+    before = (logs / "a.csv").read_bytes()
+    run = here(*arguments, "--force")
+    assert (run.code, run.err) == (
+        2,
+        f"{arguments[-1]}: is the name of a recording of this run; another name was expected\n",
+    )
+    assert (logs / "a.csv").read_bytes() == before
+
+
+def gapped(path: Path) -> None:
+    path.parent.mkdir(exist_ok=True)
+    path.write_text("time_s,a\n0.0,0\n0.1,1\n0.2,2\n5.0,0\n5.1,1\n5.2,3\n")
+
+
+def test_two_outputs_of_one_name_that_are_known_after_reading(tmp_path: Path, here: InProcess) -> None:
+    gapped(tmp_path / "in/run.csv")
+    write_log(tmp_path / "in/run_1.csv")
+    run = here("resample", "in", "--rate", "50", "--gaps", "split", "--output-dir", "o", "--force", "--jobs", "1")
+    assert run.code == 1
+    # The first one that is finished has the name.
+    assert "its output would be 'o/run_1.csv', as that of in/run" in run.err
+    assert "2 files: 1 done, 1 failed" in run.err
+
+
+def test_what_is_in_the_way_of_a_name_that_is_known_after_reading(tmp_path: Path, here: InProcess) -> None:
+    gapped(tmp_path / "in/run.csv")
+    (tmp_path / "o").mkdir()
+    (tmp_path / "o/run_1.csv").write_text("precious")
+    run = here("resample", "in/run.csv", "--rate", "50", "--gaps", "split", "--output-dir", "o")
+    assert (run.code, run.err) == (
+        2,
+        "o/run_1.csv: exists already; a name that is free was expected; --force replaces it\n",
+    )
+    assert (tmp_path / "o/run_1.csv").read_text() == "precious"
+
+
+def test_folders_of_names_that_are_known_after_reading(tmp_path: Path, here: InProcess) -> None:
+    (tmp_path / "ep.csv").write_text("time_s,a,episode\n0.0,0,1\n0.1,1,1\n0.0,2,2\n0.1,3,2\n")
+    run = here(
+        "resample", "ep.csv", "--group-by", "episode", "--rate", "20", "--output-dir", "o", "-o", "{group}/a.csv"
+    )
+    assert run.code == 0, run.err
+    assert sorted(str(path.relative_to(tmp_path)) for path in tmp_path.rglob("a.csv")) == ["o/1/a.csv", "o/2/a.csv"]
+    address = here(
+        "resample", "ep.csv", "--group-by", "episode", "--rate", "20", "--output-dir", f"file://{tmp_path}/n"
+    )
+    assert address.code == 0, address.err
+    assert (tmp_path / "n/ep.csv").exists()
+
+
+def test_one_file_that_is_not_there_has_a_report_too(tmp_path: Path, here: InProcess) -> None:
+    run = here("info", "gone.csv", "--json", "--summary", "s.json")
+    fault = "gone.csv: there is no such file; a recording was expected"
+    assert (run.code, run.err) == (1, f"{fault}\n")
+    assert json.loads(run.out)["files"][0]["error"] == fault
+    assert json.loads((tmp_path / "s.json").read_text())[0]["message"] == fault
+
+
+def test_a_damaged_record_of_what_is_done(logs: Path, here: InProcess) -> None:
+    common = ("resample", "logs", "--rate", "50", "--output-dir", "out", "--resume")
+    assert here(*common).code == 0
+    record = logs.parent / "out/.velmora-manifest.jsonl"
+    lines = record.read_bytes().splitlines(keepends=True)
+    record.write_bytes(b'\xff\n{"key": "x"}\n[]\n{"key": 1, "source": 2, "outputs": 3}\n' + lines[0])
+    run = here(*common)
+    assert run.code == 2  # the other output is there, and nothing says that it was written by an earlier run
+    assert "exists already" in run.err
+    record.write_bytes(b"\xff\n" + b"".join(lines))
+    assert "2 files: 2 skipped" in here(*common).err
+    record.unlink()
+    record.mkdir()
+    run = here(*common)
+    assert (run.code, run.err) == (
+        2,
+        f"{record}: Is a directory; the record of what is done was expected; --resume goes by it\n",
+    )

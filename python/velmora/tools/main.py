@@ -31,6 +31,10 @@ EXIT_USAGE = 2
 EXIT_INTERRUPTED = 130
 
 
+class ReaderLeftError(Exception):
+    """Whoever read standard output had enough."""
+
+
 class Commands(click.Group):
     """The group of all commands, each in a module of its own."""
 
@@ -44,8 +48,11 @@ class Commands(click.Group):
             return None
         import importlib
 
+        from velmora.tools import config
+
         module = importlib.import_module(f"velmora.tools.commands.{cmd_name}")
         command: click.Command = module.command
+        config.name_variables(command, cmd_name)
         return command
 
     def resolve_command(
@@ -59,6 +66,13 @@ class Commands(click.Group):
             hint = f"; did you mean '{nearest[0]}'?" if nearest else f"; there are {', '.join(COMMANDS)}."
             ctx.fail(f"no command is called '{args[0]}'{hint}")
         return super().resolve_command(ctx, args)
+
+    def invoke(self, ctx: click.Context) -> Any:
+        """Run the command; click would take a closed pipe for a failure."""
+        try:
+            return super().invoke(ctx)
+        except BrokenPipeError as error:
+            raise ReaderLeftError from error
 
     def format_commands(self, ctx: click.Context, formatter: click.HelpFormatter) -> None:
         """List the commands without importing them."""
@@ -129,12 +143,12 @@ def run(args: Sequence[str] | None = None) -> int:
     except (KeyboardInterrupt, click.Abort):
         _say("velmora: interrupted")
         return EXIT_INTERRUPTED
-    except BrokenPipeError:
-        # Whoever read the output had enough. The interpreter flushes once more on its way out.
+    except (BrokenPipeError, ReaderLeftError):
+        # The interpreter flushes once more on its way out.
         import os
 
         os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
-        return EXIT_DATA
+        return EXIT_INTERRUPTED
     except MemoryError:
         _say("velmora: out of memory: the recording or the new grid is too long for this machine")
         return EXIT_DATA

@@ -4,7 +4,13 @@
 from __future__ import annotations
 
 from dataclasses import dataclass
-from typing import Literal
+from typing import Literal, get_args
+
+from velmora.tools.errors import UsageError
+from velmora.tools.text import quoted
+
+TimeUnit = Literal["auto", "s", "ms", "us", "ns"]
+TimeFrom = Literal["header", "log"]
 
 
 @dataclass(frozen=True)
@@ -39,15 +45,26 @@ class ReadOptions:
 
     format: str | None = None
     time_column: str | None = None
-    time_unit: Literal["auto", "s", "ms", "us", "ns"] = "auto"
+    time_unit: TimeUnit = "auto"
     rate_hz: float | None = None
     joints: tuple[str, ...] = ()
     degrees: bool = False
     keep_units: bool = False
     group_by: str | None = None
     topic: str | None = None
-    time_from: Literal["header", "log"] = "header"
+    time_from: TimeFrom = "header"
     salvage: bool = False
+
+    def __post_init__(self) -> None:
+        """Refuse what type checkers would refuse: programs go without them."""
+        if isinstance(self.joints, str):
+            raise UsageError(f"joints is {quoted(self.joints)}; a list of names was expected")
+        for name, value, known in (
+            ("time_unit", self.time_unit, get_args(TimeUnit)),
+            ("time_from", self.time_from, get_args(TimeFrom)),
+        ):
+            if value not in known:
+                raise UsageError(f"{name} is {quoted(str(value))}; {', '.join(known)} were expected")
 
 
 @dataclass(frozen=True)

@@ -11,6 +11,7 @@ import tempfile
 from collections.abc import Iterator
 from dataclasses import dataclass
 from pathlib import Path
+from typing import Any
 
 from velmora.tools.errors import DataError, UsageError
 
@@ -59,6 +60,25 @@ def is_remote(address: str) -> bool:
     return "://" in address and not address.startswith("file://")
 
 
+def file_system(address: str) -> tuple[Any, str]:
+    """The file system of an address, and the name in it.
+
+    Raises
+    ------
+    DataError
+        "ADDRESS: REASON; ..." where no package that is installed knows such addresses.
+    """
+    import fsspec
+
+    try:
+        filesystem, name = fsspec.core.url_to_fs(address)
+    except (ImportError, ValueError, OSError) as error:
+        raise DataError(
+            f"{address}: {error}; an address that fsspec and the packages installed beside it know was expected"
+        ) from error
+    return filesystem, str(name)
+
+
 def local(address: str) -> str:
     """The address with ``file://`` taken off."""
     if not address.startswith("file://"):
@@ -79,12 +99,10 @@ def refuse_existing(target: str, force: bool) -> None:
         return
     target = local(target)
     if is_remote(target):
-        import fsspec
-
-        filesystem, name = fsspec.core.url_to_fs(target)
+        filesystem, name = file_system(target)
         exists = filesystem.exists(name)
     else:
-        exists = os.path.lexists(target) and not _is_stream(target)
+        exists = os.path.lexists(target) and not is_stream(target)
     if exists:
         raise UsageError(f"{target}: exists already; a name that is free was expected; --force replaces it")
 
@@ -110,7 +128,7 @@ def stage(target: str, *, force: bool, owner: str = "") -> Staged:
     """
     refuse_existing(target, force)
     target = local(target)
-    if target == "-" or _is_stream(target):
+    if target == "-" or is_stream(target):
         return Staged(target, target, force)
     if is_remote(target):
         folder, name = tempfile.gettempdir(), target.rstrip("/").rsplit("/", 1)[1]
@@ -164,7 +182,7 @@ def _prefix(owner: str) -> str:
     return f".velmora-{owner}-"
 
 
-def _is_stream(path: str) -> bool:
+def is_stream(path: str) -> bool:
     """Whether the path is a device or a pipe, which cannot be replaced."""
     try:
         mode = os.stat(path).st_mode
@@ -206,7 +224,5 @@ def _rename_to_free_name(path: Path, target: Path) -> None:
 
 
 def _upload(path: str, address: str) -> None:
-    import fsspec
-
-    filesystem, name = fsspec.core.url_to_fs(address)
+    filesystem, name = file_system(address)
     filesystem.put(path, name, recursive=os.path.isdir(path))

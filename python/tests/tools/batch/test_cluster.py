@@ -117,6 +117,33 @@ def test_from_python(tmp_path: Path, cluster: Any) -> None:
     assert [row["status"] for row in rows] == ["done", "done"]
 
 
+def test_what_is_in_the_way_of_a_name_that_is_known_after_reading(tmp_path: Path, cluster: Any) -> None:
+    (tmp_path / "run.csv").write_text("time_s,a\n0.0,0\n0.1,1\n0.2,2\n5.0,0\n5.1,1\n5.2,3\n")
+    write_log(tmp_path / "b.csv")
+    (tmp_path / "out").mkdir()
+    (tmp_path / "out/run_1.csv").write_text("precious")
+    rows = resample_many(
+        [tmp_path / "run.csv", tmp_path / "b.csv"],
+        output_dir=tmp_path / "out",
+        rate_hz=50,
+        gaps="split",
+        scheduler=cluster.scheduler_address,
+    )
+    assert [row["status"] for row in rows] == ["failed", "done"]
+    assert "run_1.csv: exists already; " in rows[0]["message"]
+    assert (tmp_path / "out/run_1.csv").read_text() == "precious"
+    assert leftovers(tmp_path / "out") == []
+
+
+def test_standard_output_is_that_of_the_command(tmp_path: Path, cluster: Any) -> None:
+    write_log(tmp_path / "a.csv")
+    run = velmora(
+        "resample", "a.csv", "--rate", "50", "-o", "-", "--scheduler", cluster.scheduler_address, cwd=tmp_path
+    )
+    assert run.code == 0, run.err
+    assert run.out.startswith("time_s,")
+
+
 def test_no_scheduler(tmp_path: Path, options: works.Options, monkeypatch: pytest.MonkeyPatch) -> None:
     monkeypatch.setattr("velmora.tools.batch.cluster.CONNECT_WITHIN_S", 1)
     with pytest.raises(

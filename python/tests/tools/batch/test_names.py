@@ -8,7 +8,7 @@ from pathlib import Path
 
 import pytest
 from velmora.tools.batch.names import Input, expand, of_recording, targets
-from velmora.tools.errors import DataError, UsageError
+from velmora.tools.errors import UsageError
 
 
 @pytest.fixture
@@ -51,15 +51,13 @@ def test_a_name_with_brackets_that_exists_is_no_pattern(folder: Path) -> None:
     ],
 )
 def test_nothing_is_meant(folder: Path, argument: str, expected: str) -> None:
-    with pytest.raises(DataError) as error:
-        expand([argument])
-    assert str(error.value) == expected
+    assert expand([argument]) == [Input(argument, fault=expected)]
 
 
 def test_an_empty_folder(folder: Path) -> None:
     os.mkdir("empty")
-    with pytest.raises(DataError, match=r"^empty: the folder holds no recording; files such as "):
-        expand(["empty"])
+    (nothing,) = expand(["empty"])
+    assert nothing.fault.startswith("empty: the folder holds no recording; files such as ")
 
 
 def test_addresses_are_expanded_by_their_file_system() -> None:
@@ -128,5 +126,28 @@ def test_folders_far_away() -> None:
     ]
     assert [entry.path for entry in expand(["memory://tree/gone.csv"])] == ["memory://tree/gone.csv"]
     far.pipe("/empty/notes.md", b"")
-    with pytest.raises(DataError, match=r"^memory://empty: the folder holds no recording; files such as "):
-        expand(["memory://empty"])
+    (nothing,) = expand(["memory://empty"])
+    assert nothing.fault.startswith("memory://empty: the folder holds no recording; files such as ")
+
+
+def test_addresses_that_no_package_knows(folder: Path) -> None:
+    (unknown, known) = expand(["foo://b/log.csv", "other.csv"])
+    assert (unknown.path, known) == ("foo://b/log.csv", Input("other.csv"))
+    assert unknown.fault == (
+        "foo://b/log.csv: Protocol not known: foo; an address that fsspec and the packages installed beside it know "
+        "was expected"
+    )
+
+
+def test_a_name_below_the_folder() -> None:
+    for pattern in ("/abs/{stem}.csv", "memory://out/{stem}.csv"):
+        with pytest.raises(UsageError, match=r": --output-dir names a folder already; a name below it was expected$"):
+            targets([Input("a.csv")], pattern, "out", None)
+
+
+def test_a_stream_holds_one_recording() -> None:
+    assert of_recording("-", "", False, None) == "-"
+    with pytest.raises(UsageError, match=r"^standard output: holds one recording, there are several; one was "):
+        of_recording("-", "left", True, None)
+    with pytest.raises(UsageError, match=r"^/dev/null: holds one recording, there are several; "):
+        of_recording("/dev/null", "", False, 1)

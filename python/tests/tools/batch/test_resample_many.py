@@ -6,6 +6,7 @@ from __future__ import annotations
 import csv
 import json
 from pathlib import Path
+from typing import Any
 
 import numpy as np
 import pyarrow.parquet as pq
@@ -14,7 +15,7 @@ import velmora as vm
 from support import velmora, write_log
 from velmora.tools import formats, resample_many
 from velmora.tools.batch.summary import COLUMNS
-from velmora.tools.errors import UsageError
+from velmora.tools.errors import DataError, UsageError
 from velmora.tools.options import ReadOptions
 
 
@@ -59,6 +60,42 @@ def test_arguments_are_checked(tmp_path: Path, logs: Path) -> None:
         resample_many(logs, rate_hz=3)
     with pytest.raises(UsageError, match="'speeds' is not known"):
         resample_many(logs, output_dir=tmp_path / "out", rate_hz=3, columns=["positions", "speeds"])
+
+
+@pytest.mark.parametrize(
+    ("arguments", "expected"),
+    [
+        ({"rate_hz": 0}, "rate_hz is 0; a finite number above 0 was expected"),
+        ({"rate_hz": "50"}, "rate_hz is '50'; a finite number above 0 was expected"),
+        ({"rate_hz": 5e-324}, "rate_hz is 5e-324; a finite number above 0 was expected"),
+        ({"sample_time_s": float("nan")}, "sample_time_s is nan; a finite number above 0 was expected"),
+        ({"samples": 2.5}, r"samples is 2\.5; a whole number from 1 on was expected"),
+        ({"rate_hz": 50, "max_gap_s": -1}, "max_gap_s is -1; a finite number above 0 was expected"),
+        ({"rate_hz": 50, "max_samples": 0}, "max_samples is 0; a whole number from 1 on was expected"),
+        ({"rate_hz": 50, "jobs": -1}, "jobs is -1; a whole number from 0 on was expected"),
+        ({"rate_hz": 50, "method": "quintic"}, "method is 'quintic'; linear, cubic were expected"),
+        ({"rate_hz": 50, "grid_mode": "trim"}, "grid_mode is 'trim'; exact_dt_append_endpoint, exact_dt_trim, "),
+        ({"rate_hz": 50, "gaps": "foo"}, "gaps is 'foo'; bridge, split, error were expected"),
+    ],
+)
+def test_arguments_out_of_range(tmp_path: Path, logs: Path, arguments: dict[str, Any], expected: str) -> None:
+    with pytest.raises(UsageError, match=f"^resample_many: {expected}"):
+        resample_many(logs, output_dir=tmp_path / "out", **arguments)
+    assert not (tmp_path / "out").exists()
+
+
+def test_how_files_are_read_is_checked() -> None:
+    with pytest.raises(UsageError, match=r"^joints is 'j0'; a list of names was expected$"):
+        ReadOptions(joints="j0")  # type: ignore[arg-type]
+    with pytest.raises(UsageError, match=r"^time_unit is 'min'; auto, s, ms, us, ns were expected$"):
+        ReadOptions(time_unit="min")  # type: ignore[arg-type]
+    with pytest.raises(UsageError, match=r"^time_from is 'file'; header, log were expected$"):
+        ReadOptions(time_from="file")  # type: ignore[arg-type]
+
+
+def test_one_file_that_is_not_there(tmp_path: Path) -> None:
+    with pytest.raises(DataError, match=r"gone\.csv: there is no such file; a recording was expected$"):
+        resample_many(tmp_path / "gone.csv", str(tmp_path / "o.csv"), rate_hz=3)
 
 
 @pytest.mark.parametrize("suffix", ["csv", "json", "parquet"])

@@ -9,7 +9,8 @@ from collections.abc import Iterator, Sequence
 from dataclasses import replace
 from typing import Any
 
-from velmora.tools.batch.tasks import Outcome, Task, discard_left, perform_and_commit
+from velmora.tools import output
+from velmora.tools.batch.tasks import Outcome, Task, discard_left, perform, perform_and_commit
 from velmora.tools.errors import UsageError
 
 CONNECT_WITHIN_S = 10
@@ -19,7 +20,8 @@ def run_on_cluster(tasks: Sequence[Task], scheduler: str) -> Iterator[tuple[int,
     """Run tasks on the workers of a scheduler; yields (index, outcome) as they are done.
 
     A task whose worker dies goes to another; how often is the cluster's setting (`allowed-failures`, 3 unless changed).
-    Workers replace outputs in one step: where a worker dies between that and its answer the same bytes come once more.
+    Outputs come back staged, and the caller moves them to their places. Workers upload those that have an address
+    alone: where one dies between that and its answer the same bytes come once more.
 
     Raises
     ------
@@ -36,11 +38,10 @@ def run_on_cluster(tasks: Sequence[Task], scheduler: str) -> Iterator[tuple[int,
             f"{scheduler}: no scheduler answers; the address of a Dask scheduler was expected, such as "
             f"tcp://10.0.0.1:8786 ({type(error).__name__})"
         ) from error
-    # What exists was looked for before; a second attempt may replace what the first one wrote.
-    owned = [replace(task, owner=run, force=True) for task in tasks]
+    owned = [_prepared(task, run) for task in tasks]
     futures: list[Any] = []
     try:
-        futures = client.map(perform_and_commit, owned, key=[f"velmora-{run}-{index}" for index in range(len(owned))])
+        futures = client.map(_perform, owned, key=[f"velmora-{run}-{index}" for index in range(len(owned))])
         indexes = {future.key: index for index, future in enumerate(futures)}
         for future in distributed.as_completed(futures, loop=client.loop):
             index = indexes[future.key]
@@ -50,6 +51,17 @@ def run_on_cluster(tasks: Sequence[Task], scheduler: str) -> Iterator[tuple[int,
         client.cancel(futures)
         discard_left(owned, run)
         client.close()
+
+
+def _prepared(task: Task, run: str) -> Task:
+    # Whether the target is there was asked before; a second attempt may replace what the first one uploaded.
+    again = frozenset({task.target}) if task.target is not None and output.is_remote(task.target) else frozenset()
+    return replace(task, owner=run, replaceable=task.replaceable | again)
+
+
+def _perform(task: Task) -> Outcome:
+    uploads = task.target is not None and output.is_remote(task.target)
+    return perform_and_commit(task) if uploads else perform(task)
 
 
 def _outcome(task: Task, future: Any) -> Outcome:

@@ -13,6 +13,7 @@ from typing import Any
 
 from velmora.tools import output
 from velmora.tools.batch.tasks import NOT_KEYED, JsonObject, Outcome, Task, digest_of
+from velmora.tools.errors import UsageError
 
 FILE_NAME = ".velmora-manifest.jsonl"
 
@@ -29,19 +30,25 @@ class Manifest:
         self._lines: dict[str, JsonObject] = {}
         self._torn = False
         if path.exists():
-            text = path.read_text(encoding="utf-8")
+            try:
+                text = path.read_text(encoding="utf-8", errors="replace")
+            except OSError as error:
+                raise UsageError(
+                    f"{path}: {error.strerror}; the record of what is done was expected; --resume goes by it"
+                ) from error
             self._torn = not text.endswith("\n")
             for line in text.splitlines():
-                try:
-                    entry = json.loads(line)
+                entry = _entry(line)
+                if entry is not None:
                     self._lines[entry["key"]] = entry
-                except (ValueError, KeyError, TypeError):
-                    continue  # the last line of a run that was killed
 
     def done(self, tasks: list[Task]) -> dict[int, Outcome]:
         """Which of the tasks were done before and have their outputs, with the reports of then."""
         sources = {entry["source"] for entry in self._lines.values()}
-        candidates = [index for index, task in enumerate(tasks) if output.whole(task.source) in sources]
+        # Standard input cannot be read twice, so that nothing tells whether it is the same.
+        candidates = [
+            index for index, task in enumerate(tasks) if task.source != "-" and output.whole(task.source) in sources
+        ]
         found = {}
         with ThreadPoolExecutor() as pool:
             for index, digest in zip(
@@ -84,6 +91,18 @@ class Manifest:
         with self.path.open("a", encoding="utf-8") as file:
             file.write(("\n" if self._torn else "") + json.dumps(entry) + "\n")
         self._torn = False
+
+
+def _entry(line: str) -> JsonObject | None:
+    """A line of the record; None for a damaged one, such as the last of a run that was killed."""
+    try:
+        entry = json.loads(line)
+        entry["reports"] = list(entry["reports"])
+        for item in entry["outputs"]:
+            item["path"], item["size"] = str(item["path"]), int(item["size"])
+        return entry if isinstance(entry["key"], str) and isinstance(entry["source"], str) else None
+    except (ValueError, KeyError, TypeError):
+        return None
 
 
 def key_of(task: Task, digest: str) -> str:

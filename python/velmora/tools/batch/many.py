@@ -55,6 +55,7 @@ class _Run:
     manifest: Manifest | None
     outcomes: dict[int, Outcome] = field(default_factory=dict)
     statuses: dict[int, str] = field(default_factory=dict)
+    written: dict[str, str] = field(default_factory=dict)  # the input of each output
 
 
 def carry_out(
@@ -93,6 +94,7 @@ def carry_out(
         _refuse_existing(run.tasks[index])
     for position, outcome in _engine([run.tasks[index] for index in open_indexes], options):
         index = open_indexes[position]
+        outcome = _with_names_of_its_own(outcome, run.written)
         try:
             if run.manifest is not None and outcome.error is None:
                 run.manifest.add(run.tasks[index], outcome)
@@ -114,19 +116,41 @@ def _status(outcome: Outcome) -> str:
     return "set aside" if ": set aside: " in outcome.error else "failed"
 
 
+def _with_names_of_its_own(outcome: Outcome, written: dict[str, str]) -> Outcome:
+    """The outcome, failed where another input has an output of that name: some names are known after reading alone."""
+    for staged in outcome.staged:
+        other = written.setdefault(output.whole(staged.target), outcome.source)
+        if other != outcome.source:
+            for each in outcome.staged:
+                each.discard()
+            error = (
+                f"{outcome.source}: its output would be '{staged.target}', as that of {other}; different names were "
+                "expected; -o with {group} or {segment} tells them apart"
+            )
+            return replace(outcome, reports=(), staged=(), error=error, exit_code=1)
+    return outcome
+
+
 def _engine(tasks: list[Task], options: ManyOptions) -> Iterator[tuple[int, Outcome]]:
-    if not tasks:
-        return
+    # Standard input and output are those of this process.
+    alone = options.scheduler is None and len(tasks) == 1
+    here = [index for index, task in enumerate(tasks) if alone or "-" in (task.source, task.target)]
+    for index in here:
+        yield index, perform(tasks[index])
+    elsewhere = [index for index in range(len(tasks)) if index not in here]
+    if elsewhere:
+        for position, outcome in _run_elsewhere([tasks[index] for index in elsewhere], options):
+            yield elsewhere[position], outcome
+
+
+def _run_elsewhere(tasks: list[Task], options: ManyOptions) -> Iterator[tuple[int, Outcome]]:
     if options.scheduler is not None:
         from velmora.tools.batch.cluster import run_on_cluster
 
-        yield from run_on_cluster([_absolute(task) for task in tasks], options.scheduler)
-    elif len(tasks) == 1:
-        yield 0, perform(tasks[0])
-    else:
-        from velmora.tools.batch.workers import run_local
+        return run_on_cluster([_absolute(task) for task in tasks], options.scheduler)
+    from velmora.tools.batch.workers import run_local
 
-        yield from run_local(tasks, min(options.jobs or available_cores(), len(tasks)))
+    return run_local(tasks, min(options.jobs or available_cores(), len(tasks)))
 
 
 def available_cores() -> int:

@@ -12,7 +12,7 @@ from pathlib import Path
 
 from velmora.tools import formats
 from velmora.tools.errors import DataError, UsageError
-from velmora.tools.output import is_remote, local
+from velmora.tools.output import file_system, is_remote, is_stream, local
 from velmora.tools.text import nearest, printable
 
 # Filled in when the input is known, and when it has been read.
@@ -43,6 +43,8 @@ class Input:
     @property
     def suffix(self) -> str:
         """The suffix by which the format is known, such as ``.csv.gz``; otherwise the last one."""
+        if self.path == "-":
+            return ".csv"  # what standard output gets, too
         found = [suffix for suffix in formats.suffixes() if self.name.lower().endswith(suffix)]
         return self.name[-len(max(found, key=len)) :] if found else os.path.splitext(self.name)[1]
 
@@ -58,19 +60,13 @@ def expand(arguments: Sequence[str]) -> list[Input]:
     A folder stands for all recordings in it and below, except a folder that is a recording (a bag). A pattern
     (``*``, ``?``, ``[]``, ``**``) is expanded here too, for shells and programs that do not.
 
-    Raises
-    ------
-    DataError
-        Where a file does not exist, a pattern matches nothing, or a folder holds no recording; of several arguments
-        such a one becomes an input with that fault.
+    Where a file does not exist, a pattern matches nothing, or a folder holds no recording, the input has that fault.
     """
     found: dict[str, Input] = {}
     for argument in arguments:
         try:
             entries = _expand_one(local(argument))
         except DataError as error:
-            if len(arguments) == 1:
-                raise
             entries = [Input(argument, fault=str(error))]
         for entry in entries:
             found.setdefault(entry.path, entry)
@@ -115,9 +111,7 @@ def _recordings_below(folder: Path) -> list[Path]:
 
 
 def _expand_remote(address: str) -> list[Input]:
-    import fsspec
-
-    filesystem, name = fsspec.core.url_to_fs(address)
+    filesystem, name = file_system(address)
     if not glob.has_magic(address):
         if formats.is_recording(address) or not filesystem.isdir(name):
             return [Input(address)]
@@ -165,6 +159,8 @@ def targets(inputs: Sequence[Input], pattern: str | None, folder: str | None, su
                     f"{pattern}: '{{{placeholder}}}' is not known; {_braced()} were expected"
                     f"{nearest(placeholder, OF_INPUT + OF_RECORDING)}"
                 )
+        if folder is not None and (pattern.startswith("/") or is_remote(pattern)):
+            raise UsageError(f"{pattern}: --output-dir names a folder already; a name below it was expected")
         if pattern == "-" and len(inputs) > 1:
             raise UsageError(
                 f"-o -: standard output holds one recording, there are {len(inputs)}; --output-dir takes many"
@@ -221,6 +217,12 @@ def of_recording(target: str, group: str, several_groups: bool, segment: int | N
     target = target.replace("{group}", group).replace("{segment}", number)
     if not missing:
         return target
+    if target == "-" or is_stream(target):
+        shown = "standard output" if target == "-" else target
+        raise UsageError(
+            f"{shown}: holds one recording, there are several; one was expected; --output-dir takes many, --gaps "
+            "bridge and --topic give one"
+        )
     folder, _, name = target.rpartition("/")
     entry = Input(name)
     return (f"{folder}/" if folder else "") + entry.stem + "".join(f"_{text}" for text in missing) + entry.suffix

@@ -3,9 +3,11 @@
 
 from __future__ import annotations
 
+import math
 from collections.abc import Callable, Sequence
+from numbers import Integral, Real
 from os import PathLike, fspath
-from typing import Any, Literal
+from typing import Any, get_args
 
 from velmora.tools.batch import names, summary
 from velmora.tools.batch.many import ManyOptions, carry_out
@@ -13,9 +15,16 @@ from velmora.tools.batch.tasks import Outcome, Task
 from velmora.tools.commands.common import make_folders
 from velmora.tools.commands.resample import ResampleWork, work
 from velmora.tools.commands.resampling import checked_columns
-from velmora.tools.errors import UsageError
+from velmora.tools.errors import DataError, UsageError
 from velmora.tools.operations.checked import CheckOptions
-from velmora.tools.operations.resample import DEFAULT_COLUMNS, MAX_SAMPLES, GridMode, Method, ResampleOptions
+from velmora.tools.operations.resample import (
+    DEFAULT_COLUMNS,
+    MAX_SAMPLES,
+    GapTreatment,
+    GridMode,
+    Method,
+    ResampleOptions,
+)
 from velmora.tools.options import ReadOptions, WriteOptions
 
 
@@ -31,7 +40,7 @@ def resample_many(
     grid_mode: GridMode = "exact_dt_append_endpoint",
     strict_cubic: bool = False,
     columns: Sequence[str] = DEFAULT_COLUMNS,
-    gaps: Literal["bridge", "split", "error"] = "bridge",
+    gaps: GapTreatment = "bridge",
     max_gap_s: float | None = None,
     max_samples: int = MAX_SAMPLES,
     output_format: str | None = None,
@@ -89,15 +98,31 @@ def resample_many(
     Raises
     ------
     velmora.tools.errors.UsageError
-        Where not one of the three spacings is given, an output exists already, or two outputs have the same name.
+        Where not one of the three spacings is given, an argument is out of its range, an output exists already, or two
+        outputs have the same name.
     velmora.tools.errors.DataError
         Where one file is named and there is none.
     """
     if sum(value is not None for value in (sample_time_s, rate_hz, samples)) != 1:
         raise UsageError("resample_many: one of sample_time_s, rate_hz, samples was expected")
+    for name, value in (("sample_time_s", sample_time_s), ("rate_hz", rate_hz), ("max_gap_s", max_gap_s)):
+        if value is not None and not _is_positive(value):
+            raise UsageError(f"resample_many: {name} is {value!r}; a finite number above 0 was expected")
+    for name, value, least in (("samples", samples, 1), ("max_samples", max_samples, 1), ("jobs", jobs, 0)):
+        if value is not None and (not isinstance(value, Integral) or value < least):
+            raise UsageError(f"resample_many: {name} is {value!r}; a whole number from {least} on was expected")
+    for name, text, known in (
+        ("method", method, get_args(Method)),
+        ("grid_mode", grid_mode, get_args(GridMode)),
+        ("gaps", gaps, get_args(GapTreatment)),
+    ):
+        if text not in known:
+            raise UsageError(f"resample_many: {name} is {text!r}; {', '.join(known)} were expected")
     if isinstance(files, (str, PathLike)):
         files = [files]
     inputs = names.expand([fspath(file) for file in files])
+    if len(inputs) == 1 and inputs[0].fault:
+        raise DataError(inputs[0].fault)
     folder = None if output_dir is None else fspath(output_dir)
     targets = names.targets(inputs, output, folder, None if output_format is None else f".{output_format}")
     if folder is not None:
@@ -123,3 +148,8 @@ def resample_many(
             on_done(outcome.source, status)
 
     return summary.rows(carry_out(tasks, ManyOptions(jobs, scheduler, resume), done))
+
+
+def _is_positive(value: object) -> bool:
+    """Whether a number is finite and above 0, and its reciprocal too."""
+    return isinstance(value, Real) and 0.0 < float(value) < math.inf and 1.0 / float(value) < math.inf

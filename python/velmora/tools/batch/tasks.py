@@ -15,6 +15,7 @@ from typing import Any
 import velmora
 from velmora.tools import output
 from velmora.tools.errors import DataError, ToolError
+from velmora.tools.formats.addresses import standard_input_digest
 
 JsonObject = dict[str, Any]
 # Of a field of options that has no part in what is written: the record of what is done leaves it out.
@@ -106,9 +107,15 @@ class Stage:
                 f"{self.task.source}: two outputs would be '{target}'; different names were expected; "
                 "-o with {group} or {segment} tells them apart"
             )
+        self._make_folder(target)
         staged = output.stage(target, force=self.task.may_replace(target), owner=self.task.owner)
         self.staged.append(staged)
         return staged.path
+
+    def _make_folder(self, target: str) -> None:
+        """Make the folder of an output, where its name was not known before the input was read."""
+        if "{" in os.path.dirname(self.task.target or "") and not output.is_remote(target):
+            os.makedirs(os.path.dirname(output.local(target)), exist_ok=True)
 
     def named(self, text: str) -> str:
         """A message with the targets of outputs instead of where they are written for now."""
@@ -145,6 +152,10 @@ def perform(task: Task) -> Outcome:
         outcome = replace(
             outcome, error=f"{task.source}: out of memory; a recording that fits was expected", exit_code=1
         )
+    except BrokenPipeError:
+        if task.target == "-":  # whoever read it had enough
+            raise
+        outcome = replace(outcome, error=f"{task.target}: nobody reads the pipe", exit_code=1)
     except OSError as error:
         where = stage.named(str(error.filename or task.source))
         outcome = replace(outcome, error=f"{where}: {error.strerror or error}", exit_code=1)
@@ -191,9 +202,9 @@ def discard_left(tasks: Sequence[Task], owner: str) -> None:
 
 
 def digest_of(source: str) -> str:
-    """SHA-256 of a file, or of all files of a folder with their names; nothing for standard input."""
+    """SHA-256 of a file, or of all files of a folder with their names; of standard input once that was read."""
     if source == "-":
-        return ""
+        return standard_input_digest()
     if output.is_remote(source):
         import fsspec
 

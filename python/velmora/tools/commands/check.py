@@ -96,7 +96,7 @@ def command(ctx: click.Context, /, **values: Any) -> int:
     if values["junit"] is not None:
         from velmora.tools.commands.junit import junit
 
-        output.write_bytes(values["junit"], junit(result), force=True)
+        output.write_bytes(values["junit"], junit(result), force=values["force"])
     failed = any(not report["passed"] for outcome in result.outcomes for report in outcome.reports)
     return result.exit_code or int(failed)
 

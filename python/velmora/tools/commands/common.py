@@ -12,7 +12,7 @@ from typing import Any
 import click
 
 import velmora
-from velmora.tools import config
+from velmora.tools import config, output
 from velmora.tools.batch import names, summary
 from velmora.tools.batch.many import ManyOptions, ManyResult, carry_out
 from velmora.tools.batch.progress import progress
@@ -38,6 +38,7 @@ _MANY = (
     click.option(
         "--summary", type=click.Path(), metavar="FILE", help="Table of all files, as .csv, .json or .parquet."
     ),
+    click.option("--force", is_flag=True, help="Replace outputs that exist."),
 )
 _OUTPUT = (
     click.option(
@@ -49,7 +50,6 @@ _OUTPUT = (
     click.option(
         "--output-dir", type=click.Path(), metavar="FOLDER", help="Folder of the outputs; made where it is missing."
     ),
-    click.option("--force", is_flag=True, help="Replace outputs that exist."),
     click.option("--resume", is_flag=True, help="Leave out what an earlier run with the same options has done."),
 )
 
@@ -116,8 +116,9 @@ def run_output(
 
 
 def make_folders(targets: Sequence[str]) -> None:
-    """Make the folders that outputs go to."""
-    for folder in {os.path.dirname(target) for target in targets if "://" not in target}:
+    """Make the folders that outputs go to; those that depend on what is read are made when they are known."""
+    folders = {os.path.dirname(output.local(target)) for target in targets if not output.is_remote(target)}
+    for folder in {folder.partition("{")[0].rpartition("/")[0] if "{" in folder else folder for folder in folders}:
         try:
             os.makedirs(folder or ".", exist_ok=True)
         except OSError as error:
@@ -127,6 +128,9 @@ def make_folders(targets: Sequence[str]) -> None:
 def _run(ctx: click.Context, tasks: list[Task], values: dict[str, Any]) -> ManyResult:
     if values["summary"] is not None:
         summary.refuse_suffix(values["summary"])
+    for path in (values["summary"], values.get("junit")):
+        if path is not None:
+            _refuse_table(path, tasks, values["force"])
     options = ManyOptions(values["jobs"] or 0, values["scheduler"], bool(values.get("resume")))
     with progress(len(tasks), ctx.info_name or "") as advance:
 
@@ -143,8 +147,16 @@ def _run(ctx: click.Context, tasks: list[Task], values: dict[str, Any]) -> ManyR
         for line in summary.lines(result):
             warn(line)
     if values["summary"] is not None:
-        summary.write(values["summary"], result, force=True)
+        summary.write(values["summary"], result, force=values["force"])
     return result
+
+
+def _refuse_table(path: str, tasks: Sequence[Task], force: bool) -> None:
+    """Find out before the work whether a table of the run would replace a file that it must not."""
+    recordings = {output.whole(name) for task in tasks for name in (task.source, task.target) if name is not None}
+    if path != "-" and output.whole(path) in recordings:
+        raise UsageError(f"{path}: is the name of a recording of this run; another name was expected")
+    output.refuse_existing(path, force)
 
 
 def print_json(ctx: click.Context, result: ManyResult) -> None:

@@ -11,6 +11,7 @@ from typing import IO, TYPE_CHECKING, cast
 
 from velmora.tools.errors import DataError, UsageError
 from velmora.tools.formats.addresses import local_path
+from velmora.tools.output import is_stream
 from velmora.tools.text import nearest, quoted
 
 if TYPE_CHECKING:
@@ -142,7 +143,8 @@ def write(path: str, recording: Recording, options: WriteOptions, labels: Labels
         What the format could not hold; empty where every bit can be read again.
     """
     if options.format is None and path != "-" and "." not in os.path.basename(path.rstrip("/")):
-        format_ = "rosbag2"  # a folder, as ROS's tools name their bags
+        # A folder, as ROS's tools name their bags; a device or a pipe is written to as standard output is.
+        format_ = "csv" if is_stream(path) else "rosbag2"
     else:
         format_ = _format(path, options.format, "--format")
     if format_ in _READ_ONLY:

@@ -4,6 +4,7 @@
 from __future__ import annotations
 
 import errno
+import hashlib
 import os
 import sys
 from contextlib import contextmanager
@@ -18,6 +19,8 @@ COMPRESSED = {".gz": "gzip", ".zst": "zstd"}
 # A recording in text shrinks to a tenth or so. What expands a hundredfold beyond this size was made to fill memories.
 _FREE_BYTES = 64 * 2**20
 _MOST_EXPANSION = 100
+# SHA-256 of what came from standard input, which cannot be read once more.
+_standard_input: list[str] = []
 
 
 def is_remote(path: str) -> bool:
@@ -69,6 +72,11 @@ def opened(path: str) -> Iterator[IO[bytes]]:
         raise DataError(f"{path}: cannot be read: {reason}") from error
 
 
+def standard_input_digest() -> str:
+    """SHA-256 of what was read from standard input; nothing before that."""
+    return _standard_input[-1] if _standard_input else ""
+
+
 def content(path: str, compression: str | None = None) -> bytes:
     """All bytes of a file, expanded where a compression is given or in its name."""
     with opened(path) as file:
@@ -77,6 +85,8 @@ def content(path: str, compression: str | None = None) -> bytes:
         raise DataError(
             f"{path}: is larger than half of this machine's memory; at most {most_bytes():,} bytes were expected"
         )
+    if path == "-":
+        _standard_input[:] = [hashlib.sha256(data).hexdigest()]
     if compression is None:
         if data[:2] == b"\x1f\x8b":
             compression = "gzip"

@@ -20,6 +20,7 @@ from velmora.tools.recording import Note, Recording, Stamps
 from velmora.tools.text import count, size_text
 
 Method = Literal["linear", "cubic"]
+GapTreatment = Literal["bridge", "split", "error"]
 GridMode = Literal["exact_dt_append_endpoint", "exact_dt_trim", "exact_duration_adjust_dt", "exact_dt_extend_endpoint"]
 MAX_SAMPLES = 100_000_000
 QUANTITIES = ("positions", "velocities", "accelerations", "jerks")
@@ -41,7 +42,7 @@ class ResampleOptions:
     grid: GridMode = "exact_dt_append_endpoint"
     strict: bool = False
     columns: tuple[str, ...] = DEFAULT_COLUMNS
-    gaps: Literal["bridge", "split", "error"] = "bridge"
+    gaps: GapTreatment = "bridge"
     max_gap_s: float | None = None
     max_samples: int = MAX_SAMPLES
 
