@@ -108,6 +108,19 @@ TEST(Convolve, MultipliesAmplitudesAndAddsTimes) {
   EXPECT_TRUE(SameBits(Values({0.375, 0.125, 0.375, 0.125}), both.amplitudes));
 }
 
+// More impulses than a short sort takes, which arrive in an order of their own.
+TEST(Convolve, PutsManyImpulsesInOrder) {
+  const auto spread = [](Eigen::Index impulses, double apart_s) {
+    return ImpulseSequence(Vector::LinSpaced(impulses, 0.0, static_cast<double>(impulses - 1) * apart_s),
+                           Vector::Constant(impulses, 1.0 / static_cast<double>(impulses)));
+  };
+  const ImpulseSequence both = Convolve(spread(16, 1.0), spread(16, 0.875));
+  for (Eigen::Index i = 1; i < both.times_s.size(); ++i) ASSERT_GT(both.times_s[i], both.times_s[i - 1]);
+  EXPECT_EQ(both.duration_s(), 15.0 * 1.875);
+  EXPECT_EQ(both.times_s.size(), 16 * 16 - 8 * 9);  // 7 steps of one are 8 of the other
+  EXPECT_NEAR(both.centroid_s(), 7.5 * 1.875, 1e-12);
+}
+
 TEST(Convolve, MergesCoincidingImpulses) {
   const VibrationMode mode(4.0, 0.0);
   const ImpulseSequence twice = Convolve(Zv(mode), Zv(mode));

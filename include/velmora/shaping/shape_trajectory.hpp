@@ -46,8 +46,11 @@ struct ShapedCommand {
 ///
 /// With one sequence all joints share it, and a straight line in joint space stays straight. With one sequence per
 /// joint the shorter ones are delayed until the centroids of all coincide, so that the joints lag alike; they still
-/// leave the raw path, as `PathDeviation` tells. With negative amplitudes positions, velocities and accelerations may
-/// exceed the extremes of the raw command.
+/// leave the raw path, as `PathDeviation` tells.
+///
+/// Without negative amplitudes positions, velocities and accelerations stay within the extremes of the raw command as
+/// it is interpolated, standstill included for the latter two; with negative ones they may exceed them. A spline itself
+/// may exceed the extremes of its samples at the corners of a move; `linear` does not.
 /// @param trajectory the raw command, N samples of J joints; a trajectory of one sample is held
 /// @param sequences one sequence for all joints, or one per joint (J of them)
 /// @param sample_time_s spacing of the samples after the end, finite and positive
