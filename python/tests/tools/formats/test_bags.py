@@ -191,3 +191,10 @@ def test_kinds_that_cannot_be_written(tmp_path: Path) -> None:
     for name in ("a.db3", "a.bag"):
         with pytest.raises(UsageError, match=r"can only be read; .mcap or a name without an ending was expected$"):
             write(str(tmp_path / name), recording, WriteOptions())
+    # Nor are they offered where a name is wrong.
+    with pytest.raises(UsageError, match=r"there are csv, .*, mcap, rosbag2, json, yaml; --format$"):
+        write(str(tmp_path / "a"), recording, WriteOptions(format="xlsx"))
+    with pytest.raises(UsageError) as refused:
+        write(str(tmp_path / "a.xls"), recording, WriteOptions())
+    assert ".mcap" in str(refused.value)
+    assert ".db3" not in str(refused.value)

@@ -15,7 +15,7 @@ from velmora.tools.output import is_stream
 from velmora.tools.text import nearest, quoted
 
 if TYPE_CHECKING:
-    from collections.abc import Iterator, Sequence
+    from collections.abc import Iterable, Iterator, Sequence
 
     from velmora.tools.formats.groups import Labels
     from velmora.tools.options import ReadOptions, WriteOptions
@@ -51,9 +51,9 @@ _COMPRESSED = (".gz", ".zst")
 _WITH_COMPRESSION = ("parquet", "feather", "mcap", "rosbag2")
 
 
-def suffixes() -> tuple[str, ...]:
-    """All endings of names that mean a recording."""
-    plain = [suffix for known in FORMATS.values() for suffix in known]
+def suffixes(formats: Iterable[str] = FORMATS) -> tuple[str, ...]:
+    """All endings of names that mean a recording, or those of some formats, with CSV and TSV among them."""
+    plain = [suffix for name in formats for suffix in FORMATS[name]]
     return (*plain, *(suffix + packed for name in _TEXT for suffix in FORMATS[name] for packed in _COMPRESSED))
 
 
@@ -78,11 +78,12 @@ def _format_by_name(path: str) -> str | None:
 
 
 def _format(path: str, said: str | None, option: str) -> str:
+    known = [name for name in FORMATS if option == "--input-format" or name not in _READ_ONLY]
     if said is not None:
         if said not in FORMATS:
             raise UsageError(
-                f"{path}: no format is called {quoted(said)}{nearest(said, FORMATS)}; there are "
-                f"{', '.join(FORMATS)}; {option}"
+                f"{path}: no format is called {quoted(said)}{nearest(said, known)}; there are "
+                f"{', '.join(known)}; {option}"
             )
         return said
     if path == "-":
@@ -90,7 +91,7 @@ def _format(path: str, said: str | None, option: str) -> str:
     found = "rosbag2" if _is_bag_folder(local_path(path)) else _format_by_name(path)
     if found is None:
         raise UsageError(
-            f"{path}: the name does not end as that of a known format; {', '.join(suffixes())} were expected; "
+            f"{path}: the name does not end as that of a known format; {', '.join(suffixes(known))} were expected; "
             f"{option} names it"
         )
     return found
