@@ -9,6 +9,7 @@ from typing import Any
 import jsonschema
 import numpy as np
 import pytest
+import velmora as vm
 from velmora import shaping
 from velmora.tools.main import run
 
@@ -151,6 +152,73 @@ def test_a_limit_is_violated_on_either_side(here: Path, capsys: pytest.CaptureFi
     assert judged["base", "velocity"] is None
     assert run(arguments) == 0
     assert "-0.1 to 1e+06  over" in capsys.readouterr().err
+
+
+def trapezoid(path: Path, rate_hz: float = 100.0) -> None:
+    """A move within a velocity of 1 and an acceleration of 5, in one joint; its corners are samples."""
+    t = np.arange(round(1.6 * rate_hz)) / rate_hz
+    u = np.clip(t - 0.1, 0.0, 1.4)
+    position = 2.5 * np.minimum(u, 0.2) ** 2 + np.clip(u - 0.2, 0.0, 1.0)
+    braking = np.maximum(u - 1.2, 0.0)
+    position += braking - 2.5 * braking**2
+    rows = (f"{time!r},{value!r}" for time, value in zip(t.tolist(), position.tolist(), strict=True))
+    path.write_text("\n".join(["time,a_pos", *rows]) + "\n", encoding="utf-8")
+
+
+OVER = "the spline between the samples takes velocity a, acceleration a over limits that the samples keep; a move "
+
+
+@pytest.mark.parametrize("weight", ["1", "0.7", "0"])
+def test_a_limit_that_only_the_spline_exceeds_is_said_to_be_so(
+    here: Path, tmp_path: Path, capsys: pytest.CaptureFixture[str], weight: str
+) -> None:
+    trapezoid(tmp_path / "trapezoid.csv")
+    limits, output = tmp_path / "limits.csv", str(tmp_path / "o.csv")
+    limits.write_text("joint,max_velocity,max_acceleration\na,1,5\n", encoding="utf-8")
+    arguments = ["shape", str(tmp_path / "trapezoid.csv"), "--mode", "5:0.02", "--shaper", "zv", "--weight", weight]
+    arguments += ["--limits", str(limits), "--force", "-o", output]
+    (report,) = as_json(capsys, *arguments)["files"][0]["recordings"]
+    for peak in report["peaks_beside"][:2]:
+        assert abs(peak["before"]) >= abs(peak["after"]) > peak["limit"]["upper"] and peak["violated"]
+    (warning,) = report["warnings"]
+    assert OVER in warning and "--method linear" in warning
+    (report,) = as_json(capsys, *arguments, "--method", "linear")["files"][0]["recordings"]
+    assert [abs(peak["before"]) for peak in report["peaks_beside"][:2]] == pytest.approx([1.0, 5.0])
+    assert not any(peak["violated"] for peak in report["peaks_beside"]) and report["warnings"] == []
+    limits.write_text("joint,max_velocity,max_acceleration\na,0.9,4\n", encoding="utf-8")
+    (report,) = as_json(capsys, *arguments)["files"][0]["recordings"]
+    # The samples do not keep these limits either: the peaks say so.
+    assert all(peak["violated"] for peak in report["peaks_beside"][:2]) and report["warnings"] == []
+
+
+@pytest.mark.parametrize("method", ["cubic", "linear"])
+def test_positive_impulses_raise_no_peak(
+    here: Path, tmp_path: Path, capsys: pytest.CaptureFixture[str], method: str
+) -> None:
+    rng = np.random.default_rng(3)
+    walk = np.cumsum(np.cumsum(rng.standard_normal((60, 2)), axis=0), axis=0)
+    rows = (f"{0.01 * k},{a!r},{b!r}" for k, (a, b) in enumerate(walk.tolist()))
+    (tmp_path / "walk.csv").write_text("\n".join(["time,a,b", *rows]) + "\n", encoding="utf-8")
+    # Delays of no whole number of samples: copies take the velocity between samples.
+    for mode in ("40:0.02", "77:0.02", "130:0"):
+        arguments = ["shape", str(tmp_path / "walk.csv"), "--mode", mode, "--shaper", "zv", "--method", method]
+        (report,) = as_json(capsys, *arguments, "--force", "-o", str(tmp_path / "o.csv"))["files"][0]["recordings"]
+        for peak in report["peaks_beside"][:4]:
+            assert abs(peak["after"]) <= abs(peak["before"]) * (1.0 + 1e-12)
+
+
+def test_a_blend_is_one_of_commands_of_the_same_interpolation(here: Path, tmp_path: Path) -> None:
+    trapezoid(tmp_path / "trapezoid.csv")
+    raw = np.loadtxt(tmp_path / "trapezoid.csv", delimiter=",", skiprows=1)
+    found = {}
+    for weight in ("0", "0.7", "1"):
+        arguments = ["shape", str(tmp_path / "trapezoid.csv"), "--mode", "5:0.02", "--weight", weight, "--force"]
+        assert run([*arguments, "-o", str(tmp_path / "o.csv")]) == 0
+        found[weight] = np.genfromtxt(tmp_path / "o.csv", delimiter=",", skip_header=1)[: len(raw)]
+    assert np.array_equal(found["0"][:, 1], raw[:, 1])
+    np.testing.assert_allclose(found["0.7"], 0.3 * found["0"] + 0.7 * found["1"], atol=1e-9)
+    spline = vm.resample_trajectory(vm.JointTrajectory(raw[:, 1:], time=raw[:, 0]), 0.01, "cubic")
+    np.testing.assert_allclose(found["0"][:, 3], spline.accelerations[: len(raw), 0], atol=1e-8)
 
 
 def test_many_moves_are_shaped_alike(here: Path, tmp_path: Path, capsys: pytest.CaptureFixture[str]) -> None:

@@ -3,7 +3,7 @@
 
 from __future__ import annotations
 
-from dataclasses import dataclass
+from dataclasses import dataclass, replace
 from typing import TYPE_CHECKING, Any
 
 import click
@@ -64,7 +64,7 @@ Examples:
     type=click.Choice(["cubic", "linear"]),
     default="cubic",
     show_default=True,
-    help="Interpolation between samples.",
+    help="Interpolation between samples; cubic overshoots at corners, linear keeps the extremes of the samples.",
 )
 @click.option("--limits", "-l", type=click.Path(), metavar="FILE", help="YAML, URDF or CSV with limits, shown beside.")
 @click.option(
@@ -119,12 +119,11 @@ def command(ctx: click.Context, /, **values: Any) -> int:
     if drawn and len(reports) == 1:
         # Once more, since pictures want more than a report for machines holds.
         fit = shared.read_one(values["files"][0], values)
-        done = _shaped(fit, options.shape)
+        done, limits = _shaped(fit, options)
         if values["plot"] is not None:
             picture = _figure(done, reports[0], values["tolerance"])
             shared.write_picture(picture, values["plot"], values["force"])
         if values["report"] is not None:
-            limits = None if options.limits is None else for_joints(options.limits, fit.source, fit.joints)
             _write_report(ctx, fit, done, reports[0], limits, values)
     return result.exit_code
 
@@ -138,8 +137,7 @@ def work(task: Task, stage: Stage) -> tuple[list[JsonObject], list[str]]:
     recordings = reading.read_recordings(task, stage, options.read)
     for recording in recordings:
         fit = checked(recording, options.check)
-        done = _shaped(fit, options.shape)
-        limits = None if options.limits is None else for_joints(options.limits, fit.source, fit.joints)
+        done, limits = _shaped(fit, options)
         target = of_recording(task.target, group_of(recording), len(recordings) > 1, None)
         warnings += done.warnings
         warnings += formats.write(
@@ -149,17 +147,22 @@ def work(task: Task, stage: Stage) -> tuple[list[JsonObject], list[str]]:
     return reports, warnings
 
 
-def _shaped(recording: Recording, options: ShapeOptions) -> Shaped:
-    from velmora.tools.operations.shape_move import shape
+def _shaped(recording: Recording, options: ShapeWork) -> tuple[Shaped, JointLimits | None]:
+    from velmora.tools.operations.shape_move import over_by_the_spline, shape
 
     if recording.positions.shape[0] < 4:
         raise DataError(
             f"{recording.source}: {recording.positions.shape[0]} samples; at least 4 of a move were expected"
         )
     try:
-        return shape(recording, options)
+        done = shape(recording, options.shape)
     except ValueError as error:
         raise DataError(f"{recording.source}: {error}") from error
+    if options.limits is None:
+        return done, None
+    limits = for_joints(options.limits, recording.source, recording.joints)
+    more = over_by_the_spline(recording, done, options.shape, limits)
+    return replace(done, warnings=(*done.warnings, *more)), limits
 
 
 PEAK_HEAD = ("peak", "before", "after", "limit", "")

@@ -11,6 +11,8 @@ from numpy.typing import NDArray
 
 import velmora as vm
 from velmora import shaping
+from velmora.tools.operations.check import check
+from velmora.tools.operations.limits import JointLimits
 from velmora.tools.operations.peaks import Peaks, peaks
 from velmora.tools.operations.resample import stamps_from, trajectory_of
 from velmora.tools.operations.vibration import KnownMode, amplitude, response, rounded, worst_residual
@@ -57,7 +59,7 @@ class Shaped:
     """The shaped move and its report."""
 
     recording: Recording
-    raw: vm.JointTrajectory
+    raw: vm.JointTrajectory  # with the derivatives of the interpolation that was shaped
     trajectory: vm.JointTrajectory
     sequence: shaping.ImpulseSequence  # that the blend amounts to
     added_s: float
@@ -83,8 +85,13 @@ def shape(recording: Recording, options: ShapeOptions) -> Shaped:
     sequence = options.sequence
     period = float(np.median(np.diff(raw.time))) if options.period_s is None else options.period_s
     tail_step = float(np.median(np.diff(raw.time)))
-    shaped = shaping.shape_trajectory(raw, sequence, sample_time_s=tail_step, method=options.method)
-    blended = shaping.blend_shaped_trajectory(raw, shaped, options.weight, options.transition_s)
+    # The spline has derivatives of its own: those given, or taken by differences, would not be what is shaped.
+    alone, shaped = (
+        shaping.shape_trajectory(raw, one, sample_time_s=tail_step, method=options.method)
+        for one in (UNSHAPED, sequence)
+    )
+    interpolated = vm.JointTrajectory(raw.positions, alone.move.velocities, alone.move.accelerations, raw.time)
+    blended = shaping.blend_shaped_trajectory(interpolated, shaped, options.weight, options.transition_s)
     whole = shaping.join_move_and_tail(blended)
     trajectory = vm.JointTrajectory(
         whole.positions, velocities=whole.velocities, accelerations=whole.accelerations, time=whole.time
@@ -93,18 +100,53 @@ def shape(recording: Recording, options: ShapeOptions) -> Shaped:
     short = shaping.blended_sequence(rounded(sequence, period), options.weight)
     return Shaped(
         recording=_recording_of(recording, whole),
-        raw=raw,
+        raw=interpolated,
         trajectory=trajectory,
         sequence=effective,
         added_s=blended.added_duration_s,
         lag_s=effective.centroid_s,
         path_deviation=shaping.path_deviation(raw, blended),
-        peaks_before=peaks(raw.time, raw.positions, recording.velocities, recording.accelerations, recording.jerks),
+        peaks_before=_peaks_before(interpolated, options.method),
         peaks_after=peaks(whole.time, whole.positions, whole.velocities, whole.accelerations),
         left=tuple(_left(k, raw, options, effective) for k in options.known),
         period_s=period,
         rounded=tuple(shaping.residual_vibration(short, k.mode) for k in options.known),
-        warnings=_warnings(recording, blended, raw),
+        warnings=_warnings(recording, blended, interpolated),
+    )
+
+
+def _peaks_before(raw: vm.JointTrajectory, method: str) -> dict[str, Peaks]:
+    """The peaks of the interpolated command; copies take its velocity between samples too, where a spline may peak."""
+    found = peaks(raw.time, raw.positions, raw.velocities, raw.accelerations)
+    if method == "linear":
+        return found
+    # The acceleration runs linearly; where it crosses 0, the velocity has changed by the triangle up to there.
+    start, end = raw.accelerations[:-1], raw.accelerations[1:]
+    share = np.divide(start, start - end, out=np.zeros_like(start), where=start * end < 0.0)
+    turning = raw.velocities[:-1] + 0.5 * start * share * np.diff(raw.time)[:, None]
+    both = np.vstack([found["velocities"].values, turning])
+    largest = both[np.argmax(np.abs(both), axis=0), np.arange(both.shape[1])]
+    return {**found, "velocities": replace(found["velocities"], values=largest)}
+
+
+def over_by_the_spline(
+    recording: Recording, done: Shaped, options: ShapeOptions, limits: JointLimits
+) -> tuple[str, ...]:
+    """A warning where a shaped move goes over limits that its samples keep, and the spline between them is why."""
+    if options.method == "linear" or options.transition_s or np.min(done.sequence.amplitudes) < 0.0:
+        return ()
+    # Copies with positive shares exceed no extreme of what they are copies of, so the spline does.
+    before, after = (check(one, limits, guard_units=False).findings for one in (recording, done.recording))
+    over = [
+        f"{late.quantity} {late.joint}"
+        for early, late in zip(before, after, strict=True)
+        if late.violations and not early.violations and late.quantity != "jerk"
+    ]
+    if not over:
+        return ()
+    return (
+        f"{recording.source}: the spline between the samples takes {', '.join(over)} over limits that the samples "
+        "keep; a move without corners was expected; --method linear keeps the extremes of the samples",
     )
 
 
