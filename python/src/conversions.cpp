@@ -5,6 +5,7 @@
 #include <nanobind/ndarray.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <memory>
 #include <string_view>
@@ -33,10 +34,41 @@ nb::object Numpy() { return nb::module_::import_("numpy"); }
 
 std::string TypeName(nb::handle source) { return nb::cast<std::string>(nb::str(source.type().attr("__name__"))); }
 
-bool IsMaskedArray(nb::handle source) {
-  // Not imported: where the module was never loaded there is no masked array.
+// Not imported: where the module was never loaded there is no masked array, and none is the answer.
+nb::object MaskedArrayType() {
   const nb::object module = nb::module_::import_("sys").attr("modules").attr("get")("numpy.ma");
-  return !module.is_none() && nb::isinstance(source, module.attr("MaskedArray"));
+  return module.is_none() ? module : module.attr("MaskedArray");
+}
+
+// Whether a masked array stands in lists and tuples, nested so many levels deep: numpy loses the mask there.
+bool HoldsMaskedArray(nb::handle source, nb::handle masked_array, Py_ssize_t levels) {
+  if (levels == 0 || !(PyList_Check(source.ptr()) || PyTuple_Check(source.ptr()))) return false;
+  const Py_ssize_t length = PySequence_Size(source.ptr());
+  for (Py_ssize_t i = 0; i < length; ++i) {
+    const nb::object item = nb::steal(PySequence_GetItem(source.ptr(), i));
+    if (!item.is_valid()) throw nb::python_error();
+    if (PyFloat_Check(item.ptr()) || PyLong_Check(item.ptr())) continue;  // most are, and lists may be long
+    const bool is_masked = PyObject_TypeCheck(item.ptr(), reinterpret_cast<PyTypeObject*>(masked_array.ptr())) != 0;
+    if (is_masked || HoldsMaskedArray(item, masked_array, levels - 1)) return true;
+  }
+  return false;
+}
+
+bool IsReal(nb::handle kind) {
+  const std::string letter = nb::isinstance<nb::str>(kind) ? nb::cast<std::string>(kind) : "";
+  return letter == "b" || letter == "i" || letter == "u" || letter == "f";
+}
+
+// A frame of pandas with columns of numbers in types that are not numpy's (nullable, Arrow), of which numpy makes
+// objects: its values, NaN where one is missing. Of any other source nothing.
+nb::object ValuesOfFrame(nb::handle source) {
+  if (!nb::hasattr(source, "dtypes") || !nb::hasattr(source, "to_numpy")) return {};
+  const nb::object dtypes = source.attr("dtypes");
+  if (!nb::hasattr(dtypes, "__iter__")) return {};
+  for (const nb::handle dtype : dtypes) {
+    if (!IsReal(nb::getattr(dtype, "kind", nb::none()))) return {};
+  }
+  return source.attr("to_numpy")(nb::arg("dtype") = Numpy().attr("float64"), nb::arg("na_value") = std::nan(""));
 }
 
 struct AnyArray {
@@ -47,7 +79,10 @@ struct AnyArray {
 // What numpy makes of the source, refused unless its elements are real numbers.
 AnyArray AsRealArray(nb::handle source, const char* argument, const char* expected) {
   if (source.is_none()) Refuse(PyExc_TypeError, argument, expected, "None");
-  if (IsMaskedArray(source)) Refuse(PyExc_TypeError, argument, expected, "a masked array");
+  const nb::object masked_array = MaskedArrayType();
+  if (!masked_array.is_none() && nb::isinstance(source, masked_array)) {
+    Refuse(PyExc_TypeError, argument, expected, "a masked array");
+  }
   nb::object array;
   try {
     array = Numpy().attr("asarray")(source);
@@ -58,12 +93,19 @@ AnyArray AsRealArray(nb::handle source, const char* argument, const char* expect
            "a " + TypeName(source) + " of which numpy makes none (" + reason + ")");
   }
   const nb::object dtype = array.attr("dtype");
-  const std::string kind = nb::cast<std::string>(dtype.attr("kind"));
-  if (std::strchr("biuf", kind[0]) == nullptr) {
-    const std::string what = nb::cast<std::string>(nb::str(dtype));
-    Refuse(PyExc_TypeError, argument, expected, "a " + TypeName(source) + " of dtype " + what);
+  if (!IsReal(dtype.attr("kind"))) {
+    const nb::object values = ValuesOfFrame(source);
+    if (!values.is_valid()) {
+      const std::string what = nb::cast<std::string>(nb::str(dtype));
+      Refuse(PyExc_TypeError, argument, expected, "a " + TypeName(source) + " of dtype " + what);
+    }
+    array = values;
   }
-  return {array, nb::cast<Py_ssize_t>(array.attr("ndim"))};
+  const auto dimensions = nb::cast<Py_ssize_t>(array.attr("ndim"));
+  if (!masked_array.is_none() && HoldsMaskedArray(source, masked_array, dimensions)) {
+    Refuse(PyExc_TypeError, argument, expected, "a " + TypeName(source) + " that holds a masked array");
+  }
+  return {array, dimensions};
 }
 
 [[noreturn]] void RefuseShape(const AnyArray& source, const char* argument, const char* expected) {

@@ -48,7 +48,9 @@ array([0. , 0.5, 1. ])
 )doc";
 
 nb::object Ramp(nb::handle unit_progress) {
-  if (PyFloat_Check(unit_progress.ptr())) return nb::cast(util::Smootherstep(PyFloat_AsDouble(unit_progress.ptr())));
+  if (PyFloat_Check(unit_progress.ptr()) || PyLong_Check(unit_progress.ptr())) {
+    return nb::cast(util::Smootherstep(ToDouble(unit_progress, "unit_progress")));
+  }
   const nb::object array = ToFloatArray(unit_progress, "unit_progress");
   const nb::object shape = array.attr("shape");
   if (nb::len(shape) == 0) return nb::cast(util::Smootherstep(nb::cast<double>(array.attr("item")())));

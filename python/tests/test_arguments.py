@@ -33,6 +33,11 @@ def misaligned() -> Any:
     return array
 
 
+def arrow_frame() -> Any:
+    pytest.importorskip("pyarrow", reason="pyarrow belongs to the tools, not to the library")
+    return pd.DataFrame(VALUES).astype("double[pyarrow]")
+
+
 class Duck:
     def __array__(self, dtype: Any = None, copy: Any = None) -> Any:
         return EXPECTED.astype(dtype or np.float64)
@@ -58,6 +63,9 @@ MATRICES: dict[str, Callable[[], Any]] = {
     "matrix": lambda: np.matrix(EXPECTED),
     "data frame": lambda: pd.DataFrame(VALUES),
     "mixed data frame": lambda: pd.DataFrame({"a": [0, 2, 5], "b": [1.0, 3.0, 8.0]}),
+    "frame of nullable columns": lambda: pd.DataFrame(VALUES, dtype="Float64"),
+    "frame of nullable and numpy's columns": lambda: pd.DataFrame({"a": pd.array([0, 2, 5]), "b": [1.0, 3.0, 8.0]}),
+    "frame of Arrow columns": arrow_frame,
     "memory view": lambda: memoryview(EXPECTED),
     "__array__": Duck,
     "result": lambda: vm.JointTrajectory(VALUES, dt=1.0).positions,
@@ -71,6 +79,19 @@ def test_a_matrix_is_taken(kind: str) -> None:
     assert trajectory.positions.tolist() == VALUES
     assert trajectory.positions.dtype == np.float64
     assert trajectory.positions.flags.c_contiguous
+
+
+def test_what_a_frame_lacks_is_judged_as_content() -> None:
+    with pytest.raises(vm.InvalidArgumentError, match=r"^JointTrajectory.positions must contain only finite values.$"):
+        vm.JointTrajectory(pd.DataFrame({"a": pd.array([1.0, None]), "b": pd.array([1, 2])}), dt=1.0)
+
+
+@pytest.mark.filterwarnings("ignore:Warning. converting a masked element to nan:UserWarning")
+def test_a_masked_number_is_refused_at_any_depth() -> None:
+    with pytest.raises(TypeError, match="a list that holds a masked array"):
+        vm.joint_path_coordinate([[1.0, 2.0], [3.0, np.ma.masked]])
+    with pytest.raises(TypeError, match="a list that holds a masked array"):
+        vm.smootherstep([[[(0.5, np.ma.masked)]]])
 
 
 @pytest.mark.parametrize(
@@ -99,6 +120,11 @@ def test_a_number_is_taken(half: Any) -> None:
     assert vm.JointTrajectory([[0.0], [1.0]], dt=half).end_time_s == 0.5
 
 
+def test_an_integer_beyond_those_of_numpy_is_a_number() -> None:
+    assert vm.smootherstep(2**70) == 1.0
+    assert vm.smootherstep(-(2**70)) == 0.0
+
+
 @pytest.mark.parametrize("one", [1, True, np.int8(1), np.bool_(True), np.array(1)])
 def test_an_integer_is_a_number(one: Any) -> None:
     assert vm.JointTrajectory([[0.0], [1.0]], dt=one).end_time_s == 1.0
@@ -125,6 +151,11 @@ def refused_kinds() -> list[tuple[Any, str]]:
         (np.zeros(2, [("x", float)]), "a ndarray of dtype [('x', '<f8')]"),
         (np.ma.masked_equal(np.eye(2), 1.0), "a masked array"),
         (np.ma.array(EXPECTED), "a masked array"),
+        ([np.ma.masked_equal([0.0, 1.0], 1.0)] * 2, "a list that holds a masked array"),
+        (([1.0, 2.0], np.ma.array([0.0, 1.0])), "a tuple that holds a masked array"),
+        ([[np.ma.array(0.5), 1.0]], "a list that holds a masked array"),
+        (pd.DataFrame({"a": [1.0], "b": ["text"]}), "a DataFrame of dtype object"),
+        (pd.Series([1.0, "text"]), "a Series of dtype object"),
         (object(), "a object of dtype object"),
         ({"a": 1.0}, "a dict of dtype object"),
         (Decimal("0.5"), "a Decimal of dtype object"),
@@ -165,6 +196,10 @@ def test_another_number_of_dimensions_is_a_value_error(shape: tuple[int, ...]) -
         (
             lambda: vm.JointTrajectory(VALUES, dt=10**400),
             f"dt must be {NUMBER}, got an integer beyond the range of a double.",
+        ),
+        (
+            lambda: vm.smootherstep(10**400),
+            f"unit_progress must be {NUMBER}, got an integer beyond the range of a double.",
         ),
         (
             lambda: vm.sample_aligned_first_difference(VALUES, np.zeros((1, 1))),
