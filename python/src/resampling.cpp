@@ -185,13 +185,10 @@ std::unique_ptr<SharedTrajectory> Sample(nb::handle source, nb::handle query_tim
   const Vector queries = ToVector(query_time_s, "query_time_s");
   const bool derivatives = ToBool(include_derivatives, "include_derivatives");
   const nb::gil_scoped_release unlocked;
-  // The library asks for them itself, without a lock.
-  if (derivatives && queries.size() > 0) {
-    trajectory.Get(kVelocities);
-    trajectory.Get(kAccelerations);
-  }
-  return std::make_unique<SharedTrajectory>(trajectory.Read(
-      [&](const JointTrajectory& held) { return util::timing::SampleTrajectoryAtTimes(held, queries, derivatives); }));
+  const auto sample = [&](const JointTrajectory& held) {
+    return util::timing::SampleTrajectoryAtTimes(held, queries, derivatives);
+  };
+  return std::make_unique<SharedTrajectory>(derivatives ? trajectory.ReadDerivatives(sample) : trajectory.Read(sample));
 }
 
 std::unique_ptr<SharedTrajectory> Resample(nb::handle source, nb::handle sample_time_s, nb::handle method,

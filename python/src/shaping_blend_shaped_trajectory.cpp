@@ -104,10 +104,7 @@ ShapedCommand Blend(const SharedTrajectory& raw, const ShapedCommand& shaped, nb
   const std::variant<double, Vector> given =
       transition ? std::variant<double, Vector>(ToDouble(weight, "weight")) : ToDoubleOrVector(weight, "weight");
   const nb::gil_scoped_release unlocked;
-  // The library asks for them itself, without a lock.
-  raw.Get(kVelocities);
-  raw.Get(kAccelerations);
-  return raw.Read([&](const JointTrajectory& held) {
+  return raw.ReadDerivatives([&](const JointTrajectory& held) {
     return transition ? shaping::BlendShapedTrajectory(held, shaped,
                                                        shaping::WeightTransition{std::get<double>(given), *transition})
                       : shaping::BlendShapedTrajectory(held, shaped, given);

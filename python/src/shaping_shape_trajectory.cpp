@@ -211,15 +211,11 @@ ShapedCommand Shape(const SharedTrajectory& trajectory, nb::handle sequences, nb
     throw nb::value_error("exactly one of sample_time_s and times_s must be given");
   }
   const nb::gil_scoped_release unlocked;
-  // The library asks for them itself, without a lock.
-  if (given_method == ResamplingMethod::linear) {
-    trajectory.Get(kVelocities);
-    trajectory.Get(kAccelerations);
-  }
-  return trajectory.Read([&](const JointTrajectory& held) {
+  const auto shape = [&](const JointTrajectory& held) {
     return spacing ? shaping::ShapeTrajectory(held, given_sequences, *spacing, given_method)
                    : shaping::ShapeTrajectory(held, given_sequences, *times, given_method);
-  });
+  };
+  return given_method == ResamplingMethod::linear ? trajectory.ReadDerivatives(shape) : trajectory.Read(shape);
 }
 
 template <auto kField>

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "shared_trajectory.hpp"
 
-#include <mutex>
 #include <type_traits>
 #include <utility>
 
@@ -36,6 +35,12 @@ void SharedTrajectory::MarkReady() const {
   ready_[kVelocities] = (trajectory_.*CacheOf(Of<kVelocities>())).has_value();
   ready_[kAccelerations] = (trajectory_.*CacheOf(Of<kAccelerations>())).has_value();
   ready_[kJerks] = (trajectory_.*CacheOf(Of<kJerks>())).has_value();
+}
+
+// Nobody has seen them: a view is made of a derivative that is ready.
+void SharedTrajectory::DropUnready() const {
+  if (!Has(kVelocities)) (trajectory_.*CacheOf(Of<kVelocities>())).reset();
+  if (!Has(kAccelerations)) (trajectory_.*CacheOf(Of<kAccelerations>())).reset();
 }
 
 const Matrix& SharedTrajectory::Get(Derivative derivative) const {

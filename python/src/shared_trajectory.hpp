@@ -4,6 +4,7 @@
 
 #include <array>
 #include <atomic>
+#include <mutex>
 #include <optional>
 #include <shared_mutex>
 
@@ -36,6 +37,21 @@ class SharedTrajectory {
     const std::shared_lock<std::shared_mutex> guard(caches_);
     return use(trajectory_);
   }
+  /// The same where `use` may read velocities and accelerations that are not present yet. Where it fails, those that it
+  /// filled are dropped again: a call that fails changes nothing.
+  template <typename Use>
+  auto ReadDerivatives(const Use& use) const {
+    if (Has(kVelocities) && Has(kAccelerations)) return Read(use);
+    const std::lock_guard<std::shared_mutex> guard(caches_);
+    try {
+      auto result = use(static_cast<const JointTrajectory&>(trajectory_));
+      MarkReady();
+      return result;
+    } catch (...) {
+      DropUnready();
+      throw;
+    }
+  }
   /// For what leaves the derivatives alone.
   const JointTrajectory& samples() const { return trajectory_; }
 
@@ -45,8 +61,9 @@ class SharedTrajectory {
 
  private:
   void MarkReady() const;
+  void DropUnready() const;
 
-  JointTrajectory trajectory_;
+  mutable JointTrajectory trajectory_;  // only its caches change
   mutable std::shared_mutex caches_;
   mutable std::array<std::atomic<bool>, 3> ready_;
 };

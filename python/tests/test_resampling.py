@@ -4,6 +4,7 @@
 from __future__ import annotations
 
 import math
+import pickle
 from typing import Any
 
 import numpy as np
@@ -99,6 +100,31 @@ def test_sampling_interpolates_and_supplies_derivatives() -> None:
     assert RECORDED.sample([1.05], include_derivatives=False).velocities.tolist() == [[0.0]]
     with pytest.raises(vm.InvalidArgumentError, match=r"^query_time_s must lie inside trajectory\.time\.$"):
         RECORDED.sample([0.5])
+
+
+@pytest.mark.parametrize("query", [[-1.0], [0.002, 0.001], [math.nan], [0.0, math.nan], [0.001, 9.0], [0.0, 0.001]])
+def test_a_query_that_fails_leaves_the_trajectory_as_it_was(query: list[float]) -> None:
+    wild = vm.JointTrajectory([[0.0], [1.7e308], [-1.7e308], [0.0]], dt=1e-3)  # whose velocities overflow
+    before = pickle.dumps(wild)
+    with pytest.raises(vm.InvalidArgumentError):
+        wild.sample(query)
+    assert pickle.dumps(wild) == before
+    assert wild.copy() == wild
+    assert not np.isfinite(wild.velocities).all()
+
+
+def test_a_query_that_succeeds_keeps_the_derivatives() -> None:
+    sampled = vm.JointTrajectory([[0.0], [0.5], [2.0]], dt=0.5)
+    shorter = len(pickle.dumps(sampled))
+    sampled.sample([0.5], include_derivatives=False)
+    assert len(pickle.dumps(sampled)) == shorter
+    first = sampled.sample([0.25])
+    assert len(pickle.dumps(sampled)) > shorter
+    velocities = sampled.velocities
+    with pytest.raises(vm.InvalidArgumentError):
+        sampled.sample([-1.0])
+    assert np.shares_memory(sampled.velocities, velocities)
+    assert sampled.sample([0.25]) == first
 
 
 def test_no_query_is_a_copy() -> None:

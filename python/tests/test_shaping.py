@@ -215,6 +215,22 @@ def test_blends() -> None:
     assert shaping.blended_sequence(shaping.zv(MODE), 0.0).duration_s == 0.0
 
 
+@pytest.mark.parametrize(
+    "call",
+    [
+        lambda raw, shaped: shaping.shape_trajectory(raw, shaping.zv(MODE), -0.005, method="linear"),
+        lambda raw, shaped: shaping.blend_shaped_trajectory(raw, shaped, [0.5]),
+    ],
+)
+def test_a_call_that_fails_leaves_the_trajectory_as_it_was(call: Callable[[Any, Any], object]) -> None:
+    raw = move()
+    shaped = shaping.shape_trajectory(raw, shaping.zv(MODE), 0.005)
+    before = pickle.dumps(raw)
+    with pytest.raises(vm.InvalidArgumentError):
+        call(raw, shaped)
+    assert pickle.dumps(raw) == before
+
+
 def test_streaming_gives_the_bits_of_the_whole() -> None:
     raw = move()
     sequence = shaping.zvd(MODE)
