@@ -126,7 +126,7 @@ nb::object Represent(const SharedTrajectory& self) {
   const Eigen::Index steps = self.positions().rows() - 1;
   const double span = EndTime(self) - StartTime(self);
   const nb::object step = steps > 0 ? nb::cast(span / static_cast<double>(steps)) : nb::none();
-  return nb::str("JointTrajectory(shape=({}, {}), time=[{:.9g}, {:.9g}] s, mean step={})")
+  return nb::str("JointTrajectory(shape=({}, {}), time=[{:.15g}, {:.15g}] s, mean step={})")
       .attr("format")(self.positions().rows(), self.positions().cols(), StartTime(self), EndTime(self),
                       step.is_none() ? nb::object(nb::str("none")) : nb::str("{:.9g} s").attr("format")(step));
 }

@@ -189,6 +189,8 @@ def test_it_equals_nothing_else_and_is_not_hashable() -> None:
 
 def test_repr_shows_shape_span_and_step() -> None:
     assert repr(trajectory()) == "JointTrajectory(shape=(3, 2), time=[0, 0.3] s, mean step=0.15 s)"
+    since_1970 = vm.JointTrajectory(np.zeros((5, 1)), time=1732248000.25 + np.arange(5.0))
+    assert repr(since_1970) == "JointTrajectory(shape=(5, 1), time=[1732248000.25, 1732248004.25] s, mean step=1 s)"
     assert (
         repr(vm.JointTrajectory([[1.0]], time=[5.0])) == "JointTrajectory(shape=(1, 1), time=[5, 5] s, mean step=none)"
     )
