@@ -119,6 +119,51 @@ array([[0.5],
        [2.5]])
 )doc";
 
+// The method, which Python shows without its first argument.
+constexpr const char* kSampleMethodDocstring =
+    R"doc(Return this trajectory at given times, by linear interpolation between its samples.
+
+A query at a sample gives that sample. No query at all gives a copy of the whole trajectory, derivatives included.
+
+Parameters
+----------
+query_time_s : (Q,) array_like of float
+    Times in seconds, strictly increasing, inside the sampled span (both ends included).
+include_derivatives : bool
+    Whether velocities and accelerations are sampled too, and supplied to the result. Jerks are never carried over.
+
+Returns
+-------
+JointTrajectory
+    One sample per query time; its `time` is `query_time_s`.
+
+Raises
+------
+InvalidArgumentError
+    "query_time_s must lie inside trajectory.time."; "JointTrajectory.time must be strictly increasing." for repeated
+    or falling queries; "JointTrajectory.positions must contain only finite values." for a NaN, and the other messages
+    of `sample_trajectory_at_times`.
+TypeError, ValueError
+    For arguments of another kind or number of dimensions; the message names the argument.
+
+See Also
+--------
+sample_trajectory_at_times : the same as a function, with its cost.
+
+Notes
+-----
+Derivatives that are sampled are held from then on; a call that fails leaves the trajectory as it was. Any number of
+threads may call it at once.
+
+Examples
+--------
+>>> import velmora as vm
+>>> trajectory = vm.JointTrajectory([[0.0], [1.0], [4.0]], dt=1.0)
+>>> trajectory.sample([0.5, 1.5]).positions
+array([[0.5],
+       [2.5]])
+)doc";
+
 constexpr const char* kResampleDocstring = R"doc(Return the trajectory on a regular time grid.
 
 "linear" interpolates the positions; the result computes its own derivatives on request. "cubic" fits a not-a-knot cubic
@@ -228,7 +273,7 @@ void RegisterResampling(nb::module_& module) {
                        nb::arg("query_time_s").none(), nb::arg("include_derivatives").none() = true,
                        nb::sig("def sample(self, query_time_s: velmora._typing.VectorLike, "
                                "include_derivatives: bool = True) -> JointTrajectory"),
-                       "The same as `sample_trajectory_at_times`, with this trajectory as its first argument.");
+                       kSampleMethodDocstring);
   module.def("sample_trajectory_at_times", &Sample, nb::arg("trajectory").none(), nb::arg("query_time_s").none(),
              nb::arg("include_derivatives").none() = true,
              nb::sig("def sample_trajectory_at_times(trajectory: JointTrajectory, query_time_s: "

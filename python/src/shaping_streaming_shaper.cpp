@@ -82,26 +82,76 @@ array([1.])
 
 constexpr const char* kStepDocstring = R"(Take the next sample of the command, and return the shaped one of the same time.
 
+Parameters
+----------
+raw : JointSample
+    The sample, `sample_time_s` after the one before; before the first one the command stood still where it is.
+
+Returns
+-------
+JointSample
+    What the machine is to do now.
+
 Raises
 ------
 InvalidArgumentError
     "raw sample must have the number of joints of the shaper."; "raw sample must contain only finite values."
+
+Examples
+--------
+>>> from velmora import shaping
+>>> halves = shaping.ImpulseSequence([0.0, 0.5], [0.5, 0.5])
+>>> shaper = shaping.StreamingShaper(halves, joints=1, sample_time_s=0.5)
+>>> shaper.step(shaping.JointSample([1.0], [0.0], [0.0])).position
+array([1.])
+>>> shaper.step(shaping.JointSample([2.0], [0.0], [0.0])).position
+array([1.5])
 )";
 
 constexpr const char* kTailDocstring = R"(Soft stop: take the last sample once more, at rest, and return the shaped one.
 
+Returns
+-------
+JointSample
+    What the machine is to do now.
+
 Raises
 ------
 InvalidArgumentError
     "no sample has been shaped yet."
+
+Examples
+--------
+>>> from velmora import shaping
+>>> halves = shaping.ImpulseSequence([0.0, 0.5], [0.5, 0.5])
+>>> shaper = shaping.StreamingShaper(halves, joints=1, sample_time_s=0.5)
+>>> shaper.step(shaping.JointSample([1.0], [0.0], [0.0])).position
+array([1.])
+>>> shaper.step_tail().position
+array([1.])
 )";
 
 constexpr const char* kStopDocstring = R"(Hard stop: hold the last shaped position at rest, and forget the command.
 
+Returns
+-------
+JointSample
+    That position, with velocity and acceleration zero.
+
 Raises
 ------
 InvalidArgumentError
     "no sample has been shaped yet."
+
+Examples
+--------
+>>> from velmora import shaping
+>>> halves = shaping.ImpulseSequence([0.0, 0.5], [0.5, 0.5])
+>>> shaper = shaping.StreamingShaper(halves, joints=1, sample_time_s=0.5)
+>>> shaper.step(shaping.JointSample([1.0], [0.0], [0.0])).position
+array([1.])
+>>> shaper.hard_stop().position, shaper.at_rest
+(array([1.]), True)
 )";
 // clang-format on
 

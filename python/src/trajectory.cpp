@@ -69,6 +69,34 @@ array([[0.],
        [8.]])
 )doc";
 
+constexpr const char* kCopyDocstring = R"doc(Return an independent copy, with the derivatives held so far.
+
+Returns
+-------
+JointTrajectory
+    Equal to this trajectory; none of its arrays shares memory with this one's.
+
+Raises
+------
+InvalidArgumentError
+    "JointTrajectory.velocities must contain only finite values.", or the same of accelerations or jerks, where a
+    derivative that was asked for had overflowed.
+MemoryError
+    Where memory runs out.
+
+Notes
+-----
+Linear in the number of elements. Any number of threads may call it at once. `copy.copy` and `copy.deepcopy` do the same.
+
+Examples
+--------
+>>> import velmora as vm
+>>> trajectory = vm.JointTrajectory([[0.0], [1.0]], dt=0.5)
+>>> copied = trajectory.copy()
+>>> copied == trajectory, copied is trajectory
+(True, False)
+)doc";
+
 using Self = nb::pointer_and_handle<SharedTrajectory>;
 
 void Construct(SharedTrajectory* place, nb::handle positions, nb::handle velocities, nb::handle accelerations,
@@ -167,8 +195,7 @@ void RegisterTrajectory(nb::module_& module) {
       .def_prop_ro(
           "duration_s", [](const SharedTrajectory& self) { return EndTime(self) - StartTime(self); },
           "Seconds from the first to the last sample.")
-      .def("copy", &Copy, nb::sig("def copy(self) -> JointTrajectory"),
-           "An independent copy with the derivatives held so far; fails as the constructor where one overflowed.")
+      .def("copy", &Copy, nb::sig("def copy(self) -> JointTrajectory"), kCopyDocstring)
       .def("__copy__", &Copy, nb::sig("def __copy__(self) -> JointTrajectory"))
       .def(
           "__deepcopy__", [](const SharedTrajectory& self, nb::handle) { return Copy(self); }, nb::arg("memo"),

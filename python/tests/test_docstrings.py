@@ -7,6 +7,7 @@ import doctest
 import enum
 import importlib.util
 import inspect
+from types import ModuleType
 from typing import Any
 
 import pytest
@@ -22,15 +23,27 @@ if importlib.util.find_spec("scipy") is not None:  # not everybody who has the l
 
 def documented() -> dict[str, Any]:
     members: dict[str, Any] = {name: getattr(vm, name) for name in vm.__all__ if name != "__version__"}
-    members["JointTrajectory.resample"] = vm.JointTrajectory.resample
-    return members
+    return members | methods(vm)
+
+
+def methods(module: ModuleType) -> dict[str, Any]:
+    """Of the classes of the extension; the others are enumerations and errors."""
+    return {
+        f"{name}.{member}": function
+        for name, item in inspect.getmembers(module, inspect.isclass)
+        if item.__module__ == "velmora._core"
+        for member, function in inspect.getmembers(item, callable)
+        if not member.startswith("_")
+    }
 
 
 def with_examples() -> dict[str, Any]:
     """With the modules that are imported by name."""
-    return documented() | {
-        f"{module.__name__}.{name}": getattr(module, name) for module in MODULES for name in module.__all__
-    }
+    return (
+        documented()
+        | methods(shaping)
+        | {f"{module.__name__}.{name}": getattr(module, name) for module in MODULES for name in module.__all__}
+    )
 
 
 @pytest.mark.parametrize("name", with_examples())
@@ -44,14 +57,17 @@ def test_examples_run(name: str) -> None:
     assert failed == 0
 
 
-@pytest.mark.parametrize("name", documented())
+@pytest.mark.parametrize("name", documented() | methods(shaping))
 def test_sections_are_there(name: str) -> None:
-    item = documented()[name]
+    item = (documented() | methods(shaping))[name]
     text = inspect.getdoc(item) or ""
     if isinstance(item, enum.EnumMeta):
         sections = ["Attributes"]
     elif item is vm.InvalidArgumentError:
         sections = ["Parameters", "Attributes", "Examples"]
+    elif name in methods(vm) | methods(shaping):
+        signature = str(getattr(item, "__nb_signature__", None) or inspect.signature(item))
+        sections = ["Parameters"] * ("(self)" not in signature) + ["Returns", "Raises", "Examples"]
     else:
         sections = ["Parameters", "Raises", "Notes", "Examples"]
     for section in sections:

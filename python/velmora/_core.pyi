@@ -155,7 +155,32 @@ class JointTrajectory:
 
     def copy(self) -> JointTrajectory:
         """
-        An independent copy with the derivatives held so far; fails as the constructor where one overflowed.
+        Return an independent copy, with the derivatives held so far.
+
+        Returns
+        -------
+        JointTrajectory
+            Equal to this trajectory; none of its arrays shares memory with this one's.
+
+        Raises
+        ------
+        InvalidArgumentError
+            "JointTrajectory.velocities must contain only finite values.", or the same of accelerations or jerks, where a
+            derivative that was asked for had overflowed.
+        MemoryError
+            Where memory runs out.
+
+        Notes
+        -----
+        Linear in the number of elements. Any number of threads may call it at once. `copy.copy` and `copy.deepcopy` do the same.
+
+        Examples
+        --------
+        >>> import velmora as vm
+        >>> trajectory = vm.JointTrajectory([[0.0], [1.0]], dt=0.5)
+        >>> copied = trajectory.copy()
+        >>> copied == trajectory, copied is trajectory
+        (True, False)
         """
 
     def __copy__(self) -> JointTrajectory: ...
@@ -172,7 +197,47 @@ class JointTrajectory:
 
     def sample(self, query_time_s: velmora._typing.VectorLike, include_derivatives: bool = True) -> JointTrajectory:
         """
-        The same as `sample_trajectory_at_times`, with this trajectory as its first argument.
+        Return this trajectory at given times, by linear interpolation between its samples.
+
+        A query at a sample gives that sample. No query at all gives a copy of the whole trajectory, derivatives included.
+
+        Parameters
+        ----------
+        query_time_s : (Q,) array_like of float
+            Times in seconds, strictly increasing, inside the sampled span (both ends included).
+        include_derivatives : bool
+            Whether velocities and accelerations are sampled too, and supplied to the result. Jerks are never carried over.
+
+        Returns
+        -------
+        JointTrajectory
+            One sample per query time; its `time` is `query_time_s`.
+
+        Raises
+        ------
+        InvalidArgumentError
+            "query_time_s must lie inside trajectory.time."; "JointTrajectory.time must be strictly increasing." for repeated
+            or falling queries; "JointTrajectory.positions must contain only finite values." for a NaN, and the other messages
+            of `sample_trajectory_at_times`.
+        TypeError, ValueError
+            For arguments of another kind or number of dimensions; the message names the argument.
+
+        See Also
+        --------
+        sample_trajectory_at_times : the same as a function, with its cost.
+
+        Notes
+        -----
+        Derivatives that are sampled are held from then on; a call that fails leaves the trajectory as it was. Any number of
+        threads may call it at once.
+
+        Examples
+        --------
+        >>> import velmora as vm
+        >>> trajectory = vm.JointTrajectory([[0.0], [1.0], [4.0]], dt=1.0)
+        >>> trajectory.sample([0.5, 1.5]).positions
+        array([[0.5],
+               [2.5]])
         """
 
     def resample(self, sample_time_s: velmora._typing.Real | None = None, method: velmora._typing.Method = 'cubic', grid_mode: velmora._typing.GridMode = 'exact_dt_append_endpoint', strict_cubic: bool = False, *, samples: SupportsIndex | None = None, rate_hz: velmora._typing.Real | None = None) -> JointTrajectory:
@@ -1955,30 +2020,80 @@ class StreamingShaper:
         """
         Take the next sample of the command, and return the shaped one of the same time.
 
+        Parameters
+        ----------
+        raw : JointSample
+            The sample, `sample_time_s` after the one before; before the first one the command stood still where it is.
+
+        Returns
+        -------
+        JointSample
+            What the machine is to do now.
+
         Raises
         ------
         InvalidArgumentError
-            "raw sample must have the number of joints of the shaper."; "raw sample must contain only finite values.\"
+            "raw sample must have the number of joints of the shaper."; "raw sample must contain only finite values."
+
+        Examples
+        --------
+        >>> from velmora import shaping
+        >>> halves = shaping.ImpulseSequence([0.0, 0.5], [0.5, 0.5])
+        >>> shaper = shaping.StreamingShaper(halves, joints=1, sample_time_s=0.5)
+        >>> shaper.step(shaping.JointSample([1.0], [0.0], [0.0])).position
+        array([1.])
+        >>> shaper.step(shaping.JointSample([2.0], [0.0], [0.0])).position
+        array([1.5])
         """
 
     def step_tail(self) -> JointSample:
         """
         Soft stop: take the last sample once more, at rest, and return the shaped one.
 
+        Returns
+        -------
+        JointSample
+            What the machine is to do now.
+
         Raises
         ------
         InvalidArgumentError
-            "no sample has been shaped yet.\"
+            "no sample has been shaped yet."
+
+        Examples
+        --------
+        >>> from velmora import shaping
+        >>> halves = shaping.ImpulseSequence([0.0, 0.5], [0.5, 0.5])
+        >>> shaper = shaping.StreamingShaper(halves, joints=1, sample_time_s=0.5)
+        >>> shaper.step(shaping.JointSample([1.0], [0.0], [0.0])).position
+        array([1.])
+        >>> shaper.step_tail().position
+        array([1.])
         """
 
     def hard_stop(self) -> JointSample:
         """
         Hard stop: hold the last shaped position at rest, and forget the command.
 
+        Returns
+        -------
+        JointSample
+            That position, with velocity and acceleration zero.
+
         Raises
         ------
         InvalidArgumentError
-            "no sample has been shaped yet.\"
+            "no sample has been shaped yet."
+
+        Examples
+        --------
+        >>> from velmora import shaping
+        >>> halves = shaping.ImpulseSequence([0.0, 0.5], [0.5, 0.5])
+        >>> shaper = shaping.StreamingShaper(halves, joints=1, sample_time_s=0.5)
+        >>> shaper.step(shaping.JointSample([1.0], [0.0], [0.0])).position
+        array([1.])
+        >>> shaper.hard_stop().position, shaper.at_rest
+        (array([1.]), True)
         """
 
     @property
