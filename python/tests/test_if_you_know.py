@@ -39,7 +39,10 @@ def test_interp_and_linspace() -> None:
     close(TRAJECTORY.sample(grid).positions, np.stack([np.interp(grid, T, column) for column in P.T], axis=1))
     with pytest.raises(vm.InvalidArgumentError):
         TRAJECTORY.sample([-0.1])
-    close(TRAJECTORY.resample(samples=9).time, grid)
+    for count in range(2, 40):
+        time = TRAJECTORY.resample(samples=count).time
+        close(time, np.linspace(T[0], T[-1], count))
+        assert (time[0], time[-1]) == (T[0], T[-1])
 
 
 def test_gradient() -> None:

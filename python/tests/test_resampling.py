@@ -139,7 +139,24 @@ def test_a_number_of_samples_is_met_over_the_whole_span(count: int, method: vm.R
     result = RECORDED.resample(samples=count, method=method)
     assert result.sample_count == count
     assert result.start_time_s == 1.0
-    assert result.end_time_s == pytest.approx(1.35, abs=1e-15)
+    assert result.end_time_s == 1.35
+
+
+@pytest.mark.parametrize("method", METHODS)
+def test_a_number_of_samples_ends_at_the_end_exactly(method: vm.ResamplingMethod) -> None:
+    trajectory = vm.JointTrajectory([[0.0], [0.5], [0.25], [1.0]], dt=0.02)
+    grid = vm.resample_trajectory(trajectory, trajectory.duration_s / 18, method, "exact_duration_adjust_dt")
+    result = trajectory.resample(samples=19, method=method)
+    assert grid.end_time_s > result.end_time_s == trajectory.end_time_s
+    assert result.time[:-1].tobytes() == grid.time[:-1].tobytes()
+    assert result.positions.tobytes() == grid.positions.tobytes()
+    if method == vm.ResamplingMethod.cubic:
+        assert result.velocities.tobytes() == grid.velocities.tobytes()
+        assert result.accelerations.tobytes() == grid.accelerations.tobytes()
+    else:
+        computed = vm.JointTrajectory(result.positions, time=result.time)
+        assert result.velocities.tobytes() == computed.velocities.tobytes()
+    assert trajectory.sample(result.time).sample_count == 19
 
 
 @given(
@@ -150,7 +167,9 @@ def test_a_number_of_samples_is_met_over_the_whole_span(count: int, method: vm.R
 def test_any_number_of_samples_is_met_exactly(start: float, steps: list[float], count: int) -> None:
     times = start + np.concatenate([[0.0], np.cumsum(steps)])
     trajectory = vm.JointTrajectory(np.zeros((len(times), 1)), time=times)
-    assert trajectory.resample(samples=count, method="linear").sample_count == count
+    result = trajectory.resample(samples=count, method="linear")
+    assert result.sample_count == count
+    assert (result.start_time_s, result.end_time_s) == (trajectory.start_time_s, trajectory.end_time_s)
 
 
 def test_a_single_sample_gives_one() -> None:

@@ -255,7 +255,8 @@ class JointTrajectory:
             strict_cubic : bool
                 Whether a failure of the cubic path is an error; otherwise the result is linear then.
             samples : int, optional
-                Number of samples over the whole span, both ends included; 1 where the trajectory is a single sample.
+                Number of samples over the whole span, the first and the last time included exactly; 1 where the trajectory is a
+                single sample.
             rate_hz : float, optional
                 Samples per second, finite and positive: the spacing is ``1 / rate_hz``.
 

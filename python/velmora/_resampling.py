@@ -5,7 +5,7 @@ from __future__ import annotations
 
 import math
 import operator
-from typing import TYPE_CHECKING, Final, SupportsIndex
+from typing import TYPE_CHECKING, Any, Final, SupportsIndex
 
 from velmora._core import resample_trajectory
 from velmora._enums import ResamplingTimeGridMode
@@ -41,7 +41,8 @@ def resample(
     strict_cubic : bool
         Whether a failure of the cubic path is an error; otherwise the result is linear then.
     samples : int, optional
-        Number of samples over the whole span, both ends included; 1 where the trajectory is a single sample.
+        Number of samples over the whole span, the first and the last time included exactly; 1 where the trajectory is a
+        single sample.
     rate_hz : float, optional
         Samples per second, finite and positive: the spacing is ``1 / rate_hz``.
 
@@ -129,5 +130,19 @@ def _with_samples(
     if sample_time_s > 0.0:
         result = resample_trajectory(trajectory, sample_time_s, method, adjust, strict_cubic)
         if result.sample_count == count:
-            return result
+            end_time_s = trajectory.end_time_s
+            if result.end_time_s == end_time_s:
+                return result
+            if result.time[-2] < end_time_s:
+                return _ending_at(end_time_s, result)
     raise InvalidArgumentError("samples must not be more than the resolution of the times allows.", "samples")
+
+
+def _ending_at(end_time_s: float, result: JointTrajectory) -> JointTrajectory:
+    """The result with its last time, which a rounding parts from the end, on the end."""
+    arguments: Any  # those of the constructor; derivatives that nobody gave are none
+    _, arguments = result.__reduce__()
+    positions, velocities, accelerations, time, dt, jerks = arguments
+    time = time.copy()
+    time[-1] = end_time_s
+    return type(result)(positions, velocities, accelerations, time, dt, jerks)
