@@ -240,7 +240,8 @@ class JointTrajectory:
                [2.5]])
         """
 
-    def resample(self, sample_time_s: velmora._typing.Real | None = None, method: velmora._typing.Method = 'cubic', grid_mode: velmora._typing.GridMode = 'exact_dt_append_endpoint', strict_cubic: bool = False, *, samples: SupportsIndex | None = None, rate_hz: velmora._typing.Real | None = None) -> JointTrajectory:
+    @overload
+    def resample(self, sample_time_s: velmora._typing.Real, method: velmora._typing.Method = 'cubic', grid_mode: velmora._typing.GridMode = 'exact_dt_append_endpoint', strict_cubic: bool = False, *, samples: None = None, rate_hz: None = None) -> JointTrajectory:
         """
         Return the trajectory on a regular time grid, given by spacing, rate or number of samples.
 
@@ -291,6 +292,10 @@ class JointTrajectory:
             >>> recorded.resample(rate_hz=500).sample_count
             176
         """
+    @overload
+    def resample(self, sample_time_s: None = None, method: velmora._typing.Method = 'cubic', grid_mode: velmora._typing.GridMode = 'exact_dt_append_endpoint', strict_cubic: bool = False, *, samples: SupportsIndex, rate_hz: None = None) -> JointTrajectory: ...
+    @overload
+    def resample(self, sample_time_s: None = None, method: velmora._typing.Method = 'cubic', grid_mode: velmora._typing.GridMode = 'exact_dt_append_endpoint', strict_cubic: bool = False, *, samples: None = None, rate_hz: velmora._typing.Real) -> JointTrajectory: ...
 
 class JointStateBox:
     """

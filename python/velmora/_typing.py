@@ -21,9 +21,9 @@ class RealArray(Protocol):
 #: One real number.
 Real: TypeAlias = float | np.floating[Any] | np.integer[Any]
 #: What becomes a vector: times, joint values, weights.
-VectorLike: TypeAlias = RealArray | Sequence[float]
+VectorLike: TypeAlias = RealArray | Sequence[Real]
 #: What becomes a matrix: a row per sample, a column per joint.
-MatrixLike: TypeAlias = RealArray | Sequence[Sequence[float]] | Sequence[RealArray]
+MatrixLike: TypeAlias = RealArray | Sequence[Sequence[Real]] | Sequence[RealArray]
 #: What the library returns: C-ordered, read-only.
 FloatArray: TypeAlias = NDArray[np.float64]
 #: A method of resampling or its name.

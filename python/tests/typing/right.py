@@ -17,6 +17,10 @@ trajectory = vm.JointTrajectory(positions, time=time)
 from_lists: vm.JointTrajectory = vm.JointTrajectory([[0, 1], [2, 3]], None, None, None, 0.1, None)
 from_integers = vm.JointTrajectory(np.arange(6).reshape(3, 2), dt=np.float32(0.1))
 from_pandas = vm.JointTrajectory(pd.DataFrame({"a": [0.0, 1.0]}), time=pd.Series([0.0, 1.0]))
+from_numpy_numbers = vm.JointTrajectory([[np.int64(0)], [np.int64(1)]], time=list(np.arange(2)))
+whole_seconds: list[np.int64] = [np.int64(0), np.int64(1)]
+from_whole_seconds = vm.JointTrajectory([[0.0], [1.0]], time=whole_seconds)
+from_frame = vm.JointTrajectory(pd.DataFrame({"a": [0.0, 1.0]}).convert_dtypes(), dt=0.1)
 from_rows = vm.JointTrajectory([positions[0], positions[1]], dt=1)
 
 arrays: list[NDArray[np.float64]] = [
@@ -40,6 +44,7 @@ text: str = repr(trajectory)
 by_spacing: vm.JointTrajectory = trajectory.resample(0.004, "linear", "exact_dt_trim", strict_cubic=True)
 by_members = trajectory.resample(0.004, vm.ResamplingMethod.cubic, vm.ResamplingTimeGridMode.exact_dt_extend_endpoint)
 by_rate = trajectory.resample(rate_hz=250)
+by_rate_alone = trajectory.resample(None, "linear", rate_hz=np.float32(250), samples=None)
 by_count = trajectory.resample(samples=np.int64(50))
 sampled: vm.JointTrajectory = trajectory.sample(np.array([0.1, 0.2]), include_derivatives=False)
 sampled_too = vm.sample_trajectory_at_times(trajectory, (0.1, 0.2), True)

@@ -18,6 +18,12 @@ trajectory.positions = np.zeros((2, 1))  # wrong
 trajectory.resample(0.1, "quintic")  # wrong
 trajectory.resample(0.1, "cubic", "exact")  # wrong
 trajectory.resample(samples=2.5)  # wrong
+trajectory.resample()  # wrong
+trajectory.resample(0.1, samples=3)  # wrong
+trajectory.resample(0.1, rate_hz=3)  # wrong
+trajectory.resample(samples=3, rate_hz=3)  # wrong
+trajectory.resample(None)  # wrong
+vm.JointTrajectory([[0.0], [1.0]], time=["0.0", "0.1"])  # wrong
 trajectory.resample(rate_hz="500")  # wrong
 trajectory.sample("now")  # wrong
 trajectory.speed()  # wrong

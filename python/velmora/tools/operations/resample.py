@@ -236,8 +236,9 @@ def _on_grid(
     source: str, joints: Joints, options: ResampleOptions, wanted: tuple[str, ...], with_peaks: bool
 ) -> OnGrid:
     def run(method: Method) -> Run:
-        if options.samples is not None:
-            return lambda joint: joint.resample(samples=options.samples, method=method, strict_cubic=True)
+        samples = options.samples
+        if samples is not None:
+            return lambda joint: joint.resample(samples=samples, method=method, strict_cubic=True)
         return lambda joint: vm.resample_trajectory(joint, spacing_s(options), method, options.grid, True)
 
     cubic = run("cubic") if options.method == "cubic" else None
