@@ -56,6 +56,20 @@ def test_pictures_of_another_kind(tmp_path: Path, here: InProcess, name: str) ->
     assert (run.code, run.err) == (2, f"{name}: no picture has such a suffix; .png, .svg or .pdf was expected\n")
 
 
+def test_info_counts_cells_of_given_derivatives_too(tmp_path: Path, here: InProcess) -> None:
+    rows = "0.0,1,1,nan\n0.1,2,2,2\n0.2,3,3,inf\n0.3,4,4,\n"
+    (tmp_path / "log.csv").write_text(f"time_s,a,b,a_velocity\n{rows}")
+    lines = here("info", "log.csv").out.splitlines()
+    assert "  missing: 1 cell of a in velocities, row 5" in lines
+    assert "  not finite: 2 cells of a in velocities, rows 2, 4" in lines
+    report = json.loads(here("info", "log.csv", "--json").out)
+    jsonschema.validate(report, SCHEMA)
+    run = here("info", "log.csv", "--use-velocities", "--joints", "a")
+    assert "  FAULT    log.csv:2: velocity of 'a' is not a number; " in run.out
+    (tmp_path / "log.csv").write_text("time_s,a,a_velocity\n0.0,1,\n0.1,2,2\n")
+    assert "  FAULT    log.csv:2: velocity of 'a' is missing; " in here("info", "log.csv", "--use-velocities").out
+
+
 def test_info_says_what_was_dropped_for_the_peaks(tmp_path: Path, here: InProcess) -> None:
     (tmp_path / "log.csv").write_text("time_s,a\n0.0,1\n0.1,nan\n0.2,1\n0.3,1\n")
     run = here("info", "log.csv", "--missing", "drop")

@@ -139,7 +139,8 @@ class Recording:
         Shape (N,): the row of each sample in the file, counted from 1 as an editor or a viewer does (lines of a text,
         rows of a table, messages of a bag).
     missing
-        Shape (N, J): whether the file has no cell for a position, as opposed to a cell that says nan. None: all there.
+        Shape (N, J) for a quantity: where the file has no cell, as opposed to a cell that says nan. Quantities of which
+        every cell is there have none; None: every cell of all.
     notes
         What the reader recognised or chose.
     layout
@@ -157,7 +158,11 @@ class Recording:
     jerks: NDArray[np.float64] | None
     efforts: NDArray[np.float64] | None
     rows: NDArray[np.int64]
-    missing: NDArray[np.bool_] | None
+    missing: dict[str, NDArray[np.bool_]] | None
     notes: tuple[Note, ...]
     layout: Layout
     group: Group | None = None
+
+    def absent(self, quantity: str) -> NDArray[np.bool_] | None:
+        """Where the file has no cell of a quantity, shape (N, J); None where every cell is there."""
+        return None if self.missing is None else self.missing.get(quantity)

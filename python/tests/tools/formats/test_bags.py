@@ -76,8 +76,16 @@ def test_joints_in_any_order_and_missing_ones(tmp_path: Path) -> None:
         recording.positions, [[1, 2, nan], [3, 4, nan], [nan, 6, nan], [nan, nan, 8], [nan] * 3]
     )
     assert recording.missing is not None
-    assert recording.missing.astype(int).tolist() == [[0, 0, 1], [0, 0, 1], [1, 0, 1], [0, 1, 0], [1, 1, 1]]
+    assert recording.missing["positions"].astype(int).tolist() == [
+        [0, 0, 1],
+        [0, 0, 1],
+        [1, 0, 1],
+        [0, 1, 0],
+        [1, 1, 1],
+    ]
     np.testing.assert_array_equal(recording.velocities, [[nan] * 3] * 4 + [[1, 2, 3]])
+    assert recording.missing["velocities"].astype(int).tolist() == [[1] * 3] * 4 + [[0] * 3]
+    assert recording.missing["efforts"].astype(int).tolist() == [[1] * 3] * 2 + [[1, 0, 1]] + [[1] * 3] * 2
     np.testing.assert_array_equal(recording.efforts, [[nan] * 3] * 2 + [[nan, 9, nan]] + [[nan] * 3] * 2)
     assert read(str(path), ReadOptions(joints=("c", "a")))[0].joints == ("c", "a")
     with pytest.raises(
@@ -166,7 +174,7 @@ def test_what_is_written_is_read_by_others_and_by_itself(tmp_path: Path, name: s
         None,
         values * 3,
         np.arange(1, 301),
-        missing,
+        {"positions": missing},
         (),
         Layout(""),
     )
@@ -179,7 +187,7 @@ def test_what_is_written_is_read_by_others_and_by_itself(tmp_path: Path, name: s
     assert first[7].header.stamp.nanosec == 7 * 1_000_003
     (again,) = read(str(tmp_path / name), ReadOptions(joints=("a", "b", "c")))
     np.testing.assert_array_equal(again.positions, positions)
-    np.testing.assert_array_equal(again.missing, missing)
+    np.testing.assert_array_equal(again.absent("positions"), missing)
     assert again.stamps is not None and recording.stamps is not None
     np.testing.assert_array_equal(again.stamps.values, recording.stamps.values)
     np.testing.assert_array_equal(again.velocities, np.where(missing, np.nan, values * 2))

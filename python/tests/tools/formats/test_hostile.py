@@ -50,7 +50,7 @@ def consistent(found: Recording) -> None:
     for quantity in QUANTITIES:
         values = getattr(found, quantity)
         assert values is None or (values.shape == (samples, joints) and values.dtype == np.float64)
-    assert found.missing is None or found.missing.shape == (samples, joints)
+    assert all(mask.shape == (samples, joints) for mask in (found.missing or {}).values())
     assert all(name.isprintable() for name in found.joints)
 
 

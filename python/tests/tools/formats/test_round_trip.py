@@ -1,14 +1,18 @@
 # SPDX-License-Identifier: Apache-2.0
 """What is written is read again: the same bits, each column in its role, the same bytes when written again."""
 
+import math
 from pathlib import Path
 
 import numpy as np
+import pyarrow as pa
+import pyarrow.parquet
 import pytest
 from hypothesis import given, settings
 from hypothesis import strategies as st
 from velmora.tools.columns import Meaning, clean, meaning, written_name
 from velmora.tools.formats import read, write
+from velmora.tools.operations.facts import facts
 from velmora.tools.options import ReadOptions, WriteOptions
 from velmora.tools.recording import QUANTITIES, Layout, Recording, Stamps
 
@@ -130,14 +134,55 @@ def test_missing_stays_missing_and_nan_stays_nan(tmp_path: Path, suffix: str) ->
     write(str(tmp_path / f"b{suffix}"), recording, WriteOptions())
     (again,) = read(str(tmp_path / f"b{suffix}"), ReadOptions())
     assert again.missing is not None
-    assert again.missing.ravel().tolist() == [True, False, False]
+    assert again.missing["positions"].ravel().tolist() == [True, False, False]
     assert np.isnan(again.positions.ravel()).tolist() == [True, True, False]
 
 
+@pytest.mark.parametrize("suffix", TABLES)
+def test_derivatives_keep_what_is_missing_and_what_is_nan(tmp_path: Path, suffix: str) -> None:
+    text = "time_s,a,b,a_velocity\n0.25,1,1,nan\n0.5,2,2,\n0.75,3,3,inf\n1.5,4,4,-0\n"
+    (tmp_path / "a.csv").write_text(text)
+    path = str(tmp_path / f"b{suffix}")
+    write(path, read(str(tmp_path / "a.csv"), ReadOptions())[0], WriteOptions())
+    (again,) = read(path, ReadOptions())
+    absent = again.absent("velocities")
+    assert absent is not None
+    assert absent.T.tolist() == [[False, True, False, False], [True] * 4]
+    assert again.absent("positions") is None
+    write(str(tmp_path / "c.csv"), again, WriteOptions())
+    assert (tmp_path / "c.csv").read_text() == text
+
+
+@pytest.mark.parametrize("suffix", [".parquet", ".feather"])
+def test_lists_keep_what_is_missing_and_what_is_nan(tmp_path: Path, suffix: str) -> None:
+    lists = [[1.0, None], None, [math.nan, 4.0]]
+    table = pa.table({"time": [0.0, 0.5, 1.25], "action": pa.array(lists, pa.list_(pa.float64()))})
+    pa.parquet.write_table(table, tmp_path / "a.parquet")
+    (recording,) = read(str(tmp_path / "a.parquet"), ReadOptions())
+    assert recording.missing is not None
+    assert recording.missing["positions"].tolist() == [[False, True], [True, True], [False, False]]
+    cells = facts(recording)["cells"]
+    assert (cells["missing"]["count"], cells["missing"]["first_rows"]) == (3, [1, 2])
+    assert (cells["non_finite"]["count"], cells["non_finite"]["first_rows"]) == (1, [3])
+    path = str(tmp_path / f"b{suffix}")
+    assert write(path, recording, WriteOptions()) == []
+    found = pa.parquet.read_table(path) if suffix == ".parquet" else pa.ipc.open_file(path).read_all()
+    written = found["action"].to_pylist()
+    assert written[:2] == [[1.0, None], [None, None]]
+    assert math.isnan(written[2][0])
+
+
 def test_npz_says_that_it_has_no_empty_cells(tmp_path: Path) -> None:
-    (tmp_path / "a.csv").write_text("time_s,q\n0,\n1,2\n")
-    notes = write(str(tmp_path / "b.npz"), read(str(tmp_path / "a.csv"), ReadOptions())[0], WriteOptions())
-    assert notes == ["NPZ has no empty cells: missing positions became nan"]
+    for text, said in (("q\n0.0,\n1.0,2\n", "positions"), ("q,q_vel\n0.0,1,\n1.0,2,3\n", "velocities")):
+        (tmp_path / "a.csv").write_text(f"time_s,{text}")
+        notes = write(str(tmp_path / "b.npz"), read(str(tmp_path / "a.csv"), ReadOptions())[0], WriteOptions())
+        assert notes == [f"NPZ has no empty cells: missing {said} became nan"]
+
+
+def test_bags_say_that_they_have_no_empty_velocities(tmp_path: Path) -> None:
+    (tmp_path / "a.csv").write_text("time_s,q,q_vel\n0.000000001,1,\n1.0,2,3\n1.5,,\n")
+    notes = write(str(tmp_path / "b"), read(str(tmp_path / "a.csv"), ReadOptions())[0], WriteOptions())
+    assert notes == ["sensor_msgs/msg/JointState has no empty values: missing velocities became nan"]
 
 
 @settings(deadline=None, max_examples=300)

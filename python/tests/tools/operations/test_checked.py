@@ -48,7 +48,7 @@ def test_a_cell_that_says_nan() -> None:
 
 
 def test_a_cell_that_is_not_there() -> None:
-    faulty = replace(recording([0.0, 1.0], [[1.0], [NAN]]), missing=np.array([[False], [True]]))
+    faulty = replace(recording([0.0, 1.0], [[1.0], [NAN]]), missing={"positions": np.array([[False], [True]])})
     assert message(faulty) == (
         "log.csv:3: 'joint_1' is missing; a finite number was expected; --missing drop leaves such rows out"
     )

@@ -83,7 +83,8 @@ def lines(report: JsonObject) -> list[str]:
     for kind, title in (("missing", "missing"), ("non_finite", "not finite")):
         cells = report["cells"][kind]
         if cells["count"]:
-            where = f"{named(cells['joints'], 5)}, {_rows(cells['first_rows'])}"
+            of = "" if cells["quantities"] == ["positions"] else f" in {', '.join(cells['quantities'])}"
+            where = f"{named(cells['joints'], 5)}{of}, {_rows(cells['first_rows'])}"
             found.append(f"  {title}: {count(cells['count'], 'cell')} of {where}")
     found += [f"  {note['key']:<8} {note['text']}" for note in report["notes"]]
     if report["fault"]:

@@ -42,12 +42,17 @@ class Matrices:
             else np.full((len(chosen.joints), samples), np.nan).T
             for quantity, cells in chosen.cells.items()
         }
-        self.missing: NDArray[np.bool_] | None = None
+        # Joints without a column of a quantity miss it throughout.
+        self.missing = {
+            quantity: np.ones((len(chosen.joints), samples), np.bool_).T
+            for quantity, cells in chosen.cells.items()
+            if len(cells) != len(chosen.joints)
+        }
 
     def add(self, batch: pa.RecordBatch, start: int) -> None:
         """Fill in rows from `start` on; fields are found by their index as text."""
         stop = start + batch.num_rows
-        lists: dict[int, NDArray[np.float64]] = {}
+        lists: dict[int, tuple[NDArray[np.float64], NDArray[np.bool_] | None]] = {}
         for quantity, cells in self.chosen.cells.items():
             matrix = self.values[quantity]
             for cell in cells:
@@ -56,16 +61,17 @@ class Matrices:
                     if cell.field not in lists:
                         self._note_rounded(cell.field, column.flatten())
                         lists[cell.field] = self._list_matrix(column, cell.of_elements, start)
-                    values = lists[cell.field][:, cell.element]
-                    absent = None
+                    matrix_of_lists, absent = lists[cell.field]
+                    values = matrix_of_lists[:, cell.element]
+                    absent = None if absent is None else absent[:, cell.element]
                 else:
                     self._note_rounded(cell.field, column)
                     values, absent = numbers(column)
                 matrix[start:stop, cell.joint] = values * cell.factor if cell.factor != 1.0 else values
-                if absent is not None and quantity == "positions":
-                    if self.missing is None:
-                        self.missing = np.zeros(matrix.shape, np.bool_, order="F")
-                    self.missing[start:stop, cell.joint] = absent
+                if absent is not None and quantity not in self.missing:
+                    self.missing[quantity] = np.zeros(matrix.shape, np.bool_, order="F")
+                if quantity in self.missing:
+                    self.missing[quantity][start:stop, cell.joint] = False if absent is None else absent
 
     def _note_rounded(self, field: int, column: pa.Array) -> None:
         """Take note of a column with whole numbers that doubles do not have; one of another type is what it is."""
@@ -77,8 +83,10 @@ class Matrices:
             except pa.ArrowInvalid:
                 self.rounded.add(field)
 
-    def _list_matrix(self, column: pa.Array, elements: int, start: int) -> NDArray[np.float64]:
-        """Lists of one length as a matrix; rows without a list are NaN."""
+    def _list_matrix(
+        self, column: pa.Array, elements: int, start: int
+    ) -> tuple[NDArray[np.float64], NDArray[np.bool_] | None]:
+        """Lists of one length as a matrix, and what is missing in it: elements, and all of rows without a list."""
         import pyarrow as pa
         import pyarrow.compute as pc
 
@@ -90,12 +98,16 @@ class Matrices:
                 f"{self.source}:{start + other + 1}: a list of {count(len(column[other]), 'element')}; {elements} were "
                 "expected as in the first; --joints chooses other columns"
             )
-        filled, _ = numbers(column.drop_null().flatten())
+        filled, holes = numbers(column.drop_null().flatten())
         if column.null_count == 0:
-            return filled.reshape(len(column), elements)
+            shape = (len(column), elements)
+            return filled.reshape(shape), None if holes is None else holes.reshape(shape)
+        lists = column.is_valid().to_numpy(zero_copy_only=False)
         matrix = np.full((len(column), elements), np.nan)
-        matrix[column.is_valid().to_numpy(zero_copy_only=False)] = filled.reshape(-1, elements)
-        return matrix
+        matrix[lists] = filled.reshape(-1, elements)
+        absent = np.ones(matrix.shape, np.bool_)
+        absent[lists] = False if holes is None else holes.reshape(-1, elements)
+        return matrix, absent
 
 
 def numbers(column: pa.Array) -> tuple[NDArray[np.float64], NDArray[np.bool_] | None]:
@@ -162,7 +174,7 @@ def assembled(
         positions,
         **values,
         rows=rows,
-        missing=matrices.missing,
+        missing=matrices.missing or None,
         notes=tuple(notes),
         layout=Layout(format_, chosen.columns, episodes=chosen.episodes),
         group=None,
@@ -208,7 +220,7 @@ def _part(whole: Recording, rows: slice | NDArray[np.intp], source: str) -> Reco
         jerks=part(whole.jerks),
         efforts=part(whole.efforts),
         rows=whole.rows[rows],
-        missing=None if whole.missing is None else whole.missing[rows],
+        missing=None if whole.missing is None else {name: mask[rows] for name, mask in whole.missing.items()},
     )
 
 
@@ -218,11 +230,10 @@ def stamps_at_rate(rate_hz: float | None, samples: int) -> Stamps | None:
 
 
 def cells(whole: Recording, quantity: str, joint: int, rows: slice) -> pa.Array:
-    """Cells to write, empty where the file had none; a NaN in a given derivative is always one that was missing."""
+    """Cells to write, empty where the file had none."""
+    absent = whole.absent(quantity)
     values = np.ascontiguousarray(getattr(whole, quantity)[rows, joint])
-    if quantity != "positions":
-        return arrow_array(values, np.isnan(values))
-    return arrow_array(values, None if whole.missing is None else whole.missing[rows, joint])
+    return arrow_array(values, None if absent is None else absent[rows, joint])
 
 
 def arrow_array(values: NDArray[np.generic], absent: NDArray[np.bool_] | None = None) -> pa.Array:

@@ -213,10 +213,22 @@ def tables(recording: Recording, quantities: tuple[str, ...], labels: Labels | N
                 arrays.append(arrow_columns.cells(recording, column.quantity, joints[column.joint], rows))
         for name, parts in lists.items():
             place = next(index for index, array in enumerate(arrays) if array is None)
-            matrix = np.stack([getattr(recording, part.quantity)[rows, joints[part.joint]] for part in parts], axis=1)
-            arrays[place] = pa.FixedSizeListArray.from_arrays(arrow_columns.arrow_array(matrix.ravel()), len(parts))
+            arrays[place] = _lists(recording, parts, joints, rows)
             fields[place] = pa.field(name, arrays[place].type)
         yield pa.table(arrays, schema=pa.schema(fields))
+
+
+def _lists(recording: Recording, parts: list[Column], joints: dict[str, int], rows: slice) -> pa.Array:
+    """A column of lists with an element of each part, null where the file had none."""
+    import pyarrow as pa
+
+    values = np.stack([getattr(recording, part.quantity)[rows, joints[part.joint]] for part in parts], axis=1)
+    absent = np.zeros(values.shape, np.bool_)
+    for element, part in enumerate(parts):
+        mask = recording.absent(part.quantity)
+        if mask is not None:
+            absent[:, element] = mask[rows, joints[part.joint]]
+    return pa.FixedSizeListArray.from_arrays(arrow_columns.arrow_array(values.ravel(), absent.ravel()), len(parts))
 
 
 def _stored(stamps: Stamps, columns: list[Column]) -> tuple[pa.Field, NDArray[np.generic]]:

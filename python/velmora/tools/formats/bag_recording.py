@@ -70,17 +70,18 @@ def _recording(
     # Chunks of a bag may overlap in time; its tools play it in the order in which it was logged.
     order = np.argsort(logs, kind="stable") if (np.diff(messages) < 0).any() or (np.diff(logs) < 0).any() else None
     matrices = _matrices(pieces, joints, samples, options)
-    missing = np.isnan(matrices["positions"]) & ~_there(pieces, joints, samples)
+    missing = {
+        quantity: mask for quantity in matrices if (mask := _absent(pieces, joints, samples, quantity)) is not None
+    }
     told = [*notes, Note("topic", f"{quoted(decoder.channel.topic)} of {decoder.channel.type}")]
     stamps, why = _stamps(pieces, logs, options)
     told.append(Note("time", why))
     values: dict[str, NDArray[np.float64] | None] = {quantity: matrices.get(quantity) for quantity in QUANTITIES}
     rows = messages + 1
-    absent = missing if missing.any() else None
     if order is not None:
         values = {quantity: None if matrix is None else matrix[order] for quantity, matrix in values.items()}
         stamps, rows = Stamps(stamps.values[order], stamps.unit), rows[order]
-        absent = None if absent is None else absent[order]
+        missing = {quantity: mask[order] for quantity, mask in missing.items()}
     positions = values.pop("positions")
     assert positions is not None
     return Recording(
@@ -90,7 +91,7 @@ def _recording(
         positions,
         **values,
         rows=rows,
-        missing=absent,
+        missing=missing or None,
         notes=tuple(told),
         layout=Layout("bag", (), decoder.channel.topic, decoder.channel.type),
         group=None,
@@ -131,16 +132,19 @@ def _matrices(
     return matrices
 
 
-def _there(pieces: list[Piece], joints: tuple[str, ...], samples: int) -> NDArray[np.bool_]:
-    """Which positions the messages hold, be they numbers or not."""
-    there = np.zeros((samples, len(joints)), np.bool_)
+def _absent(pieces: list[Piece], joints: tuple[str, ...], samples: int, quantity: str) -> NDArray[np.bool_] | None:
+    """Which cells of a quantity no message holds; None where every one is held, be it a number or not."""
+    absent = None
     start = 0
     for piece in pieces:
         stop = start + len(piece.messages)
-        if "positions" in piece.values:
-            there[start:stop, _places(piece, joints)[1]] = True
+        places = _places(piece, joints)[1] if quantity in piece.values else []
+        if len(places) < len(joints):
+            absent = np.zeros((samples, len(joints)), np.bool_) if absent is None else absent
+            absent[start:stop] = True
+            absent[start:stop, places] = False
         start = stop
-    return there
+    return absent
 
 
 def _stamps(pieces: list[Piece], logs: NDArray[np.int64], options: ReadOptions) -> tuple[Stamps, str]:

@@ -56,6 +56,9 @@ def _folder(path: Path, recording: Recording, options: WriteOptions) -> list[str
     ]
     if left:
         notes.append(f"{JOINT_STATE} has no {' and no '.join(left)}: left out")
+    empty = [name for name in ("velocities", "efforts") if name in options.columns and _holes(recording, name)]
+    if empty:
+        notes.append(f"{JOINT_STATE} has no empty values: missing {' and '.join(empty)} became nan")
     store = get_typestore(Stores.ROS2_HUMBLE)
     writer = Writer(path, version=9, storage_plugin=StoragePlugin.MCAP)
     if options.compression != "none":
@@ -99,12 +102,19 @@ def _nanoseconds(recording: Recording) -> tuple[NDArray[np.int64], list[str]]:
     return values.astype(np.int64, copy=False), notes
 
 
+def _holes(recording: Recording, quantity: str) -> bool:
+    """Whether a quantity is missing where there is a position, whose message then has a place for it."""
+    missing, without = recording.absent(quantity), recording.absent("positions")
+    return missing is not None and bool((missing if without is None else missing & ~without).any())
+
+
 def _by_joints(recording: Recording, rows: NDArray[np.intp]) -> list[tuple[NDArray[np.intp], NDArray[np.intp]]]:
     """The rows that hold the same joints, with these: a missing joint is left out of its message."""
     everything = np.arange(len(recording.joints))
-    if recording.missing is None:
+    missing = recording.absent("positions")
+    if missing is None:
         return [(everything, rows)]
-    patterns, which = np.unique(recording.missing[rows], axis=0, return_inverse=True)
+    patterns, which = np.unique(missing[rows], axis=0, return_inverse=True)
     return [(everything[~pattern], rows[which.ravel() == index]) for index, pattern in enumerate(patterns)]
 
 

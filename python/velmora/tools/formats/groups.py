@@ -12,7 +12,7 @@ import numpy as np
 from numpy.typing import NDArray
 
 from velmora.tools.errors import DataError
-from velmora.tools.recording import Recording, Stamps
+from velmora.tools.recording import QUANTITIES, Recording, Stamps
 from velmora.tools.text import quoted
 
 if TYPE_CHECKING:
@@ -59,11 +59,16 @@ def together(parts: Sequence[Recording]) -> tuple[Recording, Labels]:
 
     positions = joined("positions")
     assert positions is not None
-    missing = None
-    if any(part.missing is not None for part in parts):
-        missing = np.concatenate(
-            [np.zeros(part.positions.shape, np.bool_) if part.missing is None else part.missing for part in parts]
-        )
+
+    def absent(part: Recording, quantity: str) -> NDArray[np.bool_]:
+        known = part.absent(quantity)
+        return np.zeros(part.positions.shape, np.bool_) if known is None else known
+
+    missing = {
+        quantity: np.concatenate([absent(part, quantity) for part in parts])
+        for quantity in QUANTITIES
+        if any(part.absent(quantity) is not None for part in parts)
+    }
     whole = replace(
         first,
         stamps=_stamps(parts),
@@ -73,7 +78,7 @@ def together(parts: Sequence[Recording]) -> tuple[Recording, Labels]:
         jerks=joined("jerks"),
         efforts=joined("efforts"),
         rows=np.concatenate([part.rows for part in parts]),
-        missing=missing,
+        missing=missing or None,
     )
     keys = tuple(None if part.group is None else part.group.key for part in parts)
     return whole, Labels(first.group.column, keys, tuple(len(part.rows) for part in parts))

@@ -152,7 +152,11 @@ def _recording(
     positions = values.pop("positions")
     if positions is None:
         positions = np.full((len(points), len(joints)), np.nan)
-    absent = [not point.get("positions") for point in points]
+    missing = {}
+    for quantity in ("positions", *(name for name, matrix in values.items() if matrix is not None)):
+        absent = np.array([not point.get(_FIELDS[quantity]) for point in points], np.bool_)
+        if absent.any():
+            missing[quantity] = np.repeat(absent[:, np.newaxis], len(joints), axis=1)
     times = [
         stamp + _nanoseconds(f"{source}:{row}", point.get("time_from_start", 0)) for row, point in enumerate(points, 1)
     ]
@@ -175,7 +179,7 @@ def _recording(
         None,
         values["efforts"],
         np.arange(1, len(points) + 1),
-        np.repeat(np.array(absent)[:, np.newaxis], len(joints), axis=1) if any(absent) else None,
+        missing or None,
         (Note("time", why),),
         Layout(kind, (), "", TRAJECTORY),
     )

@@ -202,8 +202,9 @@ def write(file: IO[bytes], recording: Recording, quantities: tuple[str, ...]) ->
             with archive.open(info, "w", force_zip64=True) as entry:
                 npy.write_array(entry, np.ascontiguousarray(array), allow_pickle=False)
     notes = []
-    if recording.missing is not None and recording.missing.any():
-        notes.append("NPZ has no empty cells: missing positions became nan")
+    empty = [quantity for quantity, mask in (recording.missing or {}).items() if quantity in arrays and mask.any()]
+    if empty:
+        notes.append(f"NPZ has no empty cells: missing {', '.join(empty)} became nan")
     if recording.stamps is not None and recording.stamps.missing.any():
         what = "-2^63, the integer of NaT" if arrays["time"].dtype == np.int64 else "nan"
         notes.append(f"NPZ has no empty cells: missing times became {what}")

@@ -57,11 +57,6 @@ def checked(recording: Recording, options: CheckOptions) -> Recording:
     return recording
 
 
-def faulty_cells(recording: Recording) -> NDArray[np.bool_]:
-    """Which positions are missing or not finite, shape (N, J)."""
-    return ~np.isfinite(recording.positions)
-
-
 def _stamps(recording: Recording) -> Stamps:
     assert recording.stamps is not None
     return recording.stamps
@@ -77,13 +72,13 @@ def _without_faulty_rows(recording: Recording, options: CheckOptions) -> Recordi
                 "a finite number was expected; --missing drop leaves such rows out"
             )
     given = [
-        ("", recording.positions),
-        ("velocity of ", recording.velocities),
-        ("acceleration of ", recording.accelerations),
-        ("jerk of ", recording.jerks),
+        ("", "positions", recording.positions),
+        ("velocity of ", "velocities", recording.velocities),
+        ("acceleration of ", "accelerations", recording.accelerations),
+        ("jerk of ", "jerks", recording.jerks),
     ]
     bad_rows = bad_times
-    for what, values in given:
+    for what, quantity, values in given:
         if values is None or all_finite(values):
             continue
         cells = ~np.isfinite(values)
@@ -96,7 +91,12 @@ def _without_faulty_rows(recording: Recording, options: CheckOptions) -> Recordi
             )
         if options.missing == "error":
             row, joint = (int(index[0]) for index in np.nonzero(cells))
-            raise DataError(_faulty_cell(recording, what, values, row, joint))
+            missing = recording.absent(quantity)
+            value = "missing" if missing is not None and missing[row, joint] else _value(values[row, joint])
+            raise DataError(
+                f"{_at(recording, row)}: {what}{quoted(recording.joints[joint])} is {value}; a finite number was "
+                "expected; --missing drop leaves such rows out"
+            )
         bad_rows = bad_rows | cells.any(axis=1)
     if not bad_rows.any():
         return recording
@@ -111,16 +111,6 @@ def _without_faulty_rows(recording: Recording, options: CheckOptions) -> Recordi
         take(recording, ~bad_rows),
         "dropped",
         f"{count(dropped, 'row')} with missing or non-finite values, the first is row {first}",
-    )
-
-
-def _faulty_cell(recording: Recording, what: str, values: NDArray[np.float64], row: int, joint: int) -> str:
-    name = quoted(recording.joints[joint])
-    absent = recording.missing is not None and not what and bool(recording.missing[row, joint])
-    there = "is missing" if absent else f"is {_value(values[row, joint])}"
-    return (
-        f"{_at(recording, row)}: {what}{name} {there}; a finite number was expected; "
-        "--missing drop leaves such rows out"
     )
 
 

@@ -11,11 +11,11 @@ import numpy as np
 from numpy.typing import NDArray
 
 from velmora.tools.errors import DataError
-from velmora.tools.operations.checked import CheckOptions, checked, faulty_cells
+from velmora.tools.operations.checked import CheckOptions, checked
 from velmora.tools.operations.clock_verdict import ClockVerdict, clock_verdict
 from velmora.tools.operations.finite import all_finite
 from velmora.tools.operations.peaks import peaks
-from velmora.tools.recording import Note, Recording
+from velmora.tools.recording import QUANTITIES, Note, Recording
 
 JsonObject = dict[str, Any]
 MOST_ROWS = 10
@@ -125,22 +125,29 @@ def _clock(clock: ClockVerdict) -> JsonObject:
 
 
 def _cells(recording: Recording) -> JsonObject:
-    if all_finite(recording.positions):
-        faulty = missing = np.zeros((0, 0), dtype=np.bool_)
-    else:
-        faulty = faulty_cells(recording)
-        missing = np.zeros_like(faulty) if recording.missing is None else recording.missing
-    return {
-        "missing": _where(recording, missing),
-        "non_finite": _where(recording, faulty & ~missing),
-    }
+    missing, not_finite = {}, {}
+    for quantity in QUANTITIES:
+        values = getattr(recording, quantity)
+        if values is None or all_finite(values):
+            continue
+        absent = recording.absent(quantity)
+        faulty = ~np.isfinite(values)
+        not_finite[quantity] = faulty if absent is None else faulty & ~absent
+        if absent is not None:
+            # A joint whose velocities, say, are missing throughout has none, as most files have no jerks.
+            missing[quantity] = absent if quantity == "positions" else absent & ~absent.all(axis=0)
+    return {"missing": _where(recording, missing), "non_finite": _where(recording, not_finite)}
 
 
-def _where(recording: Recording, cells: NDArray[np.bool_]) -> JsonObject:
-    rows = np.flatnonzero(cells.any(axis=1)) if cells.size else np.zeros(0, dtype=np.intp)
-    joints = np.flatnonzero(cells.any(axis=0)) if cells.size else ()
+def _where(recording: Recording, cells: dict[str, NDArray[np.bool_]]) -> JsonObject:
+    rows = np.zeros(len(recording.rows), np.bool_)
+    joints = np.zeros(len(recording.joints), np.bool_)
+    for mask in cells.values():
+        rows |= mask.any(axis=1)
+        joints |= mask.any(axis=0)
     return {
-        "count": int(cells.sum()),
-        "first_rows": [int(row) for row in recording.rows[rows[:MOST_ROWS]]],
-        "joints": [recording.joints[joint] for joint in joints],
+        "count": sum(int(mask.sum()) for mask in cells.values()),
+        "first_rows": [int(row) for row in recording.rows[np.flatnonzero(rows)[:MOST_ROWS]]],
+        "joints": [recording.joints[joint] for joint in np.flatnonzero(joints)],
+        "quantities": [quantity for quantity, mask in cells.items() if mask.any()],
     }

@@ -93,5 +93,5 @@ def take(recording: Recording, rows: slice | NDArray[np.bool_] | NDArray[np.intp
         jerks=part(recording.jerks),
         efforts=part(recording.efforts),
         rows=recording.rows[rows],
-        missing=None if recording.missing is None else recording.missing[rows],
+        missing=None if recording.missing is None else {name: mask[rows] for name, mask in recording.missing.items()},
     )
