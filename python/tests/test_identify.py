@@ -175,6 +175,24 @@ def test_refusals_say_what_is_missing() -> None:
     assert (still.reason, str(still)) == ("no_peak", "The samples never change, so there is no vibration in them.")
 
 
+@pytest.mark.parametrize("noise", [0.0, 0.01, 0.1])
+def test_an_oscillation_that_grows_is_refused(noise: float) -> None:
+    t = np.arange(500) / 250.0
+    rng = np.random.default_rng(5)
+    for rate, growth in ((0.5, "2.71"), (0.1, "1.2")):
+        error = refused(t, np.exp(rate * t) * np.cos(10.0 * np.pi * t) + noise * rng.standard_normal(500))
+        assert error.reason == "growing"
+        assert str(error).startswith(f"The oscillation near 5 Hz grows, to {growth}")
+
+
+def test_an_oscillation_that_keeps_its_amplitude_has_an_interval_from_zero_on() -> None:
+    t = np.arange(500) / 250.0
+    for noise in (0.0, 0.01, 0.1):
+        swing = np.cos(10.0 * np.pi * t) + noise * np.random.default_rng(5).standard_normal(500)
+        (mode,) = identify_modes(t, swing, start_s=0.0).modes
+        assert mode.damping_ratio.low == 0.0 < mode.damping_ratio.high < 1e-10 + 0.1 * noise
+
+
 BAD_ARGUMENTS = [
     (([0.0, 1.0], [0.0, np.nan, 1.0], 0, (1.0, 0.0)), "times_s and values must have the same number of rows, "),
     (([1.0, 0.0], [0.0, np.nan], 0, (1.0, 0.0)), "times_s and values must contain only finite values."),

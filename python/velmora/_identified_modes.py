@@ -122,6 +122,6 @@ def _of_poles(profile: Profile, mode: int, count: int, widened: float) -> tuple[
 
 
 def _estimate(value: float, half_width: float) -> Estimate:
-    """None of the quantities can be negative, so an interval is cut at 0."""
+    """None of the quantities can be negative, so an interval is cut at 0; one that ends below 0 is seen by that."""
     low, high = value - half_width, value + half_width
-    return Estimate(max(float(value), 0.0), max(float(low), 0.0), max(float(high), 0.0))
+    return Estimate(max(float(value), 0.0), max(float(low), 0.0), float(high))

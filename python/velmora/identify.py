@@ -24,7 +24,7 @@ from velmora._ring_down import MIN_SAMPLES, even, free_decay
 __all__ = ["Estimate", "Identification", "IdentificationError", "IdentifiedMode", "identify_modes"]
 
 Array = NDArray[np.float64]
-Reason = Literal["too_short", "too_little_sampled", "no_peak"]
+Reason = Literal["too_short", "too_little_sampled", "growing", "no_peak"]
 
 # A mode damped more than this has no peak in its frequency response, so it is a transient and not a vibration.
 _MOST_DAMPING = np.sqrt(0.5)
@@ -160,7 +160,7 @@ def identify_modes(
         "max_modes must be from 1 to 10."
         "frequency_range_hz must be two increasing frequencies, the first 0 or more."
     IdentificationError
-        Where the samples do not support a mode: too short, too little sampled, or no peak.
+        Where the samples do not support a mode: too short, too little sampled, growing, or no peak.
 
     Notes
     -----
@@ -291,6 +291,13 @@ def _supported_modes(
                 f"at least {_MIN_SAMPLES_PER_SWING} are needed to tell it from a faster one."
             )
             refusals.append(IdentificationError("too_little_sampled", message))
+        elif mode.damping_ratio.high < 0.0:
+            growth = np.exp(-found.poles.decays[k] * span)
+            message = (
+                f"The oscillation near {frequency:.3g} Hz grows, to {growth:.3g} times its amplitude in the "
+                f"{span:.3g} s recorded; one that decays, or keeps its amplitude, is needed."
+            )
+            refusals.append(IdentificationError("growing", message))
         else:
             modes.append(mode)
     if modes:
