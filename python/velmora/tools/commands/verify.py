@@ -135,6 +135,7 @@ def _object(before: Recording, after: Recording, found: Verification, values: di
             for mode in found.modes
         ],
         "absent": shared.mode_objects(found.absent),
+        "as_predicted": found.as_predicted,
     }
 
 

@@ -21,6 +21,9 @@ Array = NDArray[np.float64]
 SAME_MODE = 0.25
 # Differences of shares below this come from the sampling of the recordings, not from the shaper.
 RESOLUTION = 0.01
+# Where nothing swings, the amplitude that noise feigns follows Rayleigh's distribution: in standard deviations of its
+# two parts, 95 % of it lie below.
+NOISE_FLOOR = float(np.sqrt(-2.0 * np.log(0.05)))
 
 
 @dataclass(frozen=True)
@@ -95,8 +98,7 @@ def verify(
         k, mode = known[place], measured[index]
         amplitudes, deviations = np.stack([_amplitudes(fit, index) for fit in fits], axis=1)
         joint = int(np.argmax(amplitudes[0]))
-        share = float(amplitudes[1, joint] / amplitudes[0, joint])
-        half = 1.96 * float(np.hypot(deviations[1, joint], share * deviations[0, joint]) / amplitudes[0, joint])
+        share, low, high = _share(amplitudes[:, joint], deviations[:, joint])
         modes.append(
             Verified(
                 k,
@@ -105,8 +107,8 @@ def verify(
                 float(amplitudes[0, joint]),
                 float(amplitudes[1, joint]),
                 share,
-                max(0.0, share - half),
-                share + half,
+                low,
+                high,
                 shaping.residual_vibration(sequence, mode),
             )
         )
@@ -114,6 +116,14 @@ def verify(
     joint = modes[0].joint
     swings = [r.positions[:, joint] - fit.offset[joint] for r, fit in zip((before, after), fits, strict=True)]
     return Verification(tuple(modes), absent, starts, times, (swings[0], swings[1]))
+
+
+def _share(amplitudes: Array, deviations: Array) -> tuple[float, float, float]:
+    """What is left of the amplitude before, with its 95 % interval; of each a value before and one after."""
+    share = float(amplitudes[1] / amplitudes[0])
+    half = 1.96 * float(np.hypot(deviations[1], share * deviations[0]) / amplitudes[0])
+    low = max(0.0, share - half) if amplitudes[1] > NOISE_FLOOR * deviations[1] else 0.0
+    return share, low, share + half
 
 
 def _modes(found: Identification) -> list[shaping.VibrationMode]:
