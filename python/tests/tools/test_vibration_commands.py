@@ -98,10 +98,33 @@ def test_the_three_answers_keep_their_promise(here: Path, capsys: pytest.Capture
         band = np.linspace(5.0 * (1.0 - share), 5.0 * (1.0 + share), 301)
         assert np.max(shaping.residual_over_frequency(sequence, mode, band)) <= 0.0501
         assert 0.0 < answer["stretched_instead"] < 1.0
+    assert found["missing"] == []
     zv = next(shaper for shaper in found["shapers"] if shaper["name"] == "zv")
     shifts = {entry["shift"]: entry["residual"] for entry in zv["residuals"]}
     assert shifts[0.0] < 1e-9
     assert shifts[0.1] == pytest.approx(0.1564, abs=0.02)
+
+
+def test_a_shaper_that_there_is_not_comes_with_its_reason(here: Path, capsys: pytest.CaptureFixture[str]) -> None:
+    found = as_json(capsys, "shapers", "--mode", "5:0.7")
+    names = [shaper["name"] for shaper in found["shapers"]]
+    missing = {shaper["name"]: shaper["reason"] for shaper in found["missing"]}
+    assert set(missing) == {"ei", "two_hump_ei", "three_hump_ei"} and not set(missing) & set(names)
+    assert missing["three_hump_ei"].startswith("No sequence of")
+    assert run(["shapers", "--mode", "5:0.7"]) == 0
+    assert f"warning: ei: {missing['ei']}" in capsys.readouterr().err
+
+
+def test_a_reason_calls_only_that_the_shortest_which_is(here: Path, capsys: pytest.CaptureFixture[str]) -> None:
+    found = as_json(capsys, "shapers", "--mode", "5:0.02", "--mode", "12:0.05")
+    times = {shaper["name"]: shaper["added_s"] for shaper in found["shapers"]}
+    fast, balanced, _ = found["answers"].values()
+    assert times["si"] < times["zv"] and fast["name"] == "zv"
+    assert fast["reason"].startswith("the shortest standard design that keeps 5 % from 4.95 to 5.05 Hz")
+    saved_ms = 1e3 * (times["zv"] - times["si"])
+    assert fast["reason"].endswith(f"; a sequence of its own would save no more than {saved_ms:.2g} ms")
+    assert balanced["name"] == "si"
+    assert balanced["reason"].startswith("a sequence of its own, shorter than all standard designs that keep 5 %")
 
 
 def test_a_range_replaces_what_is_assumed(here: Path, capsys: pytest.CaptureFixture[str]) -> None:
@@ -373,6 +396,30 @@ def test_options_that_cannot_be_are_wrong_usage(
     assert run([*arguments.split(), *output]) == 2
     assert message in capsys.readouterr().err
     assert not Path("never.csv").exists()
+
+
+def test_what_takes_too_many_steps_is_refused_or_needs_none(here: Path, capsys: pytest.CaptureFixture[str]) -> None:
+    assert run(["shape", "move.csv", "--mode", "1e6:0.02", "-o", "never.csv"]) == 1
+    error = capsys.readouterr().err
+    assert "move.csv: to simulate a mode of 1e+06 Hz over the" in error
+    assert "values; at most 10,000,000 were expected; another --mode, or a shorter move" in error
+    assert not Path("never.csv").exists()
+    found = as_json(capsys, "shapers", "--mode", "1e6:0.02", "--move-time", "1000")
+    assert 0.0 < found["nothing"]["amplitude"] < 1e-20
+
+
+def test_what_a_ramp_leaves_is_that_of_a_simulation() -> None:
+    from velmora.tools.operations.shaper_choice import ramp_residual
+    from velmora.tools.operations.vibration import KnownMode, amplitude, response
+
+    for frequency, damping, move_s in ((5.0, 0.02, 0.5), (5.0, 0.02, 0.21), (5.0, 0.02, 0.19), (12.0, 0.7, 0.3)):
+        mode = shaping.VibrationMode(frequency, damping)
+        times = np.linspace(0.0, move_s, 20_001)
+        u = times / move_s
+        pushes = (u * (60.0 + u * (-180.0 + 120.0 * u)) / move_s**2)[:, None]
+        expected = amplitude(response(times, pushes, mode), mode, times[1])[0]
+        found = ramp_residual((KnownMode(mode, frequency, frequency, "given"),), move_s)
+        assert found == pytest.approx(expected, rel=1e-5)
 
 
 def test_a_weight_of_zero_changes_the_duration_alone(here: Path, capsys: pytest.CaptureFixture[str]) -> None:

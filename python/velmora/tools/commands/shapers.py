@@ -57,10 +57,10 @@ def command(ctx: click.Context, /, **values: Any) -> int:
     designs, missing = compare(known, values["tolerance"])
     chosen = answers(known, designs, values["tolerance"])
     unshaped = without_a_shaper(known, chosen, values["move_time"])
-    for text in missing:
-        common.warn(f"warning: {text}")
+    for name, reason in missing.items():
+        common.warn(f"warning: {name}: {reason}")
     if values["as_json"]:
-        shared.print_json(ctx, _object(known, designs, chosen, unshaped))
+        shared.print_json(ctx, _object(known, designs, missing, chosen, unshaped))
     else:
         common.show(_lines(known, designs, chosen, unshaped))
     if values["plot"] is not None:
@@ -118,7 +118,11 @@ def _lines(
 
 
 def _object(
-    known: tuple[KnownMode, ...], designs: list[Designed], chosen: list[Answer], unshaped: Unshaped
+    known: tuple[KnownMode, ...],
+    designs: list[Designed],
+    missing: dict[str, str],
+    chosen: list[Answer],
+    unshaped: Unshaped,
 ) -> JsonObject:
     from velmora.tools.operations.shaper_choice import SHIFTS
 
@@ -138,6 +142,7 @@ def _object(
     return {
         "modes": shared.mode_objects(known),
         "shapers": [described(d) for d in designs],
+        "missing": [{"name": name, "reason": reason} for name, reason in missing.items()],
         "answers": {
             a.name: {
                 "reason": a.reason,

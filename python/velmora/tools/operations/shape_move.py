@@ -22,6 +22,8 @@ Array = NDArray[np.float64]
 
 # A quarter of a swing at 20 steps a swing moves an amplitude by less than a thousandth.
 STEPS_PER_SWING = 40.0
+# Simulated values of all joints, in a gigabyte or two; more only for a recording that is as large itself.
+MOST_VALUES = 10_000_000
 # Ends of a move that carry more than this share of its peak velocity or acceleration are not at rest.
 AT_REST = 0.01
 UNSHAPED = shaping.ImpulseSequence([0.0], [1.0])
@@ -79,7 +81,7 @@ def shape(recording: Recording, options: ShapeOptions) -> Shaped:
     Raises
     ------
     ValueError
-        Where the spline fails.
+        Where the spline fails, or a mode is too fast or too slow to be simulated over the move.
     """
     raw = trajectory_of(recording)
     sequence = options.sequence
@@ -180,7 +182,14 @@ def _left(known: KnownMode, raw: vm.JointTrajectory, options: ShapeOptions, sequ
     mode = known.mode
     step = min(1.0 / (STEPS_PER_SWING * mode.frequency_hz), float(np.median(np.diff(raw.time))))
     lasts_s = float(raw.time[-1]) + options.sequence.duration_s
-    times: Array = np.arange(round((lasts_s + 3.0 / mode.frequency_hz) / step) + 1, dtype=np.float64) * step
+    steps = round((lasts_s + 3.0 / mode.frequency_hz) / step) + 1
+    values, most = steps * raw.positions.shape[1], max(MOST_VALUES, 4 * raw.positions.size)
+    if values > most:
+        raise ValueError(
+            f"to simulate a mode of {mode.frequency_hz:g} Hz over the {lasts_s:.4g} s of the shaped move takes "
+            f"{values:,} values; at most {most:,} were expected; another --mode, or a shorter move"
+        )
+    times: Array = np.arange(steps, dtype=np.float64) * step
     before, after = (response(times, command, mode) for command in _commands(raw, options, times))
     last_raw, last_shaped = amplitude(before, mode, step), amplitude(after, mode, step)
     joint = int(np.argmax(last_raw))

@@ -59,14 +59,14 @@ class Unshaped:
     stretched: dict[str, float]  # by answer: the move made longer by the time of its shaper, relative to `nothing`
 
 
-def compare(known: tuple[KnownMode, ...], tolerance: float = TOLERANCE) -> tuple[list[Designed], list[str]]:
-    """All designs in the order of their table, and why some are missing."""
-    found, missing = [], []
+def compare(known: tuple[KnownMode, ...], tolerance: float = TOLERANCE) -> tuple[list[Designed], dict[str, str]]:
+    """All designs in the order of their table, and why some are missing, by name."""
+    found, missing = [], {}
     for name in NAMES:
         try:
             found.append(describe(name, design(name, known, tolerance), known, tolerance))
         except ValueError as error:
-            missing.append(f"{name}: {error}")
+            missing[name] = str(error)
     return found, missing
 
 
@@ -85,7 +85,10 @@ def describe(
 
 
 def answers(known: tuple[KnownMode, ...], designs: list[Designed], tolerance: float = TOLERANCE) -> list[Answer]:
-    """Fast, balanced and safe: each the shortest positive shaper that keeps the tolerance over its range."""
+    """Fast, balanced and safe: each the shortest positive standard design that keeps the tolerance over its range.
+
+    A sequence of its own takes its place where it saves `WORTH_A_SEQUENCE` of the time, or where no design keeps it.
+    """
     return [_answer(name, known, designs, margin, tolerance) for name, margin in MARGINS.items()]
 
 
@@ -113,14 +116,18 @@ def _answer(
     worst = worst_residual(best.sequence, widened)
     known_how = ", ".join(dict.fromkeys(k.origin for k in known))
     beyond = "" if margin == 0.0 else f" and {margin * 100:.0f} % of drift on either side"
-    kept = (
-        "the shortest that keeps"
-        if worst <= tolerance * (1.0 + 1e-6)
-        else "the widest there is, though it does not keep"
-    )
+    if worst > tolerance * (1.0 + 1e-6):
+        kept = "the widest there is, though it does not keep"
+    elif best is own:
+        kept = f"a sequence of its own, {'shorter than all standard designs that keep' if fit else 'which alone keeps'}"
+    else:
+        kept = "the shortest standard design that keeps"
     reason = (
         f"{kept} {tolerance * 100:g} % from {ranges} ({known_how}{beyond}); at most {worst * 100:.2g} % is left there"
     )
+    if own is not None and own.sequence.duration_s < best.sequence.duration_s:
+        saved_ms = 1e3 * (best.sequence.duration_s - own.sequence.duration_s)
+        reason += f"; a sequence of its own would save no more than {saved_ms:.2g} ms"
     modes = " ".join(f"--mode {k.mode.frequency_hz:.6g}:{k.mode.damping_ratio:.4g}" for k in known)
     band = " ".join(f"--range {k.low_hz:.6g}:{k.high_hz:.6g}" for k in widened)
     options = f"{modes} {band} --shaper si" if best is own else f"{modes} --shaper {best.name}"
@@ -143,10 +150,20 @@ def without_a_shaper(known: tuple[KnownMode, ...], chosen: list[Answer], move_s:
 
 def ramp_residual(known: tuple[KnownMode, ...], move_s: float) -> float:
     """Amplitude that the modes keep at the end of a unit move along `smootherstep`, the sum over the modes."""
-    fastest = max(k.mode.frequency_hz for k in known)
-    count = max(2000, round(200.0 * move_s * fastest))
-    times = np.linspace(0.0, move_s, count)
+    return sum(_of_ramp(k.mode, move_s) for k in known)
+
+
+def _of_ramp(mode: shaping.VibrationMode, move_s: float) -> float:
+    w, z = 2.0 * np.pi * mode.frequency_hz, mode.damping_ratio
+    if mode.frequency_hz * move_s >= 1.0:
+        # The integral of exp(pole (move_s - s)) a(s) by parts; the derivatives of a at both ends are left. For slower
+        # modes these terms cancel.
+        pole = complex(-z * w, w * np.sqrt(1.0 - z * z))
+        at_start, at_end = (0.0, 60.0, -360.0, 720.0), (0.0, 60.0, 360.0, 720.0)
+        x = pole * move_s
+        total = sum((a * np.exp(x) - b) / x ** (k + 1) for k, (a, b) in enumerate(zip(at_start, at_end, strict=True)))
+        return float(np.abs(total) / (move_s * pole.imag))
+    times = np.linspace(0.0, move_s, 2000)
     u = times / move_s
     accelerations = (u * (60.0 + u * (-180.0 + 120.0 * u)) / move_s**2)[:, None]
-    step = times[1]
-    return float(sum(amplitude(response(times, accelerations, k.mode), k.mode, step)[0] for k in known))
+    return float(amplitude(response(times, accelerations, mode), mode, times[1])[0])
