@@ -292,14 +292,15 @@ def test_noise_where_nothing_is_left_is_as_predicted() -> None:
         rows = np.arange(1, t.size + 1)
         return Recording("r", ("j",), Stamps(t), values[:, None], None, None, None, None, rows, None, (), Layout(""))
 
-    differing = 0
-    for _ in range(60):
+    missed = differing = 0
+    for _ in range(100):
         before = np.exp(-0.02 * w * t) * np.cos(w * np.sqrt(1.0 - 0.02**2) * t + rng.uniform(0.0, 6.0))
         before, after = (swing + 0.2 * rng.standard_normal(t.size) for swing in (before, 0.0))
         found = verify(recorded(before), recorded(after), known, shaping.zvd(mode), 0.0)
+        missed += found.modes[0].low > 0.0
         differing += not found.as_predicted
-    # Of 95 % intervals some do not hold the truth; most of these end within the resolution.
-    assert differing <= 3
+    # Of 95 % intervals some do not hold the truth; most of these end within the resolution of what is as predicted.
+    assert missed <= 5 and differing <= 3
 
 
 def test_verify_tells_a_shaper_that_was_not_used(here: Path, capsys: pytest.CaptureFixture[str]) -> None:
