@@ -232,3 +232,19 @@ print((peak() - before) / ({rows} * 8 * 8))
 """
     run = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True, check=True)
     assert float(run.stdout) < 4.0
+
+
+def test_a_small_file_takes_little_room(tmp_path: Path) -> None:
+    (tmp_path / "x.csv").write_text("time_s,a\n0,1\n0.1,2\n")
+    # What the interpreter and its libraries reserve is there before; reading may reserve a gigabyte beyond that.
+    script = f"""
+import resource
+from velmora.tools.formats import read
+from velmora.tools.options import ReadOptions
+import pyarrow.csv, pyarrow.compute
+reserved = int(open("/proc/self/statm").read().split()[0]) * resource.getpagesize()
+resource.setrlimit(resource.RLIMIT_AS, (reserved + 2**30, reserved + 2**30))
+print(len(read({str(tmp_path / "x.csv")!r}, ReadOptions())[0].rows))
+"""
+    run = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True, check=False)
+    assert (run.stdout, run.stderr) == ("2\n", "")

@@ -20,7 +20,13 @@ SPACINGS = ("sample_time", "rate", "samples")
 _RESAMPLING = (
     click.option("--sample-time", "-t", type=float, metavar="S", help="Spacing of the new grid in seconds."),
     click.option("--rate", "-r", type=float, metavar="HZ", help="Samples per second of the new grid."),
-    click.option("--samples", "-n", type=int, metavar="N", help="Number of samples over the whole span; with --gaps split, in each piece."),
+    click.option(
+        "--samples",
+        "-n",
+        type=int,
+        metavar="N",
+        help="Number of samples over the whole span; with --gaps split, in each piece.",
+    ),
     click.option(
         "--method",
         "-m",

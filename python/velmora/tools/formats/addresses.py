@@ -19,6 +19,7 @@ COMPRESSED = {".gz": "gzip", ".zst": "zstd"}
 # A recording in text shrinks to a tenth or so. What expands a hundredfold beyond this size was made to fill memories.
 _FREE_BYTES = 64 * 2**20
 _MOST_EXPANSION = 100
+_PIECE_BYTES = 2**20
 # SHA-256 of what came from standard input, which cannot be read once more.
 _standard_input: list[str] = []
 
@@ -80,7 +81,7 @@ def standard_input_digest() -> str:
 def content(path: str, compression: str | None = None) -> bytes:
     """All bytes of a file, expanded where a compression is given or in its name."""
     with opened(path) as file:
-        data = file.read(most_bytes() + 1)
+        data = _read(file, most_bytes() + 1)
     if len(data) > most_bytes():
         raise DataError(
             f"{path}: is larger than half of this machine's memory; at most {most_bytes():,} bytes were expected"
@@ -93,6 +94,20 @@ def content(path: str, compression: str | None = None) -> bytes:
         elif data[:4] == b"\x28\xb5\x2f\xfd":
             compression = "zstd"
     return data if compression is None else _expanded(path, data, compression)
+
+
+def _read(file: IO[bytes], most: int) -> bytes:
+    """What a file holds, at most so many bytes; no room is made for more than that."""
+    try:
+        size = max(os.fstat(file.fileno()).st_size + 1, _PIECE_BYTES)
+    except (OSError, AttributeError):
+        size = _PIECE_BYTES  # not of this machine
+    pieces = []
+    while piece := file.read(min(size, most)):
+        pieces.append(piece)
+        most -= len(piece)
+        size = _PIECE_BYTES
+    return b"".join(pieces)
 
 
 def _expanded(path: str, data: bytes, compression: str) -> bytes:
