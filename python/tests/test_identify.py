@@ -193,6 +193,14 @@ def test_an_oscillation_that_keeps_its_amplitude_has_an_interval_from_zero_on() 
         assert mode.damping_ratio.low == 0.0 < mode.damping_ratio.high < 1e-10 + 0.1 * noise
 
 
+def test_none_of_a_hundred_that_keep_their_amplitude_is_taken_for_growing() -> None:
+    t = np.arange(250) / 250.0
+    rng = np.random.default_rng(11)
+    for _ in range(100):
+        (mode,) = identify_modes(t, np.cos(10.0 * np.pi * t) + 0.05 * rng.standard_normal(250), start_s=0.0).modes
+        assert mode.damping_ratio.low >= 0.0 and mode.damping_ratio.high > 0.0
+
+
 BAD_ARGUMENTS = [
     (([0.0, 1.0], [0.0, np.nan, 1.0], 0, (1.0, 0.0)), "times_s and values must have the same number of rows, "),
     (([1.0, 0.0], [0.0, np.nan], 0, (1.0, 0.0)), "times_s and values must contain only finite values."),

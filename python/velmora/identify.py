@@ -3,7 +3,7 @@
 
 from __future__ import annotations
 
-from dataclasses import dataclass
+from dataclasses import dataclass, replace
 from typing import Literal
 
 import numpy as np
@@ -291,13 +291,15 @@ def _supported_modes(
                 f"at least {_MIN_SAMPLES_PER_SWING} are needed to tell it from a faster one."
             )
             refusals.append(IdentificationError("too_little_sampled", message))
-        elif mode.damping_ratio.high < 0.0:
+        elif (widest := _twice_as_wide(mode.damping_ratio, found.poles.decays[k], found.poles.omegas[k])) < 0.0:
             growth = np.exp(-found.poles.decays[k] * span)
             message = (
                 f"The oscillation near {frequency:.3g} Hz grows, to {growth:.3g} times its amplitude in the "
                 f"{span:.3g} s recorded; one that decays, or keeps its amplitude, is needed."
             )
             refusals.append(IdentificationError("growing", message))
+        elif mode.damping_ratio.high < 0.0:
+            modes.append(replace(mode, damping_ratio=Estimate(0.0, 0.0, widest)))
         else:
             modes.append(mode)
     if modes:
@@ -307,6 +309,11 @@ def _supported_modes(
     raise IdentificationError(
         "no_peak", f"No vibration stands out of the noise in the {span:.3g} s from the start of the free decay."
     )
+
+
+def _twice_as_wide(damping: Estimate, decay: float, omega: float) -> float:
+    """The upper end of an interval of twice the width: that of 95 % lies below 0 for one in 40 that do not decay."""
+    return 2.0 * damping.high - decay / float(np.hypot(decay, omega))
 
 
 def _stands_out(mode: IdentifiedMode) -> bool:
