@@ -83,6 +83,11 @@ AnyArray AsRealArray(nb::handle source, const char* argument, const char* expect
   if (!masked_array.is_none() && nb::isinstance(source, masked_array)) {
     Refuse(PyExc_TypeError, argument, expected, "a masked array");
   }
+  // Asked first, since numpy warns of what it makes of a masked number.
+  constexpr Py_ssize_t kDeepest = 32;  // what is nested deeper is no array to any numpy
+  if (!masked_array.is_none() && HoldsMaskedArray(source, masked_array, kDeepest)) {
+    Refuse(PyExc_TypeError, argument, expected, "a " + TypeName(source) + " that holds a masked array");
+  }
   nb::object array;
   try {
     array = Numpy().attr("asarray")(source);
@@ -101,11 +106,7 @@ AnyArray AsRealArray(nb::handle source, const char* argument, const char* expect
     }
     array = values;
   }
-  const auto dimensions = nb::cast<Py_ssize_t>(array.attr("ndim"));
-  if (!masked_array.is_none() && HoldsMaskedArray(source, masked_array, dimensions)) {
-    Refuse(PyExc_TypeError, argument, expected, "a " + TypeName(source) + " that holds a masked array");
-  }
-  return {array, dimensions};
+  return {array, nb::cast<Py_ssize_t>(array.attr("ndim"))};
 }
 
 [[noreturn]] void RefuseShape(const AnyArray& source, const char* argument, const char* expected) {

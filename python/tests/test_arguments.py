@@ -86,7 +86,6 @@ def test_what_a_frame_lacks_is_judged_as_content() -> None:
         vm.JointTrajectory(pd.DataFrame({"a": pd.array([1.0, None]), "b": pd.array([1, 2])}), dt=1.0)
 
 
-@pytest.mark.filterwarnings("ignore:Warning. converting a masked element to nan:UserWarning")
 def test_a_masked_number_is_refused_at_any_depth() -> None:
     with pytest.raises(TypeError, match="a list that holds a masked array"):
         vm.joint_path_coordinate([[1.0, 2.0], [3.0, np.ma.masked]])

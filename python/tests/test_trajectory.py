@@ -182,7 +182,7 @@ def test_other_bits_are_unequal(different: dict[str, Any]) -> None:
 
 def test_it_equals_nothing_else_and_is_not_hashable() -> None:
     assert trajectory() != POSITIONS
-    assert trajectory() != None  # noqa: E711
+    assert trajectory() != None  # noqa: E711  # what is tested is `!=`
     with pytest.raises(TypeError, match="unhashable"):
         hash(trajectory())
 

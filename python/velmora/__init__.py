@@ -25,7 +25,7 @@ from velmora._errors import InvalidArgumentError
 from velmora._resampling import resample
 
 # A method like the others, though written in Python: what C++ returns has it too.
-setattr(JointTrajectory, "resample", resample)  # noqa: B010
+setattr(JointTrajectory, "resample", resample)  # noqa: B010  # type checkers refuse an assignment
 del resample
 
 __all__ = [

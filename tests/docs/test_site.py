@@ -120,7 +120,7 @@ def browser() -> Iterator[Browser]:
 def test_pages_are_quiet_accessible_and_fit(browser: Browser, address: str, size: str, scheme: str) -> None:
     """No console error, no request to elsewhere, nothing wider than the window, no serious finding of axe-core."""
     width, height = SIZES[size]
-    context = browser.new_context(viewport={"width": width, "height": height}, color_scheme=scheme)  # type: ignore[arg-type]
+    context = browser.new_context(viewport={"width": width, "height": height}, color_scheme=scheme)  # type: ignore[arg-type]  # a str of two
     findings: list[str] = []
     for name in PAGES:
         page = context.new_page()

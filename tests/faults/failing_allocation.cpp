@@ -20,30 +20,30 @@ bool Fails() { return countdown > 0 && --countdown == 0; }
 
 extern "C" {
 void* __real_malloc(std::size_t size);                     // NOLINT(bugprone-reserved-identifier): the linker's names
-void* __real_calloc(std::size_t count, std::size_t size);  // NOLINT(bugprone-reserved-identifier)
-void* __real_realloc(void* pointer, std::size_t size);     // NOLINT(bugprone-reserved-identifier)
-void __real_free(void* pointer);                           // NOLINT(bugprone-reserved-identifier)
+void* __real_calloc(std::size_t count, std::size_t size);  // NOLINT(bugprone-reserved-identifier): the linker's names
+void* __real_realloc(void* pointer, std::size_t size);     // NOLINT(bugprone-reserved-identifier): the linker's names
+void __real_free(void* pointer);                           // NOLINT(bugprone-reserved-identifier): the linker's names
 
-void* __wrap_malloc(std::size_t size) {  // NOLINT(bugprone-reserved-identifier)
+void* __wrap_malloc(std::size_t size) {  // NOLINT(bugprone-reserved-identifier): the linker's names
   void* const pointer = Fails() ? nullptr : __real_malloc(size);
   if (pointer != nullptr) ++live;
   return pointer;
 }
 
 // g++ makes it of a malloc whose result is zeroed.
-void* __wrap_calloc(std::size_t count, std::size_t size) {  // NOLINT(bugprone-reserved-identifier)
+void* __wrap_calloc(std::size_t count, std::size_t size) {  // NOLINT(bugprone-reserved-identifier): the linker's names
   void* const pointer = Fails() ? nullptr : __real_calloc(count, size);
   if (pointer != nullptr) ++live;
   return pointer;
 }
 
-void* __wrap_realloc(void* pointer, std::size_t size) {  // NOLINT(bugprone-reserved-identifier)
+void* __wrap_realloc(void* pointer, std::size_t size) {  // NOLINT(bugprone-reserved-identifier): the linker's names
   void* const moved = Fails() ? nullptr : __real_realloc(pointer, size);
   if (moved != nullptr && pointer == nullptr) ++live;
   return moved;
 }
 
-void __wrap_free(void* pointer) {  // NOLINT(bugprone-reserved-identifier)
+void __wrap_free(void* pointer) {  // NOLINT(bugprone-reserved-identifier): the linker's names
   if (pointer != nullptr) --live;
   __real_free(pointer);
 }

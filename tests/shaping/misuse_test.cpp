@@ -48,7 +48,8 @@ TEST_F(Misuse, OfASequenceThatWasMovedFrom) {
   ImpulseSequence moved = good_;
   const ImpulseSequence taken = std::move(moved);
   EXPECT_EQ(taken.times_s.size(), 2);
-  ExpectInvalidArgument([&] { moved.duration_s(); }, kNoImpulse);  // NOLINT(bugprone-use-after-move)
+  // NOLINTNEXTLINE(bugprone-use-after-move): what this test is about
+  ExpectInvalidArgument([&] { moved.duration_s(); }, kNoImpulse);
   ExpectRefused(moved, kNoImpulse);
 }
 

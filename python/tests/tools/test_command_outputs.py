@@ -178,6 +178,31 @@ def test_whoever_reads_the_output_may_leave(tmp_path: Path, log: Path) -> None:
     assert (done.returncode, done.stderr) == (130, "")
 
 
+def test_a_pipe_that_nobody_reads_is_named(tmp_path: Path, log: Path) -> None:
+    done = subprocess.run(
+        [
+            *("bash", "-c"),
+            f"mkfifo p; head -1 p >/dev/null & '{sys.executable}' -m velmora.tools.main resample log.csv --rate 100000 "
+            "-o p",
+        ],
+        cwd=tmp_path,
+        env=environment(),
+        capture_output=True,
+        text=True,
+        check=False,
+    )
+    assert (done.returncode, done.stderr) == (1, "p: cannot be written: Broken pipe\n")
+
+
+def test_an_address_that_no_package_knows(tmp_path: Path, log: Path) -> None:
+    run = velmora("resample", "log.csv", "--rate", "50", "-o", "foo://b/y.csv", cwd=tmp_path)
+    assert (run.code, run.err) == (
+        1,
+        "foo://b/y.csv: Protocol not known: foo; an address that fsspec and the packages installed beside it know was "
+        "expected\n",
+    )
+
+
 def test_devices_are_written_to_as_standard_output_is(tmp_path: Path, log: Path) -> None:
     run = velmora("convert", "log.csv", "-o", "/dev/stdout", cwd=tmp_path)
     assert run.code == 0, run.err

@@ -90,7 +90,8 @@ Examples:
   velmora check log_250hz.parquet --limits joint_limits.yaml
   velmora report log.csv --rate 250 -o report.html
 \b
-Exit codes: 0 done; 1 the data are wrong, unreadable or violate limits; 2 wrong usage; 130 interrupted.
+Exit codes: 0 done; 1 the data are wrong, unreadable or violate limits; 2 wrong usage;
+130 interrupted, or nobody reads the output to its end.
 Options may also be set in the environment (VELMORA_RESAMPLE_RATE=250) or in the velmora.toml of a project.
 """,
 )

@@ -135,6 +135,29 @@ def test_what_is_in_the_way_of_a_name_that_is_known_after_reading(tmp_path: Path
     assert leftovers(tmp_path / "out") == []
 
 
+def test_workers_upload_what_has_an_address(tmp_path: Path, cluster: Any) -> None:
+    write_log(tmp_path / "a.csv")
+    write_log(tmp_path / "b.csv")
+
+    def upload(force: bool) -> list[dict[str, Any]]:
+        return resample_many(
+            [tmp_path / "a.csv", tmp_path / "b.csv"],
+            f"local://{tmp_path}/{{stem}}_50hz.csv",
+            rate_hz=50,
+            scheduler=cluster.scheduler_address,
+            force=force,
+        )
+
+    assert [row["status"] for row in upload(force=False)] == ["done", "done"]
+    written = (tmp_path / "a_50hz.csv").read_bytes()
+    assert written.startswith(b"time_s,")
+    with pytest.raises(UsageError, match=r"a_50hz\.csv: exists already; "):
+        upload(force=False)
+    (tmp_path / "a_50hz.csv").write_text("old")
+    assert [row["status"] for row in upload(force=True)] == ["done", "done"]
+    assert (tmp_path / "a_50hz.csv").read_bytes() == written
+
+
 def test_standard_output_is_that_of_the_command(tmp_path: Path, cluster: Any) -> None:
     write_log(tmp_path / "a.csv")
     run = velmora(

@@ -6,6 +6,7 @@ from __future__ import annotations
 import os
 from pathlib import Path
 
+import fsspec
 import pytest
 from velmora.tools.batch.names import Input, expand, of_recording, targets
 from velmora.tools.errors import UsageError
@@ -61,8 +62,6 @@ def test_an_empty_folder(folder: Path) -> None:
 
 
 def test_addresses_are_expanded_by_their_file_system() -> None:
-    import fsspec
-
     memory = fsspec.filesystem("memory")
     memory.pipe("/names/a.csv", b"x")
     memory.pipe("/names/b.csv", b"x")
@@ -117,7 +116,7 @@ def test_names_from_files_make_no_folders() -> None:
 
 
 def test_folders_far_away() -> None:
-    far = pytest.importorskip("fsspec").filesystem("memory")
+    far = fsspec.filesystem("memory")
     for name in ("a.csv", "deep/b.parquet", "deep/notes.md"):
         far.pipe(f"/tree/{name}", b"")
     assert [(entry.path, entry.parent) for entry in expand(["memory://tree"])] == [

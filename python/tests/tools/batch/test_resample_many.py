@@ -86,11 +86,11 @@ def test_arguments_out_of_range(tmp_path: Path, logs: Path, arguments: dict[str,
 
 def test_how_files_are_read_is_checked() -> None:
     with pytest.raises(UsageError, match=r"^joints is 'j0'; a list of names was expected$"):
-        ReadOptions(joints="j0")  # type: ignore[arg-type]
+        ReadOptions(joints="j0")  # type: ignore[arg-type]  # refused
     with pytest.raises(UsageError, match=r"^time_unit is 'min'; auto, s, ms, us, ns were expected$"):
-        ReadOptions(time_unit="min")  # type: ignore[arg-type]
+        ReadOptions(time_unit="min")  # type: ignore[arg-type]  # refused
     with pytest.raises(UsageError, match=r"^time_from is 'file'; header, log were expected$"):
-        ReadOptions(time_from="file")  # type: ignore[arg-type]
+        ReadOptions(time_from="file")  # type: ignore[arg-type]  # refused
 
 
 def test_one_file_that_is_not_there(tmp_path: Path) -> None:

@@ -118,17 +118,18 @@ def _status(outcome: Outcome) -> str:
 
 def _with_names_of_its_own(outcome: Outcome, written: dict[str, str]) -> Outcome:
     """The outcome, failed where another input has an output of that name: some names are known after reading alone."""
+    names = {output.whole(staged.target): staged for staged in outcome.staged}
+    taken = next((name for name in names if name in written), None)
+    if taken is None:
+        written.update(dict.fromkeys(names, outcome.source))
+        return outcome
     for staged in outcome.staged:
-        other = written.setdefault(output.whole(staged.target), outcome.source)
-        if other != outcome.source:
-            for each in outcome.staged:
-                each.discard()
-            error = (
-                f"{outcome.source}: its output would be '{staged.target}', as that of {other}; different names were "
-                "expected; -o with {group} or {segment} tells them apart"
-            )
-            return replace(outcome, reports=(), staged=(), error=error, exit_code=1)
-    return outcome
+        staged.discard()
+    error = (
+        f"{outcome.source}: its output would be '{names[taken].target}', as that of {written[taken]}; different names "
+        "were expected; -o with {group} or {segment} tells them apart"
+    )
+    return replace(outcome, reports=(), staged=(), error=error, exit_code=1)
 
 
 def _engine(tasks: list[Task], options: ManyOptions) -> Iterator[tuple[int, Outcome]]:

@@ -152,11 +152,9 @@ def perform(task: Task) -> Outcome:
         outcome = replace(
             outcome, error=f"{task.source}: out of memory; a recording that fits was expected", exit_code=1
         )
-    except BrokenPipeError:
-        if task.target == "-":  # whoever read it had enough
-            raise
-        outcome = replace(outcome, error=f"{task.target}: nobody reads the pipe", exit_code=1)
     except OSError as error:
+        if task.target == "-" and isinstance(error, BrokenPipeError):  # whoever read it had enough
+            raise
         where = stage.named(str(error.filename or task.source))
         outcome = replace(outcome, error=f"{where}: {error.strerror or error}", exit_code=1)
     except Exception as error:

@@ -117,8 +117,8 @@ def run_output(
 
 def make_folders(targets: Sequence[str]) -> None:
     """Make the folders that outputs go to; those that depend on what is read are made when they are known."""
-    folders = {os.path.dirname(output.local(target)) for target in targets if not output.is_remote(target)}
-    for folder in {folder.partition("{")[0].rpartition("/")[0] if "{" in folder else folder for folder in folders}:
+    known = (output.local(target).partition("{")[0] for target in targets if not output.is_remote(target))
+    for folder in {os.path.dirname(name) for name in known}:
         try:
             os.makedirs(folder or ".", exist_ok=True)
         except OSError as error:
