@@ -10,8 +10,7 @@ from contextlib import contextmanager
 from typing import IO, TYPE_CHECKING, cast
 
 from velmora.tools.errors import DataError, UsageError
-from velmora.tools.formats.addresses import local_path
-from velmora.tools.output import is_stream
+from velmora.tools.output import is_stream, local
 from velmora.tools.text import nearest, quoted
 
 if TYPE_CHECKING:
@@ -88,7 +87,7 @@ def _format(path: str, said: str | None, option: str) -> str:
         return said
     if path == "-":
         return "csv"
-    found = "rosbag2" if _is_bag_folder(local_path(path)) else _format_by_name(path)
+    found = "rosbag2" if _is_bag_folder(local(path)) else _format_by_name(path)
     if found is None:
         raise UsageError(
             f"{path}: the name does not end as that of a known format; {', '.join(suffixes(known))} were expected; "

@@ -11,6 +11,7 @@ from contextlib import contextmanager
 from typing import IO, TYPE_CHECKING, cast
 
 from velmora.tools.errors import DataError
+from velmora.tools.output import is_remote, local
 
 if TYPE_CHECKING:
     from collections.abc import Iterator
@@ -22,20 +23,6 @@ _MOST_EXPANSION = 100
 _PIECE_BYTES = 2**20
 # SHA-256 of what came from standard input, which cannot be read once more.
 _standard_input: list[str] = []
-
-
-def is_remote(path: str) -> bool:
-    """Whether the path is an address such as ``s3://bucket/log.csv``."""
-    return "://" in path
-
-
-def local_path(path: str) -> str:
-    """The path of a ``file://`` address, or the path as it is."""
-    if path.startswith("file://"):
-        from urllib.parse import unquote
-
-        return unquote(path.removeprefix("file://"))
-    return path
 
 
 def most_bytes() -> int:
@@ -56,16 +43,16 @@ def opened(path: str) -> Iterator[IO[bytes]]:
         if path == "-":
             yield sys.stdin.buffer
             return
-        if is_remote(path) and not path.startswith("file://"):
+        if is_remote(path):
             import fsspec
 
             with fsspec.open(path, "rb") as file:
                 yield cast("IO[bytes]", file)
             return
-        with open(local_path(path), "rb") as file:
+        with open(local(path), "rb") as file:
             yield file
     except (OSError, ImportError, ValueError) as error:
-        if isinstance(error, ValueError) and not is_remote(path):
+        if isinstance(error, ValueError) and "://" not in path:
             raise
         reason = error.strerror if isinstance(error, OSError) and error.strerror else str(error)
         if isinstance(error, FileNotFoundError) and reason in path:  # a remote one says nothing but its name

@@ -9,6 +9,7 @@ from collections.abc import Iterator
 from contextlib import contextmanager
 from typing import Any
 
+from velmora.tools import output
 from velmora.tools.columns import clean
 from velmora.tools.errors import DataError, UsageError
 from velmora.tools.formats import addresses, bag_mcap, bag_ros1, bag_sqlite
@@ -115,7 +116,7 @@ def _nothing(path: str, seen: dict[str, str], problems: list[str], options: Read
 
 def _files(path: str, problems: list[str]) -> tuple[dict[str, Any], list[str]]:
     """What the metadata say, and the files with messages."""
-    path = addresses.local_path(path)
+    path = output.local(path)
     if not os.path.isdir(path):
         return {}, [path]
     here = sorted(name for name in os.listdir(path) if name.endswith(SUFFIXES))
@@ -199,7 +200,7 @@ def _blocks(file: str, contents: Contents, metadata: dict[str, Any]) -> Iterator
 @contextmanager
 def _bytes(file: str, compressed: bool) -> Iterator[memoryview]:
     """The bytes of a file, without reading them all at once where that is possible."""
-    if compressed or addresses.is_remote(file) or file == "-":
+    if compressed or output.is_remote(file) or file == "-":
         yield memoryview(addresses.content(file, "zstd" if compressed else None))
         return
     with addresses.opened(file) as opened:

@@ -7,6 +7,7 @@ from collections.abc import Iterator
 from contextlib import contextmanager
 from typing import IO, TYPE_CHECKING
 
+from velmora.tools import output
 from velmora.tools.errors import DataError, UsageError
 from velmora.tools.formats import addresses, arrow_schema
 from velmora.tools.formats.groups import Labels
@@ -48,11 +49,11 @@ def readable(path: str) -> Iterator[pa.NativeFile | IO[bytes]]:
         yield pa.BufferReader(addresses.content(path))
         return
     with addresses.opened(path) as file:
-        if addresses.is_remote(path) and not path.startswith("file://"):
+        if output.is_remote(path):
             yield file
         else:
-            with pa.OSFile(addresses.local_path(path)) as local:
-                yield local
+            with pa.OSFile(output.local(path)) as held:
+                yield held
 
 
 @contextmanager
