@@ -5,6 +5,7 @@
 #include <nanobind/ndarray.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstring>
 #include <memory>
@@ -84,7 +85,7 @@ AnyArray AsRealArray(nb::handle source, const char* argument, const char* expect
     Refuse(PyExc_TypeError, argument, expected, "a masked array");
   }
   // Asked first, since numpy warns of what it makes of a masked number.
-  constexpr Py_ssize_t kDeepest = 32;  // what is nested deeper is no array to any numpy
+  constexpr Py_ssize_t kDeepest = 64;  // what is nested deeper is no array to any numpy
   if (!masked_array.is_none() && HoldsMaskedArray(source, masked_array, kDeepest)) {
     Refuse(PyExc_TypeError, argument, expected, "a " + TypeName(source) + " that holds a masked array");
   }
@@ -114,13 +115,24 @@ AnyArray AsRealArray(nb::handle source, const char* argument, const char* expect
   Refuse(PyExc_ValueError, argument, expected, "an array of shape " + nb::cast<std::string>(nb::str(shape)));
 }
 
+// Kept for the life of the process. Not initialised where it is declared: importing numpy gives up the interpreter lock,
+// and a second thread would wait with that lock for the first one's initialisation.
+PyObject* NdarrayType() {
+  static std::atomic<PyObject*> kept{nullptr};
+  PyObject* type = kept.load();
+  if (type == nullptr) {
+    type = nb::object(Numpy().attr("ndarray")).release().ptr();
+    kept.store(type);
+  }
+  return type;
+}
+
 // The memory of an array that is as the library wants it: C-ordered float64 in native byte order.
 class Float64Buffer {
  public:
   Float64Buffer(nb::handle source, int dimensions) {
     // Of numpy's own type alone: a subclass may mean something else by its elements, as a masked array does.
-    static PyObject* const ndarray = nb::object(Numpy().attr("ndarray")).release().ptr();
-    if (reinterpret_cast<PyObject*>(Py_TYPE(source.ptr())) != ndarray) return;
+    if (reinterpret_cast<PyObject*>(Py_TYPE(source.ptr())) != NdarrayType()) return;
     if (PyObject_GetBuffer(source.ptr(), &view_, PyBUF_C_CONTIGUOUS | PyBUF_FORMAT) != 0) {
       PyErr_Clear();
       return;

@@ -29,6 +29,15 @@ def test_importing_loads_numpy_and_nothing_heavy() -> None:
     assert set(run(program).stdout.split()) <= {"velmora", "numbers", "gc", "__future__", "atexit"}
 
 
+def test_first_calls_with_lists_from_two_threads_load_numpy_once_and_end() -> None:
+    program = (
+        "import velmora as vm; from concurrent.futures import ThreadPoolExecutor as Pool; "
+        "rows = [[0.0], [1.0], [4.0]]; count = lambda _: vm.JointTrajectory(rows, dt=1.0).sample_count; "
+        "print(*Pool(2).map(count, range(4)))"
+    )
+    assert run(program).stdout == "3 3 3 3\n"
+
+
 def test_the_extension_exports_its_init_function_alone() -> None:
     spec = importlib.util.find_spec("velmora._core")
     assert spec is not None and spec.origin is not None

@@ -236,12 +236,27 @@ def test_exactly_one_of_the_three_is_given(arguments: dict[str, Any], got: str) 
         ({"rate_hz": [500.0]}, "rate_hz must be a real number, got list."),
         ({"samples": 5, "grid_mode": "exact_dt_trim"}, "samples places the time grid itself; leave grid_mode out."),
         ({"samples": 5, "grid_mode": np.array([1, 2])}, "samples places the time grid itself; leave grid_mode out."),
+        ({"samples": 5, "grid_mode": False}, "samples places the time grid itself; leave grid_mode out."),
+        (
+            {"samples": 5, "grid_mode": vm.ResamplingMethod.linear},
+            "samples places the time grid itself; leave grid_mode out.",
+        ),
+        ({"rate_hz": [1, [2]]}, "rate_hz must be a real number, got list."),
     ],
 )
 def test_other_kinds_are_named(arguments: dict[str, Any], message: str) -> None:
     with pytest.raises(TypeError) as raised:
         RECORDED.resample(**arguments)
     assert str(raised.value) == message
+
+
+def test_samples_do_not_hide_a_mode_that_does_not_exist() -> None:
+    misspelt: Any = "bogus"
+    with pytest.raises(vm.InvalidArgumentError) as parsed:
+        vm.parse_resampling_time_grid_mode(misspelt)
+    with pytest.raises(vm.InvalidArgumentError) as raised:
+        RECORDED.resample(samples=5, grid_mode=misspelt)
+    assert str(raised.value) == str(parsed.value)
 
 
 def test_samples_take_the_mode_that_they_mean() -> None:

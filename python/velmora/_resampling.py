@@ -7,7 +7,7 @@ import math
 import operator
 from typing import TYPE_CHECKING, Any, Final, SupportsIndex
 
-from velmora._core import resample_trajectory
+from velmora._core import parse_resampling_time_grid_mode, resample_trajectory
 from velmora._enums import ResamplingTimeGridMode
 from velmora._errors import InvalidArgumentError
 
@@ -93,8 +93,12 @@ def resample(
 def _spacing_of_rate(rate_hz: Real) -> float:
     import numpy as np  # the command starts without it where it is not needed
 
-    number = np.asarray(rate_hz)
-    if number.ndim != 0 or not (number.dtype.kind in "biuf" or isinstance(rate_hz, int)):
+    try:
+        number = np.asarray(rate_hz)
+        is_real = number.ndim == 0 and (number.dtype.kind in "biuf" or isinstance(rate_hz, int))
+    except ValueError:  # lists of unequal lengths
+        is_real = False
+    if not is_real:
         raise TypeError(f"rate_hz must be a real number, got {type(rate_hz).__name__}.")
     try:
         rate = float(rate_hz)
@@ -110,8 +114,9 @@ def _with_samples(
     trajectory: JointTrajectory, samples: SupportsIndex, method: Method, grid_mode: GridMode, strict_cubic: bool
 ) -> JointTrajectory:
     adjust = ResamplingTimeGridMode.exact_duration_adjust_dt
-    fitting = (_DEFAULT_GRID_MODE, ResamplingTimeGridMode.exact_dt_append_endpoint, adjust, adjust.name)
-    if not isinstance(grid_mode, (str, int)) or grid_mode not in fitting:
+    mode = parse_resampling_time_grid_mode(grid_mode) if isinstance(grid_mode, str) else grid_mode
+    fitting = (ResamplingTimeGridMode.exact_dt_append_endpoint, adjust)
+    if type(mode) not in (int, ResamplingTimeGridMode) or mode not in fitting:
         raise TypeError("samples places the time grid itself; leave grid_mode out.")
     try:
         count = operator.index(samples)
