@@ -184,6 +184,25 @@ def test_folders_of_names_that_are_known_after_reading(tmp_path: Path, here: InP
     assert (tmp_path / "n/ep.csv").exists()
 
 
+@pytest.mark.parametrize("command", [("resample", "--rate", "20"), ("convert",)])
+def test_one_table_of_all_groups_is_no_piece(command: tuple[str, ...], tmp_path: Path, here: InProcess) -> None:
+    (tmp_path / "ep.csv").write_text("time_s,a,episode\n0.0,0,1\n0.1,1,1\n0.0,2,2\n0.1,3,2\n")
+    run = here(*command, "ep.csv", "--group-by", "episode", "-o", "all{segment}.csv")
+    assert run.code == 0, run.err
+    assert (tmp_path / "all.csv").exists()
+    assert "ep.csv[episode=1] -> all.csv" in run.err
+
+
+def test_braces_in_the_name_of_an_input_stay(tmp_path: Path, here: InProcess) -> None:
+    write_log(tmp_path / "logs/{group}.csv")
+    write_log(tmp_path / "logs/{segment}.csv")
+    common = ("resample", "logs", "--rate", "50", "--output-dir", "{group}")
+    run = here(*common)
+    assert run.code == 0, run.err
+    assert sorted(path.name for path in (tmp_path / "{group}").glob("*.csv")) == ["{group}.csv", "{segment}.csv"]
+    assert "{group}/{group}.csv: exists already; " in here(*common).err
+
+
 def test_one_file_that_is_not_there_has_a_report_too(tmp_path: Path, here: InProcess) -> None:
     run = here("info", "gone.csv", "--json", "--summary", "s.json")
     fault = "gone.csv: there is no such file; a recording was expected"

@@ -8,7 +8,7 @@ from pathlib import Path
 
 import fsspec
 import pytest
-from velmora.tools.batch.names import Input, expand, of_recording, targets
+from velmora.tools.batch.names import GROUP, SEGMENT, Input, expand, known_part, of_recording, targets
 from velmora.tools.errors import UsageError
 
 
@@ -80,7 +80,7 @@ def test_targets() -> None:
     assert targets(inputs, None, "out/", ".parquet") == ["out/a.parquet", "out/deep/b.parquet"]
     assert targets(inputs, "{stem}_100hz{suffix}", None, None) == ["a_100hz.csv.gz", "b_100hz.csv"]
     assert targets(inputs, "{parent}/{name}.html", "out", None) == ["out/./a.csv.gz.html", "out/deep/b.csv.html"]
-    assert targets(inputs, "{stem}_{group}.csv", "out", None) == ["out/a_{group}.csv", "out/deep/b_{group}.csv"]
+    assert targets(inputs, "{stem}_{group}.csv", "out", None) == [f"out/a_{GROUP}.csv", f"out/deep/b_{GROUP}.csv"]
     assert targets(inputs[:1], "x.csv", None, None) == ["x.csv"]
 
 
@@ -105,14 +105,28 @@ def test_recordings_and_pieces_of_one_file() -> None:
     assert of_recording("out/a.csv.gz", "3", True, None) == "out/a_3.csv.gz"
     assert of_recording("out/a.csv", "3", True, 0) == "out/a_3_1.csv"
     assert of_recording("a.csv", "3", False, 1) == "a_2.csv"
-    assert of_recording("a/{group}/{segment}.csv", "3", True, 1) == "a/3/2.csv"
+    assert of_recording(f"a/{GROUP}/{SEGMENT}.csv", "3", True, 1) == "a/3/2.csv"
+
+
+def test_braces_in_the_name_of_an_input_are_no_placeholders() -> None:
+    inputs = [Input("{group}.csv", "{segment}"), Input("{stem}.csv")]
+    assert targets(inputs, None, "{group}", None) == ["{group}/{segment}/{group}.csv", "{group}/{stem}.csv"]
+    assert of_recording("{group}.csv", "left", True, 0) == "{group}_left_1.csv"
+    (target,) = targets(inputs[:1], "{group}/{stem}.csv", None, None)
+    assert of_recording(target, "left", True, None) == "left/{group}.csv"
+    assert known_part(target) == ""
+
+
+def test_messages_show_placeholders_as_they_were_given() -> None:
+    with pytest.raises(UsageError, match=r"^\{group\}\.csv: would be the output of x/a\.csv and of y/a\.csv; "):
+        targets([Input("x/a.csv"), Input("y/a.csv")], "{group}.csv", None, None)
 
 
 def test_names_from_files_make_no_folders() -> None:
-    assert of_recording("out/{group}.csv", "../../etc/passwd", True, None) == "out/etc_passwd.csv"
-    assert of_recording("out/{group}.csv", "/joint_states", True, None) == "out/joint_states.csv"
-    assert of_recording("out/{group}.csv", "..", True, None) == "out/_.csv"
-    assert of_recording("out/{group}.csv", "a\x1b\n", True, None) == "out/a??.csv"
+    assert of_recording(f"out/{GROUP}.csv", "../../etc/passwd", True, None) == "out/etc_passwd.csv"
+    assert of_recording(f"out/{GROUP}.csv", "/joint_states", True, None) == "out/joint_states.csv"
+    assert of_recording(f"out/{GROUP}.csv", "..", True, None) == "out/_.csv"
+    assert of_recording(f"out/{GROUP}.csv", "a\x1b\n", True, None) == "out/a??.csv"
 
 
 def test_folders_far_away() -> None:

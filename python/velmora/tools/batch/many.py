@@ -11,6 +11,7 @@ from pathlib import Path
 
 from velmora.tools import output
 from velmora.tools.batch.manifest import FILE_NAME, Manifest
+from velmora.tools.batch.names import known_part, shown
 from velmora.tools.batch.tasks import Outcome, Task, commit, perform
 from velmora.tools.errors import UsageError
 
@@ -167,7 +168,7 @@ def _manifest(tasks: Sequence[Task], options: ManyOptions) -> Manifest | None:
     if any(output.is_remote(target) for target in written):
         if options.resume:
             raise UsageError(
-                f"{written[0]}: --resume keeps its record beside the outputs; a folder on a disk was expected"
+                f"{shown(written[0])}: --resume keeps its record beside the outputs; a folder on a disk was expected"
             )
         return None
     folders = [os.path.abspath(os.path.dirname(target)) for target in written]
@@ -176,7 +177,7 @@ def _manifest(tasks: Sequence[Task], options: ManyOptions) -> Manifest | None:
 
 def _refuse_existing(task: Task) -> None:
     """Find what is in the way of an output before any work is done; names that need the content come later."""
-    if task.target is not None and "{" not in task.target and not task.fault:
+    if task.target is not None and known_part(task.target) == task.target and not task.fault:
         output.refuse_existing(task.target, task.may_replace(task.target))
 
 

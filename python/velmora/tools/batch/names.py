@@ -19,6 +19,9 @@ from velmora.tools.text import nearest, printable
 OF_INPUT = ("stem", "name", "suffix", "parent")
 OF_RECORDING = ("group", "segment")
 _PLACEHOLDER = re.compile(r"\{([^{}]*)\}")
+# In targets these are marked, since the name of an input may hold the same letters.
+_MARK = "\x1f"
+GROUP, SEGMENT = (f"{{{_MARK}{name}}}" for name in OF_RECORDING)
 
 
 @dataclass(frozen=True)
@@ -139,7 +142,7 @@ def targets(inputs: Sequence[Input], pattern: str | None, folder: str | None, su
         What `expand` found.
     pattern
         A name for one input, or with placeholders for many: ``{stem}``, ``{name}``, ``{suffix}``, ``{parent}`` of the
-        input, and ``{group}``, ``{segment}``, which are left in place.
+        input, and ``{group}``, ``{segment}``, which become `GROUP` and `SEGMENT`.
     folder
         Where outputs go; with the folders below a folder that was given.
     suffix
@@ -179,7 +182,8 @@ def _target(entry: Input, pattern: str | None, folder: str | None, suffix: str |
         name = entry.stem + (entry.suffix if suffix is None else suffix)
     else:
         values = {"stem": entry.stem, "name": entry.name, "suffix": entry.suffix, "parent": entry.parent or "."}
-        name = _PLACEHOLDER.sub(lambda match: values.get(match[1], match[0]), pattern)
+        values |= {"group": GROUP, "segment": SEGMENT}
+        name = _PLACEHOLDER.sub(lambda match: values[match[1]], pattern)
     if folder is None:
         return name
     parent = entry.parent if pattern is None or "{parent}" not in pattern else ""
@@ -196,25 +200,35 @@ def _refuse_same(inputs: Sequence[Input], named: Sequence[str], pattern: str | N
             )
         if target in first:
             raise UsageError(
-                f"{target}: would be the output of {first[target]} and of {entry.path}; different names were expected; "
-                "{parent} in -o tells folders apart"
+                f"{shown(target)}: would be the output of {first[target]} and of {entry.path}; different names were "
+                "expected; {parent} in -o tells folders apart"
             )
         first[target] = entry.path
+
+
+def known_part(target: str) -> str:
+    """The target up to what is filled in when its input has been read; all of it where that is nothing."""
+    return target.partition("{" + _MARK)[0]
+
+
+def shown(target: str) -> str:
+    """The target as the user wrote it."""
+    return target.replace(_MARK, "")
 
 
 def of_recording(target: str, group: str, several_groups: bool, segment: int | None) -> str:
     """The output of one recording of a file, or of one of its pieces.
 
-    Without ``{group}`` and ``{segment}`` in the target they are put before the suffix where there are several.
+    Without `GROUP` and `SEGMENT` in the target they are put before the suffix where there are several.
     """
     group = _safe(group)
     number = "" if segment is None else str(segment + 1)
     missing = []
-    if several_groups and "{group}" not in target:
+    if several_groups and GROUP not in target:
         missing.append(group)
-    if segment is not None and "{segment}" not in target:
+    if segment is not None and SEGMENT not in target:
         missing.append(number)
-    target = target.replace("{group}", group).replace("{segment}", number)
+    target = target.replace(GROUP, group).replace(SEGMENT, number)
     if not missing:
         return target
     if target == "-" or is_stream(target):

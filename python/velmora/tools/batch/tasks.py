@@ -31,7 +31,7 @@ class Task:
     source
         The input: a path or an address.
     target
-        Where outputs go, or None for work that only reports. May hold ``{group}`` and ``{segment}``.
+        Where outputs go, or None for work that only reports. May hold `names.GROUP` and `names.SEGMENT`.
     work
         A function of a module; it reads `source` and writes to what `stage` gives.
     options

@@ -117,7 +117,7 @@ def run_output(
 
 def make_folders(targets: Sequence[str]) -> None:
     """Make the folders that outputs go to; those that depend on what is read are made when they are known."""
-    known = (output.local(target).partition("{")[0] for target in targets if not output.is_remote(target))
+    known = (output.local(names.known_part(target)) for target in targets if not output.is_remote(target))
     for folder in {os.path.dirname(name) for name in known}:
         try:
             os.makedirs(folder or ".", exist_ok=True)

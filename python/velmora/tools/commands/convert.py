@@ -70,8 +70,9 @@ def work(task: Task, stage: Stage) -> tuple[list[JsonObject], list[str]]:
     recordings = reading.read_recordings(task, stage, options.read)
     warnings = reading.left_out(task.source, recordings)
     if reading.goes_into_one(recordings, task.target, options.write):
-        notes = warnings + formats.write_groups(stage.place(task.target), recordings, options.write)
-        reports = [{**facts(recording), "outputs": [task.target], "warnings": notes} for recording in recordings]
+        target = of_recording(task.target, "", False, None)
+        notes = warnings + formats.write_groups(stage.place(target), recordings, options.write)
+        reports = [{**facts(recording), "outputs": [target], "warnings": notes} for recording in recordings]
         return reports, notes
     for recording in recordings:
         target = of_recording(task.target, group_of(recording), len(recordings) > 1, None)

@@ -9,6 +9,7 @@ from typing import Any
 import click
 
 from velmora.tools import formats
+from velmora.tools.batch.names import GROUP
 from velmora.tools.batch.tasks import Stage, Task
 from velmora.tools.commands.declare import FiniteRange, Function, with_options
 from velmora.tools.operations.checked import CheckOptions
@@ -106,7 +107,7 @@ def left_out(source: str, recordings: Sequence[Recording]) -> list[str]:
 def goes_into_one(recordings: Sequence[Recording], target: str, options: WriteOptions) -> bool:
     """Whether the groups of a table become one table again: they do unless ``{group}`` in the output parts them."""
     grouped = bool(recordings) and recordings[0].group is not None
-    return grouped and "{group}" not in target and formats.is_table(target, options.format)
+    return grouped and GROUP not in target and formats.is_table(target, options.format)
 
 
 def read_options(values: dict[str, Any]) -> ReadOptions:

@@ -101,6 +101,7 @@ def work(task: Task, stage: Stage) -> tuple[list[JsonObject], list[str]]:
     several = len(recordings) > 1
     # Pieces of a group stay apart, each with a file of its own.
     into_one = options.resample.gaps != "split" and reading.goes_into_one(recordings, task.target, options.write)
+    whole = of_recording(task.target, "", False, None)
     parts: list[Recording] = []
     while recordings:
         # Nothing else holds the samples of the recording, so that they make room for the result.
@@ -112,14 +113,14 @@ def work(task: Task, stage: Stage) -> tuple[list[JsonObject], list[str]]:
             warnings += piece.warnings
             if into_one:
                 parts.append(piece.recording)
-                report["outputs"].append(task.target)
+                report["outputs"].append(whole)
                 continue
             target = of_recording(task.target, group, several, index if len(pieces) > 1 else None)
             report["outputs"].append(target)
             warnings += formats.write(stage.place(target), piece.recording, options.write)
         reports.append(report | _result(pieces, options.full_report))
     if into_one:
-        warnings += formats.write_groups(stage.place(task.target), parts, options.write)
+        warnings += formats.write_groups(stage.place(whole), parts, options.write)
     return reports, warnings
 
 
