@@ -184,6 +184,33 @@ def test_folders_of_names_that_are_known_after_reading(tmp_path: Path, here: InP
     assert (tmp_path / "n/ep.csv").exists()
 
 
+@pytest.mark.parametrize(
+    ("pattern", "more"),
+    [("o/{group}/{stem}.csv", ("--group-by", "a")), ("o/{segment}/{stem}.csv", ("--gaps", "split"))],
+)
+def test_the_record_lies_above_folders_that_are_known_after_reading(
+    pattern: str, more: tuple[str, ...], tmp_path: Path, here: InProcess
+) -> None:
+    for name in ("x", "y"):
+        (tmp_path / f"{name}.csv").write_text("time_s,a,b\n0.0,1,0\n0.1,1,1\n0.2,1,2\n5.0,2,0\n5.1,2,1\n5.2,2,3\n")
+    common = ("resample", "x.csv", "y.csv", "--rate", "20", "-o", pattern, *more)
+    run = here(*common)
+    assert run.code == 0, run.err
+    found = {str(path.relative_to(tmp_path / "o")) for path in (tmp_path / "o").rglob("*")}
+    assert found == {".velmora-manifest.jsonl", "1", "1/x.csv", "1/y.csv", "2", "2/x.csv", "2/y.csv"}
+    assert "2 files: 2 skipped" in here(*common, "--resume").err
+
+
+def test_resuming_one_recording_whose_folders_are_known_after_reading(tmp_path: Path, here: InProcess) -> None:
+    (tmp_path / "ep.csv").write_text("time_s,a,episode\n0.0,0,1\n0.1,1,1\n0.0,2,2\n0.1,3,2\n")
+    common = ("resample", "ep.csv", "--group-by", "episode", "--rate", "20", "-o", "{group}/a.csv", "--resume")
+    assert here(*common).code == 0
+    before = (tmp_path / "1/a.csv").stat()
+    again = here(*common)
+    assert again.code == 0, again.err
+    assert (tmp_path / "1/a.csv").stat() == before
+
+
 @pytest.mark.parametrize("command", [("resample", "--rate", "20"), ("convert",)])
 def test_one_table_of_all_groups_is_no_piece(command: tuple[str, ...], tmp_path: Path, here: InProcess) -> None:
     (tmp_path / "ep.csv").write_text("time_s,a,episode\n0.0,0,1\n0.1,1,1\n0.0,2,2\n0.1,3,2\n")

@@ -161,7 +161,10 @@ def available_cores() -> int:
 
 
 def _manifest(tasks: Sequence[Task], options: ManyOptions) -> Manifest | None:
-    """The manifest in the folder that all outputs have in common; for several outputs, or where it is asked for."""
+    """The manifest in the folder that all outputs have in common; for several outputs, or where it is asked for.
+
+    Folders that are known only when an input has been read lie below it.
+    """
     written = [output.local(task.target) for task in tasks if task.target is not None and task.target != "-"]
     if not written or (len(written) < 2 and not options.resume):
         return None
@@ -171,7 +174,7 @@ def _manifest(tasks: Sequence[Task], options: ManyOptions) -> Manifest | None:
                 f"{shown(written[0])}: --resume keeps its record beside the outputs; a folder on a disk was expected"
             )
         return None
-    folders = [os.path.abspath(os.path.dirname(target)) for target in written]
+    folders = [os.path.abspath(os.path.dirname(known_part(target))) for target in written]
     return Manifest(Path(os.path.commonpath(folders)) / FILE_NAME)
 
 
