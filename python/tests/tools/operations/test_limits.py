@@ -72,6 +72,22 @@ def test_yaml_tells_of_scaling_factors_that_it_does_not_apply(tmp_path: Path) ->
             "l.yaml:3: 'a' has_position_limits, but no min_position; a number was expected",
         ),
         (
+            "joint_limits:\n  a:\n    max_velocity: 3\n    max_position: 0.4\n",
+            "l.yaml:4: 'a' has max_position, but no min_position; a number was expected",
+        ),
+        (
+            "joint_limits:\n  a:\n    min_velocity: -1\n",
+            "l.yaml:3: 'a' has min_velocity, but no max_velocity; a number was expected",
+        ),
+        (
+            "joint_limits:\n  a: &a {max_velocity: 2}\n  b:\n    <<: *a\n",
+            "l.yaml:4: there is a merge key '<<'; keys that are written out were expected",
+        ),
+        (
+            "x: &x {a: {max_velocity: 2}}\njoint_limits:\n  <<: *x\n",
+            "l.yaml:3: there is a merge key '<<'; keys that are written out were expected",
+        ),
+        (
             "joint_limits:\n  a: {has_velocity_limits: perhaps, max_velocity: 1}\n",
             "l.yaml:2: 'perhaps' is neither true nor false; one of them was expected",
         ),
@@ -142,6 +158,15 @@ def test_urdf_refusals(tmp_path: Path) -> None:
     xacro = '<robot><joint name="a" type="revolute"><limit lower="${-pi}" upper="1"/></joint></robot>'
     assert message(tmp_path, "r.xacro", xacro) == (
         "r.xacro:1: '${-pi}' is not a number; a number was expected; xacro expands such expressions"
+    )
+    limit = '<limit lower="-1" upper="1" velocity="2"/>'
+    again = f'<joint name="a" type="revolute">{limit}</joint>\n'
+    assert message(tmp_path, "r.urdf", f"<robot>\n{again}{again}</robot>") == (
+        "r.urdf:3: 'a' has another position limit at r.urdf:2; every limit once was expected"
+    )
+    turning = f'<robot><joint name="a" type="continuous">{limit}\n{limit}</joint></robot>'
+    assert message(tmp_path, "r.urdf", turning) == (
+        "r.urdf:2: 'a' has another velocity limit at r.urdf:1; every limit once was expected"
     )
     assert message(tmp_path, "r.urdf", "<robot/>") == "r.urdf: there are no limits of joints; at least one was expected"
 

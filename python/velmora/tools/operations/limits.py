@@ -38,8 +38,14 @@ class LimitsFile:
     notes: list[str] = field(default_factory=list)
 
     def add(self, joint: str, quantity: str, lower: float, upper: float, line: int) -> None:
-        """Add a bound after checking that it is an interval."""
+        """Add a bound after checking that it is the first one and an interval."""
         source = f"{self.path}:{line}"
+        earlier = self.joints.get(joint, {}).get(quantity)
+        if earlier is not None:
+            raise DataError(
+                f"{source}: {quoted(joint)} has another {quantity} limit at {earlier.source}; every limit once was "
+                "expected"
+            )
         if not (np.isfinite(lower) and np.isfinite(upper)):
             raise DataError(
                 f"{source}: the {quantity} limit of {quoted(joint)} is not finite; a number was expected; "

@@ -83,23 +83,30 @@ def _read_joint(limits: LimitsFile, joint: str, node: MappingNode) -> None:
         if given is False:
             continue
         lowest, highest = entries.get(f"min_{quantity}"), entries.get(f"max_{quantity}")
-        if highest is None or (quantity == "position" and lowest is None):
-            if flag is not None:
-                missing = f"max_{quantity}" if highest is None else f"min_{quantity}"
-                raise DataError(
-                    f"{limits.path}:{_line(flag)}: {quoted(joint)} has_{quantity}_limits, but no {missing}; a number "
-                    "was expected"
-                )
+        first = next((node for node in (flag, lowest, highest) if node is not None), None)
+        if first is None:
             continue
+        if highest is None or (quantity == "position" and lowest is None):
+            missing, other = ("max", "min") if highest is None else ("min", "max")
+            said = f"has_{quantity}_limits" if flag is not None else f"has {other}_{quantity}"
+            raise DataError(
+                f"{limits.path}:{_line(first)}: {quoted(joint)} {said}, but no "
+                f"{missing}_{quantity}; a number was expected"
+            )
         upper = _number(limits.path, highest)
         lower = -upper if lowest is None else _number(limits.path, lowest)
         limits.add(joint, quantity, lower, upper, _line(highest))
 
 
 def _once(path: str, keys: list[Node]) -> None:
-    """Refuse a key that stands twice: which of the two counts is anybody's guess."""
+    """Refuse a key that stands twice, which of the two counts is anybody's guess, and one that fetches others.
+
+    Merge keys could be resolved, but a few lines of them make more keys than fit into any memory.
+    """
     seen: set[str] = set()
     for key in keys:
+        if key.tag == "tag:yaml.org,2002:merge":
+            raise DataError(f"{path}:{_line(key)}: there is a merge key '<<'; keys that are written out were expected")
         if isinstance(key, ScalarNode):
             if key.value in seen:
                 raise DataError(f"{path}:{_line(key)}: {quoted(key.value)} appears twice; every key once was expected")
