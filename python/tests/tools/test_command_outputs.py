@@ -14,7 +14,7 @@ from pathlib import Path
 import numpy as np
 import pytest
 import velmora as vm
-from support import SAMPLE, environment, leftovers, velmora, write_log
+from support import SAMPLE, InProcess, environment, leftovers, velmora, write_log
 from velmora.tools import formats
 from velmora.tools.options import ReadOptions
 
@@ -75,6 +75,25 @@ def test_an_existing_output_needs_force(tmp_path: Path, log: Path) -> None:
     )
     assert (tmp_path / "out.csv").read_text() == "mine"
     assert velmora("resample", "log.csv", "--rate", "4", "-o", "out.csv", "--force", cwd=tmp_path).code == 0
+
+
+def test_force_replaces_no_folder(tmp_path: Path, here: InProcess) -> None:
+    write_log(tmp_path / "work/log.csv")
+    (tmp_path / "kept.png").mkdir()
+    for arguments in (
+        ("convert", "work/log.csv", "-o", "."),
+        ("convert", "work/log.csv", "-o", "work"),
+        ("resample", "work/log.csv", "--rate", "20", "--format", "csv", "-o", ".."),
+        ("plot", "work/log.csv", "-o", "kept.png"),
+    ):
+        run = here(*arguments, "--force")
+        assert (run.code, run.err) == (
+            2,
+            f"{arguments[-1]}: is a folder; the name of a file or a bag was expected; --output-dir names a folder for "
+            "outputs\n",
+        )
+    assert sorted(os.listdir(tmp_path)) == ["kept.png", "work"]
+    assert os.listdir(tmp_path / "work") == ["log.csv"]
 
 
 def test_a_recording_that_is_wrong_leaves_no_output(tmp_path: Path) -> None:

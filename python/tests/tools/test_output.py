@@ -58,14 +58,63 @@ def test_a_link_stays_a_link(tmp_path: Path) -> None:
     assert (tmp_path / "real.csv").read_text() == "new"
 
 
-def test_a_folder_is_replaced_whole(tmp_path: Path) -> None:
+def make_bag(folder: Path, *names: str) -> Path:
+    folder.mkdir()
+    for name in ("metadata.yaml", *names):
+        (folder / name).write_text(name)
+    return folder
+
+
+def test_a_bag_is_replaced_whole(tmp_path: Path) -> None:
     target = tmp_path / "bag"
-    for content in ("old", "new"):
-        with output.written(str(target), force=content == "new") as path:
-            Path(path).mkdir()
-            (Path(path) / f"{content}.mcap").write_text(content)
-    assert os.listdir(target) == ["new.mcap"]
+    for name in ("old.mcap", "new.mcap"):
+        with output.written(str(target), force=name == "new.mcap") as path:
+            make_bag(Path(path), name)
+    assert sorted(os.listdir(target)) == ["metadata.yaml", "new.mcap"]
     assert os.listdir(tmp_path) == ["bag"]
+
+
+def test_a_bag_replaces_a_file(tmp_path: Path) -> None:
+    (tmp_path / "bag").write_text("old")
+    with output.written(str(tmp_path / "bag"), force=True) as path:
+        make_bag(Path(path), "new.mcap")
+    assert sorted(os.listdir(tmp_path / "bag")) == ["metadata.yaml", "new.mcap"]
+    assert os.listdir(tmp_path) == ["bag"]
+
+
+@pytest.mark.parametrize("force", [False, True])
+@pytest.mark.parametrize("inside", ["nothing", "recordings", "a bag and notes", "a bag and a folder", "this process"])
+def test_a_folder_that_is_no_bag_is_never_replaced(
+    tmp_path: Path, inside: str, force: bool, monkeypatch: pytest.MonkeyPatch
+) -> None:
+    target = make_bag(tmp_path / "folder", *(["notes.txt"] if inside == "a bag and notes" else ["a.mcap"]))
+    if inside in ("nothing", "recordings"):
+        (target / "metadata.yaml").unlink()
+    if inside == "nothing":
+        (target / "a.mcap").unlink()
+    if inside == "a bag and a folder":
+        (target / "more.mcap").mkdir()
+    if inside == "this process":
+        monkeypatch.chdir(target)
+    before = sorted(os.listdir(target))
+    with pytest.raises(UsageError) as error, output.written(str(target), force=force) as path:
+        make_bag(Path(path), "new.mcap")
+    assert str(error.value) == (
+        f"{target}: is a folder; the name of a file or a bag was expected; --output-dir names a folder for outputs"
+    )
+    assert sorted(os.listdir(target)) == before
+    assert leftovers(tmp_path) == []
+
+
+def test_a_file_replaces_no_bag(tmp_path: Path) -> None:
+    target = make_bag(tmp_path / "bag", "a.mcap")
+    with pytest.raises(UsageError) as error:
+        output.write_bytes(str(target), b"text", force=True)
+    assert str(error.value) == (
+        f"{target}: is a folder; the name of a file was expected; --output-dir names a folder for outputs"
+    )
+    assert sorted(os.listdir(target)) == ["a.mcap", "metadata.yaml"]
+    assert leftovers(tmp_path) == []
 
 
 def test_devices_are_written_to_and_stay(tmp_path: Path) -> None:

@@ -15,6 +15,9 @@ from typing import Any
 
 from velmora.tools.errors import DataError, UsageError
 
+# Names in the folder of a bag, beside its metadata.
+_OF_A_BAG = (".mcap", ".db3", ".mcap.zstd", ".db3.zstd")
+
 
 @dataclass(frozen=True)
 class Staged:
@@ -42,6 +45,7 @@ class Staged:
             if is_remote(self.target):
                 _upload(self.path, self.target)
             else:
+                _refuse_folder(self.target, os.path.isdir(self.path))
                 # A link stays a link: what it names is replaced.
                 _rename(Path(self.path), Path(os.path.realpath(self.target)), self.force)
         except OSError as error:
@@ -94,10 +98,14 @@ def whole(path: str) -> str:
 
 
 def refuse_existing(target: str, force: bool) -> None:
-    """Raise a usage error where the target exists and nobody said that it may be replaced."""
-    if force or target == "-":
+    """Raise a usage error where the target exists, unless somebody said that it may be replaced and it can be."""
+    if target == "-":
         return
     target = local(target)
+    if not is_remote(target):
+        _refuse_folder(target, for_folder=True)
+    if force:
+        return
     if is_remote(target):
         filesystem, name = file_system(target)
         exists = filesystem.exists(name)
@@ -105,6 +113,32 @@ def refuse_existing(target: str, force: bool) -> None:
         exists = os.path.lexists(target) and not is_stream(target)
     if exists:
         raise UsageError(f"{target}: exists already; a name that is free was expected; --force replaces it")
+
+
+def _refuse_folder(target: str, for_folder: bool) -> None:
+    """Raise a usage error where the target is a folder, unless it is a bag and another may take its place."""
+    if os.path.isdir(target) and not (for_folder and _is_bag(target)):
+        expected = "a file or a bag" if for_folder else "a file"
+        raise UsageError(
+            f"{target}: is a folder; the name of {expected} was expected; --output-dir names a folder for outputs"
+        )
+
+
+def _is_bag(folder: str) -> bool:
+    """Whether a folder holds a bag and nothing else, of all of which another one takes the place.
+
+    The working folder is none: whoever works in it would be nowhere.
+    """
+    try:
+        with os.scandir(folder) as entries:
+            files = {entry.name: entry.is_file(follow_symlinks=False) for entry in entries}
+        return (
+            files.pop("metadata.yaml", False)
+            and all(is_file and name.endswith(_OF_A_BAG) for name, is_file in files.items())
+            and not os.path.samefile(folder, os.curdir)
+        )
+    except OSError:
+        return False
 
 
 def stage(target: str, *, force: bool, owner: str = "") -> Staged:
@@ -122,7 +156,7 @@ def stage(target: str, *, force: bool, owner: str = "") -> Staged:
     Raises
     ------
     UsageError
-        "TARGET: exists already; ..." without `force`.
+        "TARGET: exists already; ..." without `force`; "TARGET: is a folder; ..." with or without, unless it is a bag.
     DataError
         "TARGET: REASON" where no folder can be made there.
     """
@@ -195,8 +229,8 @@ def _rename(path: Path, target: Path, force: bool) -> None:
     if not force:
         _rename_to_free_name(path, target)
         return
-    if target.is_dir():
-        # A folder cannot be renamed onto another that holds files: the old one moves aside first.
+    if path.is_dir() and target.exists():
+        # A folder cannot be renamed onto a file, or onto another that holds files: the old one moves aside first.
         aside = path.parent / "replaced"
         target.rename(aside)
         try:
