@@ -96,6 +96,17 @@ def test_force_replaces_no_folder(tmp_path: Path, here: InProcess) -> None:
     assert os.listdir(tmp_path / "work") == ["log.csv"]
 
 
+def test_an_output_that_does_not_reach_its_place_is_not_reported(tmp_path: Path, here: InProcess) -> None:
+    write_log(tmp_path / "log.csv")
+    assert here("convert", "log.csv", "-o", "bag").code == 0
+    run = here("convert", "log.csv", "--format", "csv", "-o", "bag", "--force")
+    assert (run.code, run.err) == (
+        2,
+        "bag: is a folder; the name of a file was expected; --output-dir names a folder for outputs\n",
+    )
+    assert sorted(os.listdir(tmp_path / "bag")) == ["bag.mcap", "metadata.yaml"]
+
+
 def test_a_recording_that_is_wrong_leaves_no_output(tmp_path: Path) -> None:
     (tmp_path / "bad.csv").write_text("time_s,a\n0,1\n1,2\n1,3\n")
     run = velmora("resample", "bad.csv", "--rate", "4", "-o", "out.csv", cwd=tmp_path)

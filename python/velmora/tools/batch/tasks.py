@@ -180,7 +180,7 @@ def commit(outcome: Outcome) -> Outcome:
         for staged in outcome.staged:
             staged.commit()
     except ToolError as error:
-        outcome = replace(outcome, error=str(error), exit_code=error.exit_code)
+        outcome = replace(outcome, reports=(), error=str(error), exit_code=error.exit_code)
     finally:
         for staged in outcome.staged:
             staged.discard()
