@@ -3,6 +3,7 @@
 
 from __future__ import annotations
 
+import json
 import os
 import signal
 import sys
@@ -17,7 +18,7 @@ sys.path.insert(0, str(Path(__file__).parent))
 import works
 from support import leftovers
 from velmora.tools.batch.many import ManyOptions, ManyResult, carry_out
-from velmora.tools.batch.tasks import Task
+from velmora.tools.batch.tasks import Outcome, Task
 from velmora.tools.errors import UsageError
 
 
@@ -150,6 +151,32 @@ def test_resume_survives_a_line_that_was_cut(tmp_path: Path, options: works.Opti
     forced = [Task(task.source, task.target, task.work, options, force=True) for task in first]
     assert sorted(carry_out(forced, ManyOptions(jobs=2, resume=True)).statuses) == ["done", "skipped"]
     assert carry_out(forced, ManyOptions(jobs=2, resume=True)).statuses == ["skipped", "skipped"]
+
+
+def test_a_record_that_cannot_be_written_stops_nothing(tmp_path: Path, options: works.Options) -> None:
+    manifest = tmp_path / "out/.velmora-manifest.jsonl"
+    done = tasks(tmp_path, ["a", "b", "c", "d"], options)
+
+    def disturb(index: int, outcome: Outcome, status: str) -> None:
+        if index == 0:
+            manifest.unlink()
+            manifest.mkdir()
+        if index == 2:
+            manifest.rmdir()
+
+    result = carry_out(done, ManyOptions(jobs=1), disturb)
+    assert result.statuses == ["done"] * 4
+    assert list(contents(tmp_path)) == ["000.txt", "001.txt", "002.txt", "003.txt"]
+    assert [outcome.warnings for outcome in result.outcomes] == [
+        (),
+        (
+            f"{manifest}: Is a directory; a line for every file that is done was expected; --resume knows of those "
+            "that have one",
+        ),
+        (),
+        (),
+    ]
+    assert [entry["source"] for entry in map(json.loads, manifest.read_text().strip().splitlines())] == [done[3].source]
 
 
 def test_an_output_in_the_way_is_found_before_any_work(tmp_path: Path, options: works.Options) -> None:

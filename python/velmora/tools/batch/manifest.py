@@ -28,7 +28,7 @@ class Manifest:
     def __init__(self, path: Path) -> None:
         self.path = path
         self._lines: dict[str, JsonObject] = {}
-        self._torn = False
+        self._torn = self._incomplete = False
         if path.exists():
             try:
                 text = path.read_text(encoding="utf-8", errors="replace")
@@ -74,10 +74,16 @@ class Manifest:
             if _has_size(path, item["size"]) and _time_ns(path) == item.get("time_ns")
         )
 
-    def add(self, task: Task, outcome: Outcome) -> None:
+    def add(self, task: Task, outcome: Outcome) -> list[str]:
         """Note that a task is done, whose outputs are written and about to be moved to their places.
 
-        Before that, since an output that is not there, or of another size, is found out when the line is read.
+        Before that, since an output that is not there, or of another size, is found out when the line is read. Where
+        no line can be written the task is done all the same.
+
+        Returns
+        -------
+        list of str
+            What the user should see: once that a line could not be written.
         """
         entry = {
             "key": key_of(task, outcome.digest),
@@ -88,9 +94,20 @@ class Manifest:
             ],
             "reports": outcome.reports,
         }
-        with self.path.open("a", encoding="utf-8") as file:
-            file.write(("\n" if self._torn else "") + json.dumps(entry) + "\n")
+        line = ("\n" if self._torn else "") + json.dumps(entry) + "\n"
+        try:
+            with self.path.open("a", encoding="utf-8") as file:
+                file.write(line)
+        except OSError as error:
+            note = (
+                f"{self.path}: {error.strerror}; a line for every file that is done was expected; --resume knows of "
+                "those that have one"
+            )
+            known, self._incomplete = self._incomplete, True
+            self._torn = True  # a part of the line may be there
+            return [] if known else [note]
         self._torn = False
+        return []
 
 
 def _entry(line: str) -> JsonObject | None:

@@ -98,7 +98,8 @@ def carry_out(
         outcome = _with_names_of_its_own(outcome, run.written)
         try:
             if run.manifest is not None and outcome.error is None:
-                run.manifest.add(run.tasks[index], outcome)
+                notes = run.manifest.add(run.tasks[index], outcome)
+                outcome = replace(outcome, warnings=(*outcome.warnings, *notes))
         finally:
             outcome = commit(outcome)
         run.outcomes[index], run.statuses[index] = outcome, _status(outcome)
