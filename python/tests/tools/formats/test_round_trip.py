@@ -138,6 +138,16 @@ def test_missing_stays_missing_and_nan_stays_nan(tmp_path: Path, suffix: str) ->
     assert np.isnan(again.positions.ravel()).tolist() == [True, True, False]
 
 
+@pytest.mark.parametrize("last", ["2,,", "2,5,", ",,6"])
+@pytest.mark.parametrize("suffix", TABLES)
+def test_empty_cells_at_the_end_stay(tmp_path: Path, suffix: str, last: str) -> None:
+    text = f"time_s,a,b\n0,1,2\n1,,4\n{last}\n"
+    (tmp_path / "a.csv").write_text(text)
+    write(str(tmp_path / f"b{suffix}"), read(str(tmp_path / "a.csv"), ReadOptions())[0], WriteOptions())
+    write(str(tmp_path / "c.csv"), read(str(tmp_path / f"b{suffix}"), ReadOptions())[0], WriteOptions())
+    assert (tmp_path / "c.csv").read_text() == text
+
+
 @pytest.mark.parametrize("suffix", TABLES)
 def test_derivatives_keep_what_is_missing_and_what_is_nan(tmp_path: Path, suffix: str) -> None:
     text = "time_s,a,b,a_velocity\n0.25,1,1,nan\n0.5,2,2,\n0.75,3,3,inf\n1.5,4,4,-0\n"

@@ -139,6 +139,8 @@ def _table(
     stop = len(data)
     while stop > start and data[stop - 1] in b" \t\r\n":
         stop -= 1
+    while dialect.separator == "\t" and stop < len(data) and data[stop] in b" \t":
+        stop += 1  # empty cells at the end of the last line
     if stop == start:
         return _empty(types), np.empty(0, np.int64)
     plain, start, stop = _plain(data, start, stop, dialect)
