@@ -75,6 +75,27 @@ def test_keys_that_separate_cells_are_refused_in_text(tmp_path: Path) -> None:
     assert (tmp_path / "y.tsv").read_text() == "task\tt\ta\npush, pull\t0.0\t1\n"
 
 
+@pytest.mark.parametrize(
+    ("key", "reason"),
+    [
+        ("run #1", "begins a comment; keys without the marks of comments"),
+        ("50%", "begins a comment; keys without the marks of comments"),
+        ("a//b", "begins a comment; keys without the marks of comments"),
+        ("NA", "stands for an empty cell; other keys"),
+        ("", "stands for an empty cell; other keys"),
+    ],
+)
+def test_keys_that_text_would_lose_are_refused_there(tmp_path: Path, key: str, reason: str) -> None:
+    pq.write_table(pa.table({"task": [key], "t": [0.0], "a": [1.0]}), tmp_path / "x.parquet")
+    parts = read(str(tmp_path / "x.parquet"), ReadOptions(group_by="task"))
+    with pytest.raises(DataError) as error:
+        write_groups(str(tmp_path / "y.csv"), parts, WriteOptions())
+    assert str(error.value) == (
+        f"{tmp_path}/x.parquet[task={key}]: column 'task' holds '{key}', which {reason} were expected in text; "
+        "-o with .parquet holds any"
+    )
+
+
 def test_which_outputs_hold_groups() -> None:
     assert is_table("x.csv.gz", None) and is_table("-", None) and is_table("x", "parquet")
     assert not is_table("x.npz", None) and not is_table("bag", None) and not is_table("x.csv", "mcap")

@@ -92,6 +92,12 @@ def is_comment(line: str) -> bool:
     return line.startswith(COMMENT_MARKS)
 
 
+def holds_comment(name: str, separator: str) -> bool:
+    """Whether a part of the name would be taken for a comment, were it not quoted in a header."""
+    cell = name + separator
+    return is_comment(name) or without_comment(cell, header=True) != cell
+
+
 def split(line: str, separator: str) -> list[str]:
     """The cells of a line, without quotes and blanks around them."""
     if separator == "":

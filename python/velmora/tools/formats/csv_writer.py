@@ -8,7 +8,7 @@ from concurrent.futures import ThreadPoolExecutor
 from typing import IO
 
 from velmora.tools.columns import meaning, written_columns
-from velmora.tools.formats import arrow_columns, text_times
+from velmora.tools.formats import arrow_columns, csv_dialect, text_times
 from velmora.tools.formats.groups import Labels
 from velmora.tools.recording import Recording
 
@@ -30,7 +30,7 @@ def write(
     names = [column.name for column in columns]
     keys = None
     if labels is not None:
-        labels.refuse_separators(recording.source, separator)
+        labels.refuse_lost_in_text(recording.source, separator)
         names, keys = [labels.column, *names], labels.array()
     file.write(separator.join(_quoted(name, separator) for name in names).encode() + b"\n")
     options = csv.WriteOptions(include_header=False, delimiter=separator, quoting_style="none")
@@ -59,6 +59,6 @@ def write(
 
 def _quoted(name: str, separator: str) -> str:
     """A name that reads back as one cell."""
-    if separator in name or '"' in name or "\n" in name or name.startswith(("#", "%", "//")):
+    if separator in name or '"' in name or "\n" in name or csv_dialect.holds_comment(name, separator):
         return '"' + name.replace('"', '""') + '"'
     return name

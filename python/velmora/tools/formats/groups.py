@@ -12,6 +12,7 @@ import numpy as np
 from numpy.typing import NDArray
 
 from velmora.tools.errors import DataError
+from velmora.tools.formats.csv_dialect import COMMENT_MARKS, EMPTY_CELLS
 from velmora.tools.recording import QUANTITIES, Recording, Stamps
 from velmora.tools.text import quoted
 
@@ -37,14 +38,25 @@ class Labels:
         keys = pa.array(numbers, pa.int64()) if whole else pa.array(texts, pa.string())
         return keys.take(pa.array(np.repeat(np.arange(len(texts)), self.counts)))
 
-    def refuse_separators(self, source: str, separator: str) -> None:
+    def refuse_lost_in_text(self, source: str, separator: str) -> None:
         """Refuse keys that a text would have to quote."""
         for key in self.keys:
-            if isinstance(key, str) and re.search(rf'["\r\n{separator}]', key):
+            if isinstance(key, str) and (reason := _lost_in_text(key, separator)) is not None:
                 raise DataError(
-                    f"{source}: column {quoted(self.column)} holds {quoted(key)}, which separates cells; keys without "
-                    "separators were expected in text; -o with .parquet holds any"
+                    f"{source}: column {quoted(self.column)} holds {quoted(key)}, which {reason} were expected in "
+                    "text; -o with .parquet holds any"
                 )
+
+
+def _lost_in_text(key: str, separator: str) -> str | None:
+    """What a reader would take the key for, and which keys it would not."""
+    if re.search(rf'["\r\n{separator}]', key):
+        return "separates cells; keys without separators"
+    if any(mark in key for mark in COMMENT_MARKS):
+        return "begins a comment; keys without the marks of comments"
+    if key in EMPTY_CELLS:
+        return "stands for an empty cell; other keys"
+    return None
 
 
 def together(parts: Sequence[Recording]) -> tuple[Recording, Labels]:
