@@ -116,7 +116,7 @@ class Meaning(NamedTuple):
 
     quantity: str
     joint: str = ""
-    unit: str | None = None  # of a time: s, ms, us, ns; of a joint: "deg" or "rad" where the name says so
+    unit: str | None = None  # of a time: s, ms, us, ns; of a joint: deg, rad, m or mm where the name says so
 
 
 def clean(name: str) -> str:
@@ -166,13 +166,13 @@ def _without_time_unit(name: str) -> tuple[str, str | None]:
 
 
 def _of_unit(text: str) -> tuple[str | None, str | None]:
-    """The quantity and the angle's unit that a unit says: "deg/s^2" is an acceleration in degrees."""
+    """The quantity and the unit of the position that a unit says: "deg/s^2" is an acceleration in degrees."""
     found = _UNIT.match(text)
     if found is None:
         return None, None
     order = 0 if not found[2] else {None: 1, "2": 2, "\u00b2": 2, "3": 3, "\u00b3": 3}[found[3]]
     base = found[1].lower()
-    unit = "deg" if base.startswith("deg") or base == "\u00b0" else "rad" if base.startswith("rad") else None
+    unit = "deg" if base.startswith("deg") or base == "\u00b0" else "rad" if base.startswith("rad") else base
     return _BY_ORDER[order] if order else None, unit
 
 

@@ -30,7 +30,7 @@ class ReadOptions:
     joints
         Names or patterns (``arm_*``) of the joints to read, in this order; empty: all of them.
     degrees
-        The file holds degrees, whatever its columns are called.
+        The file holds degrees, except in columns whose names say another unit.
     keep_units
         Take numbers as they stand, even where a column is named as degrees.
     group_by

@@ -211,6 +211,18 @@ def test_options() -> None:
         read("x.npz", ReadOptions(group_by="x"))
 
 
+def test_degrees_leave_columns_that_are_named_in_another_unit() -> None:
+    text = "time_s,arm,slide [m],lift [mm/s],lift,wrist_rad,elbow_deg,arm_torque\n0,180,0.5,3,180,1.5,180,7\n"
+    found = parse(text, degrees=True)
+    assert found.joints == ("arm", "slide", "lift", "wrist", "elbow")
+    assert found.positions[0].tolist() == [np.pi, 0.5, np.pi, 1.5, np.pi]
+    assert found.velocities is not None and found.velocities[0, 2] == 3.0
+    assert found.efforts is not None and found.efforts[0, 0] == 7.0
+    assert [note.text for note in found.notes if note.key == "columns"] == [
+        "kept by --degrees, as their names say another unit: 'slide [m]', 'lift [mm/s]', 'wrist_rad'"
+    ]
+
+
 def test_groups() -> None:
     parts = csv_reader.parse("log.csv", b"time,a,episode\n0.0,1,x\n0.0,2,y\n0.1,3,x\n", ReadOptions(group_by="episode"))
     assert [(part.source, part.rows.tolist(), part.positions.ravel().tolist()) for part in parts] == [

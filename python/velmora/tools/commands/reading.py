@@ -29,7 +29,11 @@ _READING = (
         help="Unit of the times.",
     ),
     click.option("--joints", metavar="NAME,PATTERN", help="Only these joints, in this order; patterns as in a shell."),
-    click.option("--degrees", is_flag=True, help="The file holds degrees; they become radians."),
+    click.option(
+        "--degrees",
+        is_flag=True,
+        help="The file holds degrees, which become radians; columns named in rad or m are kept.",
+    ),
     click.option("--group-by", metavar="COLUMN", help="Every value of this column is a recording of its own."),
     click.option("--topic", metavar="NAME", help="Topic of a bag; all with joints otherwise."),
     click.option(

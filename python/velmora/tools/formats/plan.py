@@ -121,19 +121,19 @@ def plan(source: str, fields: Sequence[Field], options: ReadOptions) -> Plan:
             else (time[0], None, Column("time_ns", "time"))
         )
     used = {*time, group}
-    degrees = []
+    degrees, other_units = [], []
     for entry in found:
         if entry.meaning.joint not in joints:
             used.add(entry.field)
             continue
         used.add(entry.field)
-        in_degrees = (
-            not options.keep_units
-            and entry.meaning.quantity != "efforts"
-            and (options.degrees or entry.meaning.unit == "deg")
-        )
+        unit_of_name = entry.meaning.unit
+        may_change = not options.keep_units and entry.meaning.quantity != "efforts"
+        in_degrees = may_change and (unit_of_name == "deg" or (options.degrees and unit_of_name is None))
         name = fields[entry.field].name
-        if in_degrees and entry.meaning.unit == "deg":
+        if may_change and options.degrees and not in_degrees:
+            other_units.append(name)
+        if in_degrees and unit_of_name == "deg":
             degrees.append(name)
             name = re.sub(r"deg(rees)?|\u00b0", "rad", name, flags=re.IGNORECASE)
         cells[entry.meaning.quantity].append(
@@ -150,6 +150,8 @@ def plan(source: str, fields: Sequence[Field], options: ReadOptions) -> Plan:
         )
     if options.degrees and not options.keep_units:
         notes.append(Note("units", "degrees became radians (--degrees)"))
+        if other_units:
+            notes.append(Note("columns", f"kept by --degrees, as their names say another unit: {listed(other_units)}"))
     elif degrees:
         notes.append(Note("units", f"degrees became radians by the names {listed(degrees)}"))
     notes += _left_out(fields, used)
