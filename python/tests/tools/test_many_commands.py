@@ -56,8 +56,9 @@ def test_resuming_replaces_what_it_wrote_and_nobody_changed(logs: Path, here: In
     write_log(logs / "a.csv", samples=40)
     changed = here(*common, "--rate", "25")
     assert (changed.code, changed.err.splitlines()[0][:26]) == (0, "2 files: 1 done, 1 skipped")
-    # Changed by hand, to the same size: its time tells.
+    # Changed by hand, to the same size: its time tells, also where nothing else has changed.
     os.utime(out / "b.csv", ns=(1, 1))
+    assert here(*common, "--rate", "25").code == 2
     write_log(logs / "b.csv", samples=40)
     text = (out / "b.csv").read_text()
     refused = here(*common, "--rate", "25")
@@ -68,6 +69,22 @@ def test_resuming_replaces_what_it_wrote_and_nobody_changed(logs: Path, here: In
     assert (out / "b.csv").read_text() == text
     assert here(*common, "--rate", "25", "--force").code == 0
     assert (out / "b.csv").read_text() != text
+
+
+def test_resuming_after_other_options(logs: Path, here: InProcess) -> None:
+    common = ("resample", "logs", "-o", "out/{stem}.feather", "--rate", "40", "--columns", "positions")
+    (logs.parent / "out").mkdir()
+
+    def content(method: str, status: str) -> bytes:
+        run = here(*common, "--resume", "--method", method)
+        assert (run.code, run.err.partition(";")[0]) == (0, f"2 files: 2 {status}")
+        return (logs.parent / "out/a.feather").read_bytes()
+
+    linear, cubic = content("linear", "done"), content("cubic", "done")
+    assert linear != cubic
+    assert len(linear) == len(cubic)
+    assert content("linear", "done") == linear
+    assert content("linear", "skipped") == linear
 
 
 def test_resuming_replaces_the_pieces_of_a_recording(tmp_path: Path, here: InProcess) -> None:

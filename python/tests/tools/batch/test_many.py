@@ -5,6 +5,7 @@ from __future__ import annotations
 
 import json
 import os
+import shutil
 import signal
 import sys
 import threading
@@ -131,7 +132,7 @@ def test_resume_does_again_what_has_changed(tmp_path: Path, options: works.Optio
     carry_out(first, ManyOptions(jobs=2))
     (tmp_path / "in/000.txt").write_text("changed")
     (tmp_path / "out/001.txt").unlink()
-    (tmp_path / "out/002.txt").write_text("damaged")
+    (tmp_path / "out/002.txt").write_text("x")  # of the same size: its time tells
     forced = [Task(task.source, task.target, task.work, options, force=True) for task in first]
     assert carry_out(forced, ManyOptions(jobs=2, resume=True)).statuses == ["done", "done", "done", "skipped"]
     assert contents(tmp_path) == {"000.txt": "changed", "001.txt": "b", "002.txt": "c", "003.txt": "d"}
@@ -141,6 +142,35 @@ def test_resume_does_again_what_has_changed(tmp_path: Path, options: works.Optio
     assert carry_out(other, ManyOptions(jobs=2, resume=True)).statuses == ["done"] * 4
     newer = [Task(task.source, task.target, task.work, options, force=True, version="0") for task in first]
     assert carry_out(newer, ManyOptions(jobs=2, resume=True)).statuses == ["failed"] * 4
+
+
+def test_resume_knows_what_has_taken_the_place_of_an_output(tmp_path: Path, options: works.Options) -> None:
+    first = tasks(tmp_path, ["a", "b"], options)
+    other = [Task(task.source, task.target, task.work, works.Options(options.diary, 0.001)) for task in first]
+    resumed = ManyOptions(jobs=2, resume=True)
+    carry_out(first, resumed)
+    assert carry_out(other[1:], resumed).statuses == ["done"]
+    # As where times are coarse: the output of the last run is as old as that of the first.
+    manifest = tmp_path / "out/.velmora-manifest.jsonl"
+    time_ns = (tmp_path / "out/000.txt").stat().st_mtime_ns
+    os.utime(tmp_path / "out/001.txt", ns=(time_ns, time_ns))
+    lines = [json.loads(line) for line in manifest.read_text().splitlines()]
+    for line in lines:
+        line["outputs"][0]["time_ns"] = time_ns
+    manifest.write_text("".join(json.dumps(line) + "\n" for line in lines))
+    assert carry_out(first, resumed).statuses == ["skipped", "done"]
+    assert carry_out(first, resumed).statuses == ["skipped", "skipped"]
+
+
+def test_an_output_that_was_not_moved_to_its_place_is_made_again(tmp_path: Path, options: works.Options) -> None:
+    first = tasks(tmp_path, ["a"], options)
+    other = [Task(task.source, task.target, task.work, works.Options(options.diary, 0.001)) for task in first]
+    resumed = ManyOptions(resume=True)
+    assert carry_out(first, resumed).statuses == ["done"]
+    shutil.copy2(tmp_path / "out/000.txt", tmp_path / "kept")
+    carry_out(other, resumed)
+    os.replace(tmp_path / "kept", tmp_path / "out/000.txt")
+    assert carry_out(other, resumed).statuses == ["done"], "and what an earlier run has made may be replaced"
 
 
 def test_resume_survives_a_line_that_was_cut(tmp_path: Path, options: works.Options) -> None:

@@ -27,7 +27,7 @@ class Manifest:
 
     def __init__(self, path: Path) -> None:
         self.path = path
-        self._lines: dict[str, JsonObject] = {}
+        self._lines: list[JsonObject] = []
         self._torn = self._incomplete = False
         if path.exists():
             try:
@@ -37,14 +37,15 @@ class Manifest:
                     f"{path}: {error.strerror}; the record of what is done was expected; --resume goes by it"
                 ) from error
             self._torn = not text.endswith("\n")
-            for line in text.splitlines():
-                entry = _entry(line)
-                if entry is not None:
-                    self._lines[entry["key"]] = entry
+            entries = (_entry(line) for line in text.splitlines())
+            self._lines = [entry for entry in entries if entry is not None]
 
     def done(self, tasks: list[Task]) -> dict[int, Outcome]:
-        """Which of the tasks were done before and have their outputs, with the reports of then."""
-        sources = {entry["source"] for entry in self._lines.values()}
+        """Which of the tasks were done before and have their outputs as they were, with the reports of then."""
+        sources = {entry["source"] for entry in self._lines}
+        latest = {entry["key"]: entry for entry in self._lines}
+        # Another one may have been made in place of an output since.
+        held = {item["path"]: entry for entry in self._lines for item in entry["outputs"]}
         # Standard input cannot be read twice, so that nothing tells whether it is the same.
         candidates = [
             index for index, task in enumerate(tasks) if task.source != "-" and output.whole(task.source) in sources
@@ -54,30 +55,28 @@ class Manifest:
             for index, digest in zip(
                 candidates, pool.map(lambda index: _digest_or_none(tasks[index]), candidates), strict=False
             ):
-                entry = self._lines.get(key_of(tasks[index], digest)) if digest is not None else None
-                if entry is not None and all(_has_size(item["path"], item["size"]) for item in entry["outputs"]):
+                entry = latest.get(key_of(tasks[index], digest)) if digest is not None else None
+                if entry is not None and all(
+                    held[item["path"]] is entry and _is_unchanged(item) for item in entry["outputs"]
+                ):
                     found[index] = Outcome(tasks[index].source, reports=tuple(entry["reports"]), digest=digest or "")
         return found
 
     def own(self, task: Task) -> frozenset[str]:
         """The outputs that an earlier run made of the task's input and nobody has changed since."""
         source = output.whole(task.source)
-        made = {
-            item["path"]: item
-            for entry in self._lines.values()
+        return frozenset(
+            item["path"]
+            for entry in self._lines
             if entry["source"] == source
             for item in entry["outputs"]
-        }
-        return frozenset(
-            path
-            for path, item in made.items()
-            if _has_size(path, item["size"]) and _time_ns(path) == item.get("time_ns")
+            if _is_unchanged(item)
         )
 
     def add(self, task: Task, outcome: Outcome) -> list[str]:
         """Note that a task is done, whose outputs are written and about to be moved to their places.
 
-        Before that, since an output that is not there, or of another size, is found out when the line is read. Where
+        Before that, since an output that is not there, or is another one, is found out when the line is read. Where
         no line can be written the task is done all the same.
 
         Returns
@@ -116,7 +115,7 @@ def _entry(line: str) -> JsonObject | None:
         entry = json.loads(line)
         entry["reports"] = list(entry["reports"])
         for item in entry["outputs"]:
-            item["path"], item["size"] = str(item["path"]), int(item["size"])
+            item["path"], item["size"], item["time_ns"] = str(item["path"]), int(item["size"]), int(item["time_ns"])
         return entry if isinstance(entry["key"], str) and isinstance(entry["source"], str) else None
     except (ValueError, KeyError, TypeError):
         return None
@@ -174,5 +173,7 @@ def _time_ns(path: str) -> int:
         return -1
 
 
-def _has_size(path: str, size: int) -> bool:
-    return os.path.exists(path) and _size(path) == size
+def _is_unchanged(item: JsonObject) -> bool:
+    """Whether an output is the one that its line speaks of."""
+    path = item["path"]
+    return os.path.exists(path) and (_size(path), _time_ns(path)) == (item["size"], item["time_ns"])
