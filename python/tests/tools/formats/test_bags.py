@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """Robot bags: every container and type, joints in any order, and what is written read by others."""
 
+import io
 import random
 from pathlib import Path
 from typing import Any
@@ -39,23 +40,46 @@ def test_every_container(tmp_path: Path, plugin: StoragePlugin, compression: Com
         assert_states(read(str(file), ReadOptions())[0], 2000)
 
 
-@pytest.mark.parametrize("compression", [None, Writer1.CompressionFormat.BZ2, Writer1.CompressionFormat.LZ4])
-def test_ros_1(tmp_path: Path, compression: Any) -> None:
+def ros_1_bag(path: Path, messages: int, compression: Any = None) -> Path:
     store = get_typestore(Stores.ROS1_NOETIC)
-    writer = Writer1(tmp_path / "log.bag")
+    writer = Writer1(path)
     if compression is not None:
         writer.set_compression(compression)
     with writer:
         connection = writer.add_connection("/joint_states", STATE, typestore=store)
-        for k in range(500):
+        for k in range(messages):
             message = state(EPOCH + k * 10**6, ["a", "b"], [k * 0.5, -k], [1.0, 2.0], [], store=store)
             writer.write(connection, EPOCH + k * 10**6 + 5, store.serialize_ros1(message, STATE))
-    assert_states(read(str(tmp_path / "log.bag"), ReadOptions())[0], 500)
-    whole = (tmp_path / "log.bag").read_bytes()
+    return path
+
+
+@pytest.mark.parametrize("compression", [None, Writer1.CompressionFormat.BZ2, Writer1.CompressionFormat.LZ4])
+def test_ros_1(tmp_path: Path, compression: Any) -> None:
+    path = ros_1_bag(tmp_path / "log.bag", 500, compression)
+    assert_states(read(str(path), ReadOptions())[0], 500)
+    whole = path.read_bytes()
     (tmp_path / "cut.bag").write_bytes(whole[:-200])
     with pytest.raises(DataError, match=r"cut short .*--salvage reads the 500 messages that are there$"):
         read(str(tmp_path / "cut.bag"), ReadOptions())
     assert_states(read(str(tmp_path / "cut.bag"), ReadOptions(salvage=True))[0], 500)
+
+
+@pytest.mark.parametrize("kind", ["mcap", "sqlite3", "bag"])
+def test_the_format_of_a_file_that_is_called_otherwise(
+    tmp_path: Path, monkeypatch: pytest.MonkeyPatch, kind: str
+) -> None:
+    if kind == "bag":
+        file = ros_1_bag(tmp_path / "log.bag", 20)
+    else:
+        plugin = StoragePlugin.MCAP if kind == "mcap" else StoragePlugin.SQLITE3
+        folder = bag(tmp_path / "log", states(20), plugin=plugin)
+        (file,) = (entry for entry in folder.iterdir() if entry.suffix != ".yaml")
+    other = file.rename(tmp_path / "log.active")
+    assert_states(read(str(other), ReadOptions(format=kind))[0], 20)
+    monkeypatch.setattr("sys.stdin", io.TextIOWrapper(io.BytesIO(other.read_bytes())))
+    assert_states(read("-", ReadOptions(format=kind))[0], 20)
+    capital = other.rename(tmp_path / f"LOG{file.suffix.upper()}")
+    assert_states(read(str(capital), ReadOptions())[0], 20)
 
 
 def test_joints_in_any_order_and_missing_ones(tmp_path: Path) -> None:

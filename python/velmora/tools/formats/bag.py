@@ -44,7 +44,7 @@ def read(path: str, options: ReadOptions) -> list[Recording]:
     for file in files:
         contents = Contents(lambda channel: _is_wanted(channel, options))
         of_channel: dict[int, Decoder] = {}
-        for block in _blocks(file, contents, metadata):
+        for block in _blocks(file, _kind(file, options.format), contents, metadata):
             decoder = of_channel.get(block.channel)
             if decoder is None:
                 decoder = of_channel[block.channel] = _decoder(
@@ -179,22 +179,28 @@ def _missing_by_metadata(metadata: dict[str, Any], decoders: dict[str, Decoder],
     return found
 
 
-def _blocks(file: str, contents: Contents, metadata: dict[str, Any]) -> Iterator[Block]:
-    name = file.removesuffix(".zstd")
-    if name.endswith(".db3") and name == file:
-        yield from bag_sqlite.blocks(file, contents, str(metadata.get("compression_mode", "")).lower() == "message")
-        return
-    if name.endswith(".db3"):
+def _kind(file: str, said: str | None) -> str:
+    """Which kind of file it is: as --input-format says, otherwise by its name."""
+    if said in ("mcap", "sqlite3", "bag"):
+        return said
+    name = file.lower().removesuffix(".zstd")
+    return "sqlite3" if name.endswith(".db3") else "bag" if name.endswith(".bag") else "mcap"
+
+
+def _blocks(file: str, kind: str, contents: Contents, metadata: dict[str, Any]) -> Iterator[Block]:
+    compressed = file.lower().endswith(".zstd")
+    if kind != "sqlite3":
+        with _bytes(file, compressed) as data:
+            yield from (bag_ros1 if kind == "bag" else bag_mcap).blocks(data, contents)
+    elif compressed or file == "-":
         import tempfile
 
-        with tempfile.NamedTemporaryFile(suffix=".db3") as expanded:
-            expanded.write(addresses.content(file, "zstd"))
-            expanded.flush()
-            yield from bag_sqlite.blocks(expanded.name, contents, False)
-        return
-    walk = bag_ros1.blocks if name.endswith(".bag") else bag_mcap.blocks
-    with _bytes(file, compressed=name != file) as data:
-        yield from walk(data, contents)
+        with tempfile.NamedTemporaryFile(suffix=".db3") as copy:
+            copy.write(addresses.content(file, "zstd" if compressed else None))
+            copy.flush()
+            yield from bag_sqlite.blocks(copy.name, contents, False)
+    else:
+        yield from bag_sqlite.blocks(file, contents, str(metadata.get("compression_mode", "")).lower() == "message")
 
 
 @contextmanager
