@@ -150,6 +150,18 @@ def test_unwrap_takes_out_turns_of_the_joints_that_jump() -> None:
     assert turning.positions[1, 0] == -3.0
 
 
+def test_a_mean_is_not_taken_across_a_turn() -> None:
+    turning = recording([0.0, 1.0, 1.0, 2.0], [[3.1], [3.14], [-3.14], [-3.1]])
+    result = checked(turning, CheckOptions(duplicate_times="mean", unwrap=True))
+    np.testing.assert_allclose(result.positions[:, 0], [3.1, np.pi, 2.0 * np.pi - 3.1], rtol=0, atol=1e-15)
+    assert [note.text for note in result.notes] == [
+        "jumps by a turn taken out: 'joint_1' (1)",
+        "1 row with repeated times, the mean was taken, the first is row 4",
+    ]
+    falling = recording([0.0, 1.0, 1.0, 0.5], [[3.1], [3.14], [-3.14], [-3.1]])
+    assert "the time falls" in message(falling, duplicate_times="mean", unwrap=True)
+
+
 def test_velocities_of_the_file_stay_only_where_asked_for() -> None:
     given = replace(recording([0.0, 1.0], [[1.0], [2.0]]), velocities=np.array([[7.0], [NAN]]))
     assert checked(given, CheckOptions()).velocities is None

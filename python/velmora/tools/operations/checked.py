@@ -31,9 +31,9 @@ class CheckOptions:
 def checked(recording: Recording, options: CheckOptions) -> Recording:
     """Check a recording and mend what the options allow to be mended.
 
-    Rows with values that are missing or not finite go first, then repeated times, then jumps by a turn. What was done
-    is counted in the notes of the result. Velocities, accelerations and jerks of the file stay only with
-    `use_velocities`, since they are seldom the derivatives of the positions beside them.
+    Rows with values that are missing or not finite go first, then jumps by a turn, which a mean would hide, then
+    repeated times. What was done is counted in the notes of the result. Velocities, accelerations and jerks of the file
+    stay only with `use_velocities`, since they are seldom the derivatives of the positions beside them.
 
     Raises
     ------
@@ -51,10 +51,10 @@ def checked(recording: Recording, options: CheckOptions) -> Recording:
     if not options.use_velocities:
         recording = replace(recording, velocities=None, accelerations=None, jerks=None)
     recording = _without_faulty_rows(recording, options)
-    recording = _with_increasing_times(recording, options)
+    repeats = _repeats(recording, options)
     if options.unwrap:
         recording = _unwrapped(recording)
-    return recording
+    return recording if repeats is None else _merged(recording, repeats, options.duplicate_times)
 
 
 def _stamps(recording: Recording) -> Stamps:
@@ -114,13 +114,14 @@ def _without_faulty_rows(recording: Recording, options: CheckOptions) -> Recordi
     )
 
 
-def _with_increasing_times(recording: Recording, options: CheckOptions) -> Recording:
+def _repeats(recording: Recording, options: CheckOptions) -> NDArray[np.bool_] | None:
+    """Which samples are followed by one of the same time, shape (N - 1,); None where all times increase."""
     stamps = _stamps(recording).values
     steps_rise = stamps[1:] > stamps[:-1]
     if steps_rise.all():
-        return recording
+        return None
     falls = stamps[1:] < stamps[:-1]
-    repeats = stamps[1:] == stamps[:-1]
+    repeats: NDArray[np.bool_] = stamps[1:] == stamps[:-1]
     fault = int(np.argmax(falls | repeats if options.duplicate_times == "error" else falls)) + 1
     if falls[fault - 1]:
         raise DataError(
@@ -134,7 +135,7 @@ def _with_increasing_times(recording: Recording, options: CheckOptions) -> Recor
             f"{recording.rows[fault - 1]}; increasing times were expected; --duplicate-times first, last or mean keeps "
             "one of them"
         )
-    return _merged(recording, repeats, options.duplicate_times)
+    return repeats
 
 
 def _advice_on_falling_times(layout: Layout) -> str:
