@@ -203,7 +203,10 @@ def test_what_is_written_is_read_by_others_and_by_itself(tmp_path: Path, name: s
         Layout(""),
     )
     notes = write(str(tmp_path / name), recording, WriteOptions())
-    assert notes == ["sensor_msgs/msg/JointState has no accelerations: left out"]
+    assert notes == [
+        "sensor_msgs/msg/JointState has no accelerations: left out",
+        "sensor_msgs/msg/JointState names joints that have a position: velocities and efforts without one left out",
+    ]
     with Reader(tmp_path / name) as reader:
         first = [STORE.deserialize_cdr(data, connection.msgtype) for connection, _, data in reader.messages()]
     assert len(first) == 300
@@ -216,6 +219,43 @@ def test_what_is_written_is_read_by_others_and_by_itself(tmp_path: Path, name: s
     np.testing.assert_array_equal(again.stamps.values, recording.stamps.values)
     np.testing.assert_array_equal(again.velocities, np.where(missing, np.nan, values * 2))
     assert again.accelerations is None
+
+
+@pytest.mark.parametrize("name", ["out", "out.mcap"])
+def test_falling_stamps_stay_in_their_rows(tmp_path: Path, name: str) -> None:
+    (tmp_path / "a.csv").write_text("time_s,a\n-1,1\n1.1,2\n1.05,3\n1.05,4\n1.2,5\n0.5,6\n")
+    assert write(str(tmp_path / name), read(str(tmp_path / "a.csv"), ReadOptions())[0], WriteOptions()) == []
+    (again,) = read(str(tmp_path / name), ReadOptions())
+    assert again.stamps is not None
+    assert again.stamps.values.tolist() == [ms * 10**6 for ms in (-1000, 1100, 1050, 1050, 1200, 500)]
+    assert again.positions.ravel().tolist() == [1, 2, 3, 4, 5, 6]
+    (logged,) = read(str(tmp_path / name), ReadOptions(time_from="log"))
+    assert logged.stamps is not None
+    assert logged.stamps.values.tolist() == [ms * 10**6 for ms in (0, 1100, 1100, 1100, 1200, 1200)]
+
+
+def test_what_has_no_position_is_left_out_and_said(tmp_path: Path) -> None:
+    (tmp_path / "a.csv").write_text("time_s,a,b,c,b_velocity,c_torque\n0.5,1,2,,5,7\n1.5,1.5,,,5.5,7\n")
+    (recording,) = read(str(tmp_path / "a.csv"), ReadOptions())
+    says = "sensor_msgs/msg/JointState names joints that have a position:"
+    assert write(str(tmp_path / "b"), recording, WriteOptions())[1:] == [
+        f"{says} velocities and efforts without one left out",
+        f"{says} joints without any left out ('c')",
+    ]
+    assert read(str(tmp_path / "b"), ReadOptions())[0].joints == ("a", "b")
+
+
+@pytest.mark.parametrize("rows", ["", "0.5,\n", "0.5,\n1.5,\n"])
+def test_a_bag_without_any_position_is_not_written(tmp_path: Path, rows: str) -> None:
+    (tmp_path / "a.csv").write_text(f"time_s,a\n{rows}")
+    (recording,) = read(str(tmp_path / "a.csv"), ReadOptions())
+    with pytest.raises(DataError) as error:
+        write(str(tmp_path / "b"), recording, WriteOptions())
+    assert str(error.value) == (
+        f"{tmp_path}/a.csv: there is no position of any joint; a bag has messages that name joints with one; "
+        "-o with .csv or .parquet holds recordings without"
+    )
+    assert not (tmp_path / "b").exists()
 
 
 def test_kinds_that_cannot_be_written(tmp_path: Path) -> None:

@@ -16,7 +16,8 @@ from velmora.tools.errors import DataError, UsageError
 from velmora.tools.formats.bag_decode import JOINT_STATE
 from velmora.tools.formats.bag_layout import walk
 from velmora.tools.options import WriteOptions
-from velmora.tools.recording import Recording
+from velmora.tools.recording import QUANTITIES, Recording
+from velmora.tools.text import listed
 
 if TYPE_CHECKING:
     from rosbags.typesys.store import Typestore
@@ -33,7 +34,7 @@ def write(path: str, recording: Recording, options: WriteOptions, single: bool) 
     Raises
     ------
     DataError
-        Without times, or with times that the stamp of a message cannot hold.
+        Without times, with times that the stamp of a message cannot hold, or where no joint has a position.
     """
     if not single:
         return _folder(Path(path), recording, options)
@@ -51,14 +52,10 @@ def _folder(path: Path, recording: Recording, options: WriteOptions) -> list[str
     if options.compression not in (None, *COMPRESSIONS):
         raise UsageError(f"--compression {options.compression}: {', '.join(COMPRESSIONS)} were expected")
     stamps, notes = _nanoseconds(recording)
-    left = [
-        name for name in ("accelerations", "jerks") if name in options.columns and getattr(recording, name) is not None
-    ]
-    if left:
-        notes.append(f"{JOINT_STATE} has no {' and no '.join(left)}: left out")
-    empty = [name for name in ("velocities", "efforts") if name in options.columns and _holes(recording, name)]
-    if empty:
-        notes.append(f"{JOINT_STATE} has no empty values: missing {' and '.join(empty)} became nan")
+    # A bag is played in the order of its log times: where stamps fall, these stay, and so do the rows.
+    logs = np.maximum.accumulate(np.maximum(stamps, 0))
+    _refuse_unreadable(recording)
+    notes += _left_out(recording, options)
     store = get_typestore(Stores.ROS2_HUMBLE)
     writer = Writer(path, version=9, storage_plugin=StoragePlugin.MCAP)
     if options.compression != "none":
@@ -72,8 +69,8 @@ def _folder(path: Path, recording: Recording, options: WriteOptions) -> list[str
                 matrix = _serialised(store, recording, options, there, part, stamps[part])
                 for place, message in zip((part - start).tolist(), matrix, strict=True):
                     messages[place] = message.data
-            for stamp, content in zip(stamps[rows].tolist(), messages, strict=True):
-                writer.write(connection, max(stamp, 0), content)
+            for log, content in zip(logs[rows].tolist(), messages, strict=True):
+                writer.write(connection, log, content)
     return notes
 
 
@@ -100,6 +97,46 @@ def _nanoseconds(recording: Recording) -> tuple[NDArray[np.int64], list[str]]:
             f"{recording.source}: a time is too large for the stamp of a message; seconds below 2^31 were expected"
         )
     return values.astype(np.int64, copy=False), notes
+
+
+def _refuse_unreadable(recording: Recording) -> None:
+    """Refuse to write a bag in which no joint is found again."""
+    without = recording.absent("positions")
+    if len(recording.rows) == 0 or (without is not None and without.all()):
+        raise DataError(
+            f"{recording.source}: there is no position of any joint; a bag has messages that name joints with one; "
+            "-o with .csv or .parquet holds recordings without"
+        )
+
+
+def _left_out(recording: Recording, options: WriteOptions) -> list[str]:
+    """Notes of what messages do not hold."""
+    written = [name for name in QUANTITIES if name in options.columns and getattr(recording, name) is not None]
+    notes = []
+    left = [name for name in written if name in ("accelerations", "jerks")]
+    if left:
+        notes.append(f"{JOINT_STATE} has no {' and no '.join(left)}: left out")
+    beside = [name for name in written if name in ("velocities", "efforts")]
+    empty = [name for name in beside if _holes(recording, name)]
+    if empty:
+        notes.append(f"{JOINT_STATE} has no empty values: missing {' and '.join(empty)} became nan")
+    without = recording.absent("positions")
+    if without is None:
+        return notes
+    only = f"{JOINT_STATE} names joints that have a position:"
+    lone = [name for name in beside if _lone(recording, name, without)]
+    if lone:
+        notes.append(f"{only} {' and '.join(lone)} without one left out")
+    nowhere = [joint for place, joint in enumerate(recording.joints) if without[:, place].all()]
+    if nowhere:
+        notes.append(f"{only} joints without any left out ({listed(nowhere)})")
+    return notes
+
+
+def _lone(recording: Recording, quantity: str, without: NDArray[np.bool_]) -> bool:
+    """Whether a quantity is there where there is no position."""
+    missing = recording.absent(quantity)
+    return bool((without if missing is None else without & ~missing).any())
 
 
 def _holes(recording: Recording, quantity: str) -> bool:
