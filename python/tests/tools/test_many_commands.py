@@ -9,6 +9,7 @@ import os
 from pathlib import Path
 
 import pytest
+from bags import bag, states
 from support import InProcess, write_log
 
 
@@ -253,6 +254,22 @@ def test_one_file_that_is_not_there_has_a_report_too(tmp_path: Path, here: InPro
     assert (run.code, run.err) == (1, f"{fault}\n")
     assert json.loads(run.out)["files"][0]["error"] == fault
     assert json.loads((tmp_path / "s.json").read_text())[0]["message"] == fault
+
+
+@pytest.mark.parametrize("command", [("resample", "--rate", "50"), ("convert",)])
+def test_resuming_says_again_what_is_lost(command: tuple[str, ...], tmp_path: Path, here: InProcess) -> None:
+    whole = bag(tmp_path / "bag", states(2000)) / "bag.mcap"
+    (tmp_path / "good.mcap").write_bytes(whole.read_bytes())
+    (tmp_path / "cut.mcap").write_bytes(whole.read_bytes()[:70_000])
+    for files in (("cut.mcap", "good.mcap"), ("cut.mcap",)):
+        common = (*command, *files, "--salvage", "--format", "csv", "--output-dir", "out", "--resume", "--json")
+        first, again = here(*common), here(*common)
+        assert (first.code, again.code) == (1, 1)
+        said = json.loads(again.out)["files"][0]
+        assert said["status"] == "skipped"
+        assert said["warnings"] == json.loads(first.out)["files"][0]["warnings"]
+        (lost,) = (line for line in again.err.splitlines() if line.startswith("warning: cut.mcap"))
+        assert ": is cut short " in lost
 
 
 def test_a_damaged_record_of_what_is_done(logs: Path, here: InProcess) -> None:

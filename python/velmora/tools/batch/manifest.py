@@ -41,7 +41,7 @@ class Manifest:
             self._lines = [entry for entry in entries if entry is not None]
 
     def done(self, tasks: list[Task]) -> dict[int, Outcome]:
-        """Which of the tasks were done before and have their outputs as they were, with the reports of then."""
+        """Which of the tasks were done before and have their outputs as they were, with what was said of them then."""
         sources = {entry["source"] for entry in self._lines}
         latest = {entry["key"]: entry for entry in self._lines}
         # Another one may have been made in place of an output since.
@@ -59,7 +59,13 @@ class Manifest:
                 if entry is not None and all(
                     held[item["path"]] is entry and _is_unchanged(item) for item in entry["outputs"]
                 ):
-                    found[index] = Outcome(tasks[index].source, reports=tuple(entry["reports"]), digest=digest or "")
+                    found[index] = Outcome(
+                        tasks[index].source,
+                        reports=tuple(entry["reports"]),
+                        warnings=tuple(entry["warnings"]),
+                        exit_code=entry["exit_code"],
+                        digest=digest or "",
+                    )
         return found
 
     def own(self, task: Task) -> frozenset[str]:
@@ -92,6 +98,8 @@ class Manifest:
                 for staged in outcome.staged
             ],
             "reports": outcome.reports,
+            "warnings": outcome.warnings,
+            "exit_code": outcome.exit_code,
         }
         line = ("\n" if self._torn else "") + json.dumps(entry) + "\n"
         try:
@@ -114,6 +122,7 @@ def _entry(line: str) -> JsonObject | None:
     try:
         entry = json.loads(line)
         entry["reports"] = list(entry["reports"])
+        entry["warnings"], entry["exit_code"] = list(map(str, entry["warnings"])), int(entry["exit_code"])
         for item in entry["outputs"]:
             item["path"], item["size"], item["time_ns"] = str(item["path"]), int(item["size"]), int(item["time_ns"])
         return entry if isinstance(entry["key"], str) and isinstance(entry["source"], str) else None
