@@ -88,7 +88,15 @@ def test_every_bit_survives(tmp_path: Path, suffix: str, first: int) -> None:
     ("text", "message"),
     [
         (
-            ECHO.replace("- shoulder\n- elbow", "- shoulder\n- '...'").replace("  - 1e-05\n", "  - '...'\n", 1),
+            ECHO.replace("- elbow", "- '...'"),
+            ":8: an array is cut by '...'; all values were expected; `ros2 topic echo --full-length` prints them",
+        ),
+        (
+            ECHO.replace("---\n", "- '...'\n"),
+            ":28: an array is cut by '...'; all values were expected; `ros2 topic echo --full-length` prints them",
+        ),
+        (
+            ECHO.replace("  - 1e-05\n", "  - '...'\n", 1),
             ":1: the positions are cut by '...'; all values were expected; `ros2 topic echo --full-length` prints them",
         ),
         (
@@ -118,7 +126,7 @@ def test_every_bit_survives(tmp_path: Path, suffix: str, first: int) -> None:
         ),
         ("joint_names: [a]\npoints: [{positions: [x]}]", ":1: the positions are '['x']'; numbers were expected"),
     ],
-    ids=range(12),
+    ids=range(14),
 )
 def test_what_is_refused(tmp_path: Path, text: str, message: str) -> None:
     path = tmp_path / "t.yaml"
@@ -126,6 +134,35 @@ def test_what_is_refused(tmp_path: Path, text: str, message: str) -> None:
     with pytest.raises(DataError) as error:
         read(str(path), ReadOptions())
     assert str(error.value) == f"{path}{message}"
+
+
+@pytest.mark.parametrize(
+    ("text", "nanoseconds"),
+    [
+        ("{sec: 2.0, nanosec: 5}", 2_000_000_005),
+        ("{secs: 1, nsecs: 2}", 1_000_000_002),
+        ("{nanosec: 1700000000123456789}", 1_700_000_000_123_456_789),
+        ("0.5", 500_000_000),
+        ("{sec: 0.5}", None),
+        ("{sec: 1, nanosec: 0.5}", None),
+        ("{sec: true}", None),
+        ("{sec: .inf}", None),
+        ("{seconds: 5}", None),
+        ("{}", None),
+        ("true", None),
+    ],
+)
+def test_times_are_never_cut(tmp_path: Path, text: str, nanoseconds: int | None) -> None:
+    path = tmp_path / "t.yaml"
+    path.write_text(f"joint_names: [a]\npoints: [{{positions: [1], time_from_start: {text}}}]")
+    if nanoseconds is None:
+        shown = str(yaml.safe_load(text))
+        with pytest.raises(DataError) as error:
+            read(str(path), ReadOptions())
+        assert str(error.value) == f"{path}:1: '{shown}' is no time; whole numbers sec and nanosec were expected"
+    else:
+        stamps = read(str(path), ReadOptions())[0].stamps
+        assert stamps is not None and stamps.values.tolist() == [nanoseconds]
 
 
 @pytest.mark.parametrize("text", ["[" * 200_000, '{"a": 1' + "0" * 100_000 + "}", "{", "[1, 2, ...]", "\xff\xfe"])

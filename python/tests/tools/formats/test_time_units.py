@@ -11,7 +11,7 @@ import pytest
 from velmora.tools.errors import DataError
 from velmora.tools.formats import read, write
 from velmora.tools.options import ReadOptions, WriteOptions
-from velmora.tools.recording import Column, Layout, Recording, Stamps
+from velmora.tools.recording import MISSING_NS, Column, Layout, Recording, Stamps
 
 TABLES = (".csv", ".tsv", ".parquet", ".feather")
 
@@ -117,3 +117,29 @@ def test_whole_seconds_stay_seconds_in_binary_files(tmp_path: Path, suffix: str)
     assert said.stamps is not None
     assert said.stamps.unit == "ms"
     np.testing.assert_array_equal(said.stamps.values, np.arange(5) * 1_000_000)
+
+
+@pytest.mark.parametrize("suffix", [".parquet", ".feather", ".csv"])
+def test_seconds_of_two_columns_are_whole(tmp_path: Path, suffix: str) -> None:
+    path = str(tmp_path / f"x{suffix}")
+
+    def stored(seconds: list[float | None], nanoseconds: list[int]) -> str:
+        table = pa.table({"sec": seconds, "nanosec": nanoseconds, "a": [1.0] * len(seconds)})
+        if suffix == ".csv":
+            rows = zip(seconds, nanoseconds, strict=True)
+            text = [f"{'' if sec is None else f'{sec:g}'}, {nanosec}, 1.0\n" for sec, nanosec in rows]
+            Path(path).write_text("sec, nanosec, a\n" + "".join(text))
+        elif suffix == ".parquet":
+            pyarrow.parquet.write_table(table, path)
+        else:
+            pyarrow.feather.write_feather(table, path)
+        return path
+
+    stamps = read(stored([0.0, None, 2.0], [5, 5, 5]), ReadOptions())[0].stamps
+    assert stamps is not None and stamps.values.tolist() == [5, MISSING_NS, 2_000_000_005]
+    with pytest.raises(DataError) as error:
+        read(stored([0.0, 0.5, 1.0], [0, 0, 0]), ReadOptions())
+    assert str(error.value) == (
+        f"{path}: column 'sec': '0.5' is no whole number of 64 bits; whole seconds and nanoseconds were expected in "
+        "two columns; --time-column names another column"
+    )

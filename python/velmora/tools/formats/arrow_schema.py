@@ -16,7 +16,7 @@ from velmora.tools.formats import stamps as clock
 from velmora.tools.formats.groups import Labels
 from velmora.tools.formats.plan import Field, Plan, check_width, plan
 from velmora.tools.options import ReadOptions
-from velmora.tools.recording import UNIT_NS, Column, Note, Recording, Stamps
+from velmora.tools.recording import MISSING_NS, UNIT_NS, Column, Note, Recording, Stamps
 from velmora.tools.text import size_text
 
 if TYPE_CHECKING:
@@ -168,7 +168,9 @@ def _stamps(source: str, chosen: Plan, schema: pa.Schema, times: list[NDArray[np
     field = schema.field(chosen.time[0])
     values = times[0]
     if len(times) == 2:
-        return Stamps(text_times.combined(source, values.astype(np.int64), times[1].astype(np.int64)), "ns"), "s and ns"
+        names = [schema.field(index).name for index in chosen.time]
+        seconds, nanoseconds = (_whole(source, *part) for part in zip(names, times, strict=True))
+        return Stamps(text_times.combined(source, seconds, nanoseconds), "ns"), "s and ns"
     unit, why = chosen.time_unit, chosen.time_unit or ""
     if unit is None:
         numbers = values if values.dtype == np.int64 else values.astype(np.float64, copy=False)
@@ -181,6 +183,18 @@ def _stamps(source: str, chosen: Plan, schema: pa.Schema, times: list[NDArray[np
     metadata = field.metadata or {}
     original = metadata.get(_UNIT_KEY, b"").decode("ascii", "replace")
     return (Stamps(stamps.values, original) if _NAME_KEY in metadata and original in UNIT_NS else stamps), why
+
+
+def _whole(source: str, name: str, values: NDArray[np.generic]) -> NDArray[np.int64]:
+    """Whole numbers of one of two columns, which doubles may hold too; NaN is a missing one."""
+    if values.dtype == np.int64:
+        return values.astype(np.int64, copy=False)
+    doubles = values.astype(np.float64, copy=False)
+    missing = np.isnan(doubles)
+    bad = doubles[~missing & ~((np.rint(doubles) == doubles) & (np.abs(doubles) < 2.0**63))]
+    if len(bad):
+        raise text_times.no_whole_number(source, name, f"{bad[0]:.17g}")
+    return np.where(missing, MISSING_NS, np.where(missing, 0.0, doubles).astype(np.int64))
 
 
 def tables(recording: Recording, quantities: tuple[str, ...], labels: Labels | None = None) -> Iterator[pa.Table]:

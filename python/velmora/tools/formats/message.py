@@ -25,6 +25,7 @@ _DEEPEST = 32
 _SECOND = 1_000_000_000
 # Stamps from here on (three years) count from an epoch: the message's stamp then holds the first of them.
 _EPOCH_NS = 10**17
+_SECONDS, _NANOSECONDS = ("sec", "secs"), ("nanosec", "nsecs", "nsec")
 _FIELDS = {"positions": "positions", "velocities": "velocities", "accelerations": "accelerations", "efforts": "effort"}
 
 
@@ -48,10 +49,12 @@ def read(path: str, options: ReadOptions) -> list[Recording]:
     content = _from_json(source, text) if as_json else _from_yaml(source, text)
     if not isinstance(content, dict) or not isinstance(content.get("joint_names"), list):
         raise DataError(f"{source}: there are no 'joint_names'; a message of {TRAJECTORY} was expected")
+    points = content.get("points")
+    if "..." in content["joint_names"] or (isinstance(points, list) and "..." in points):
+        raise _cut(source, text)
     names = [clean(str(name)) for name in content["joint_names"]]
     if len(set(names)) != len(names) or "" in names or len(names) > MAX_COLUMNS:
         raise DataError(f"{source}: the joints are called {listed(names)}; different names were expected")
-    points = content.get("points")
     if not isinstance(points, list) or not all(isinstance(point, dict) for point in points):
         raise DataError(f"{source}: there are no 'points'; a message of {TRAJECTORY} was expected")
     return [_recording(source, "json" if as_json else "yaml", names, points, _stamp(source, content), options)]
@@ -128,12 +131,21 @@ def _nanoseconds(source: str, value: Any) -> int:
     """A stamp or a duration in whole nanoseconds."""
     try:
         if isinstance(value, dict):
-            seconds: Any = value.get("sec", value.get("secs", 0))
-            nanoseconds: Any = value.get("nanosec", value.get("nsecs", value.get("nsec", 0)))
-            return int(seconds) * _SECOND + int(nanoseconds)
-        return round(float(value) * _SECOND)
-    except (TypeError, ValueError, OverflowError) as error:
-        raise DataError(f"{source}: {quoted(str(value))} is no time; sec and nanosec were expected") from error
+            seconds = [_whole(value[name]) for name in _SECONDS if name in value]
+            nanoseconds = [_whole(value[name]) for name in _NANOSECONDS if name in value]
+            if seconds or nanoseconds:
+                return sum(seconds[:1]) * _SECOND + sum(nanoseconds[:1])
+        elif not isinstance(value, bool):
+            return round(float(value) * _SECOND)
+    except (TypeError, ValueError, OverflowError):
+        pass
+    raise DataError(f"{source}: {quoted(str(value))} is no time; whole numbers sec and nanosec were expected")
+
+
+def _whole(value: Any) -> int:
+    if isinstance(value, bool) or (isinstance(value, float) and not value.is_integer()):
+        raise ValueError
+    return int(value)
 
 
 def _recording(

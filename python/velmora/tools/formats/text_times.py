@@ -6,6 +6,7 @@
 
 from __future__ import annotations
 
+import re
 from typing import TYPE_CHECKING
 
 import numpy as np
@@ -53,10 +54,9 @@ def stamps(source: str, dialect: Dialect, chosen: Plan, table: pa.Table) -> tupl
     import pyarrow.compute as pc  # its import takes longer than the reading of a short file
 
     if len(columns) == 2:
-        try:
-            seconds, nanoseconds = (integers(pc.cast(column, pa.int64())) for column in columns)
-        except pa.ArrowInvalid as error:
-            raise _no_time(source, name, columns[0]) from error
+        assert dialect.names is not None  # it is names that tell two columns
+        names = [dialect.names[index] for index in chosen.time]
+        seconds, nanoseconds = (_whole(source, *part) for part in zip(names, columns, strict=True))
         return Stamps(combined(source, seconds, nanoseconds), "ns"), "s and ns"
     text = pc.utf8_trim(columns[0], " ")
     text = pc.if_else(pc.is_in(pc.utf8_ltrim(text, "+-"), pa.array(["nan", "NaN", "NAN"])), None, text)
@@ -78,6 +78,27 @@ def combined(source: str, seconds: NDArray[np.int64], nanoseconds: NDArray[np.in
     missing = (seconds == MISSING_NS) | (nanoseconds == MISSING_NS)
     whole = clock.from_integers(source, np.where(missing, 0, seconds), "s").values.astype(np.int64)
     return np.where(missing, MISSING_NS, whole + np.where(missing, 0, nanoseconds))
+
+
+def no_whole_number(source: str, name: str, value: str) -> DataError:
+    """What is wrong with a number in one of two columns of whole seconds and nanoseconds."""
+    return DataError(
+        f"{source}: column {quoted(name)}: {quoted(value)} is no whole number of 64 bits; whole seconds and "
+        "nanoseconds were expected in two columns; --time-column names another column"
+    )
+
+
+def _whole(source: str, name: str, text: pa.ChunkedArray) -> NDArray[np.int64]:
+    import pyarrow as pa
+    import pyarrow.compute as pc
+
+    text = pc.utf8_trim(text, " ")
+    try:
+        return integers(pc.cast(text, pa.int64()))
+    except pa.ArrowInvalid as error:
+        cells = (cell for cell in text.to_pylist() if cell is not None)
+        bad = (cell for cell in cells if not re.fullmatch("-?[0-9]+", cell) or abs(int(cell)) >= 2**63)
+        raise no_whole_number(source, name, next(bad, "")) from error
 
 
 def integers(column: pa.Array | pa.ChunkedArray) -> NDArray[np.int64]:
