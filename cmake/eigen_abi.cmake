@@ -4,22 +4,23 @@
 # Flags of the directory count as well: a project that adds this one may have set some.
 get_directory_property(directory_options COMPILE_OPTIONS)
 get_directory_property(directory_definitions COMPILE_DEFINITIONS)
-list(TRANSFORM directory_definitions PREPEND "-D")
-set(probe_options ${directory_options} ${directory_definitions})
-string(GENEX_STRIP "${probe_options}" probe_options)
 string(TOUPPER "${CMAKE_BUILD_TYPE}" build_type)
 set(eigen_abi_key
     "${CMAKE_CXX_COMPILER};${CMAKE_CXX_COMPILER_VERSION};${CMAKE_CXX_FLAGS};${CMAKE_CXX_FLAGS_${build_type}}"
-    "${probe_options};${Eigen3_DIR};${Eigen3_VERSION}")
+    "${directory_options};${directory_definitions};${Eigen3_DIR};${Eigen3_VERSION}")
 
 if(NOT "${eigen_abi_key}" STREQUAL "${VELMORA_EIGEN_ABI_KEY}")
   set(CMAKE_TRY_COMPILE_CONFIGURATION ${CMAKE_BUILD_TYPE})
+  # Run by the probe's project, which then takes generator expressions and SHELL: as this one does.
+  set(probe_flags ${PROJECT_BINARY_DIR}/eigen_abi_probe.cmake)
+  file(WRITE ${probe_flags} "set_property(DIRECTORY PROPERTY COMPILE_OPTIONS [==[${directory_options}]==])\n"
+                            "set_property(DIRECTORY PROPERTY COMPILE_DEFINITIONS [==[${directory_definitions}]==])\n")
   set(probe_binary ${PROJECT_BINARY_DIR}/eigen_abi_probe.bin)
   try_compile(
     eigen_abi_probed ${PROJECT_BINARY_DIR}/eigen_abi_probe
     SOURCES ${CMAKE_CURRENT_LIST_DIR}/eigen_abi_probe.cpp
     CMAKE_FLAGS -DINCLUDE_DIRECTORIES=${PROJECT_SOURCE_DIR}/include
-    COMPILE_DEFINITIONS ${probe_options}
+                -DCMAKE_PROJECT_CMAKE_TRY_COMPILE_INCLUDE=${probe_flags}
     LINK_LIBRARIES Eigen3::Eigen
     CXX_STANDARD 17
     OUTPUT_VARIABLE probe_output

@@ -25,7 +25,8 @@ function(velmora_add_library name)
     ${objects}
     PROPERTIES POSITION_INDEPENDENT_CODE ON
                CXX_VISIBILITY_PRESET hidden
-               VISIBILITY_INLINES_HIDDEN ON)
+               VISIBILITY_INLINES_HIDDEN ON
+               UNITY_BUILD OFF) # files have constants of the same names, each for itself
   velmora_target_options(${objects})
   # A root sets no errno, so that it is one instruction. Vectors are passed between inlined functions alone, so
   # their calling convention, about which the compilers warn, does not matter.

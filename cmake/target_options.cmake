@@ -4,11 +4,14 @@
 # Results are promised to the last bit, so no multiply and add may be fused but by std::fma, and no flag of a caller may
 # loosen the arithmetic. These options come after those of the flags, the toolchain file and the directory, and the last
 # one counts. They are one item, since CMake drops an option that a list holds already, and with it its place.
-set(exact_arithmetic -fno-fast-math -fno-unsafe-math-optimizations -fno-finite-math-only -fno-associative-math
-                     -fno-reciprocal-math -fsigned-zeros)
+set(exact_arithmetic -fno-fast-math -fno-finite-math-only -fno-associative-math -fno-reciprocal-math -fsigned-zeros)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  # clang takes -ftrapping-math for a request to forbid vectors, and its default does no harm.
-  list(APPEND exact_arithmetic -ftrapping-math -fno-rounding-math -fno-single-precision-constant)
+  list(APPEND exact_arithmetic -fno-unsafe-math-optimizations -ftrapping-math -fno-rounding-math
+       -fno-single-precision-constant)
+else()
+  # clang takes -ftrapping-math, and -fno-unsafe-math-optimizations with it, for a request to forbid vectors: what the
+  # latter undoes beside the options above is how subnormals are treated.
+  list(APPEND exact_arithmetic -fdenormal-fp-math=ieee)
 endif()
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$")
   list(APPEND exact_arithmetic -mfpmath=sse)

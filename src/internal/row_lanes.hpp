@@ -59,7 +59,8 @@ using LaneMask = decltype(Lanes{} < Lanes{});
 template <typename Processor>
 VELMORA_ALWAYS_INLINE bool AllOf(const LaneMask& mask) {
 #if defined(__x86_64__) && !defined(__clang__)
-  if constexpr (std::is_same_v<Processor, Avx2Processor>) return __builtin_ia32_movmskpd256((Lanes)mask) == 15;
+  if constexpr (std::is_same_v<Processor, Avx2Processor>)
+    return __builtin_ia32_movmskpd256(reinterpret_cast<Lanes>(mask)) == 15;
 #endif
   return (mask[0] & mask[1] & mask[2] & mask[3]) != 0;
 }
