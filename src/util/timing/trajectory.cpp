@@ -98,28 +98,23 @@ JointTrajectory ResampledParts::Assemble(ResampledParts parts) {
 }
 
 const Matrix& JointTrajectory::velocities() const {
-  if (!cached_velocities) {
-    CheckSizes(*this);
-    cached_velocities = ThreePointSampleDerivative(positions, time);
-  }
+  CheckSizes(*this);
+  if (!cached_velocities) cached_velocities = ThreePointSampleDerivative(positions, time);
+  CheckShape(*cached_velocities, positions, "velocities");
   return *cached_velocities;
 }
 
 const Matrix& JointTrajectory::accelerations() const {
-  if (!cached_accelerations) {
-    CheckSizes(*this);
-    CheckShape(velocities(), positions, "velocities");
-    cached_accelerations = ThreePointSampleDerivative(velocities(), time);
-  }
+  CheckSizes(*this);
+  if (!cached_accelerations) cached_accelerations = ThreePointSampleDerivative(velocities(), time);
+  CheckShape(*cached_accelerations, positions, "accelerations");
   return *cached_accelerations;
 }
 
 const Matrix& JointTrajectory::jerks() const {
-  if (!cached_jerks) {
-    CheckSizes(*this);
-    CheckShape(accelerations(), positions, "accelerations");
-    cached_jerks = ThreePointSampleDerivative(accelerations(), time);
-  }
+  CheckSizes(*this);
+  if (!cached_jerks) cached_jerks = ThreePointSampleDerivative(accelerations(), time);
+  CheckShape(*cached_jerks, positions, "jerks");
   return *cached_jerks;
 }
 

@@ -54,6 +54,23 @@ TEST(TrajectoryMisuse, TellsThatAMovedFromTrajectoryHasNoSample) {
   EXPECT_EQ(to.velocities().rows(), 4);
 }
 
+TEST(TrajectoryMisuse, TellsThatAMovedFromTrajectoryWithDerivativesHasNoSample) {
+  JointTrajectory from = FourSamples();
+  from.jerks();
+  const JointTrajectory to = std::move(from);
+  ExpectEverywhere(from, kNoSample);  // NOLINT(bugprone-use-after-move): what this test is about
+}
+
+// Eigen's arrays are exchanged, and derivatives that the target did not have leave none behind.
+TEST(TrajectoryMisuse, TellsThatDerivativesDoNotFitWhatMoveAssignmentLeaves) {
+  JointTrajectory from = FourSamples();
+  from.velocities();
+  JointTrajectory to = TrajectoryAtSpacing(Matrix::Random(3, 2), 1.0);
+  to = std::move(from);
+  EXPECT_EQ(to.velocities().rows(), 4);
+  EXPECT_THROW(from.velocities(), native::InvalidArgumentError);  // NOLINT(bugprone-use-after-move): what it is about
+}
+
 TEST(TrajectoryMisuse, TellsThatTimesDoNotFitWrittenPositions) {
   for (const Eigen::Index samples : {1, 3, 5, 4000}) {
     JointTrajectory trajectory = FourSamples();
@@ -87,7 +104,7 @@ TEST(TrajectoryMisuse, TellsThatDerivativesDoNotFitWrittenPositions) {
     JointTrajectory one_derivative = FourSamples();
     one_derivative.velocities();
     rewrite(one_derivative);
-    EXPECT_EQ(one_derivative.velocities().rows(), 4);  // as it was
+    ExpectInvalidArgument([&] { one_derivative.velocities(); }, velocities);
     ExpectInvalidArgument([&] { one_derivative.accelerations(); }, velocities);
     ExpectInvalidArgument([&] { one_derivative.jerks(); }, velocities);
     ExpectInvalidArgument([&] { one_derivative.Copy(); }, velocities);
