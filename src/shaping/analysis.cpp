@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "velmora/shaping/analysis.hpp"
 
+#include <algorithm>
 #include <cmath>
 
 #include "internal/finiteness.hpp"
@@ -46,8 +47,9 @@ double EndOfBand(const Residual& residual, double frequency_hz, double step_hz, 
   double here = residual(frequency_hz);
   for (double k = 1.0;; k += 1.0) {  // NOLINT(cert-flp30-c): whole numbers, which are exact
     const double here_hz = frequency_hz + (k - 1.0) * step_hz;
-    const double next_hz = frequency_hz + k * step_hz;
     if (step_hz > 0.0 ? here_hz >= furthest_hz : here_hz <= furthest_hz) return furthest_hz;
+    const double beyond_hz = frequency_hz + k * step_hz;
+    const double next_hz = step_hz > 0.0 ? std::min(beyond_hz, furthest_hz) : std::max(beyond_hz, furthest_hz);
     if (k > kMostSteps) return here_hz;
     const double next = residual(next_hz);
     if (here >= before && here >= next && here > kNearLimit * limit) {

@@ -88,7 +88,8 @@ WeightCurve CurveOfTransition(const WeightTransition& transition, const Vector& 
     const double rest = 1.0 - x;
     curve.weight[i] = final_weight * util::Smootherstep(x);
     curve.rate_per_s[i] = final_weight * 30.0 * x * x * rest * rest / rise_s;
-    curve.acceleration_per_s2[i] = final_weight * 60.0 * x * rest * (1.0 - 2.0 * x) / (rise_s * rise_s);
+    const double bend = final_weight * 60.0 * x * rest * (1.0 - 2.0 * x);
+    curve.acceleration_per_s2[i] = bend == 0.0 ? bend : bend / (rise_s * rise_s);  // the square may underflow
   }
   return curve;
 }

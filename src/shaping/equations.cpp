@@ -2,9 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "shaping/equations.hpp"
 
-#include <cmath>
-
 #include "internal/exact_arithmetic.hpp"
+#include "util/timing/dense_solve.hpp"
 
 namespace velmora::shaping {
 namespace {
@@ -27,38 +26,15 @@ Matrix Jacobian(const Equations& equations, const Vector& unknowns, const Vector
   return jacobian;
 }
 
-// Gaussian elimination with row pivots. Written out, since a library's solve may fuse or reorder as the processor
-// likes.
-Vector Solve(Matrix matrix, Vector right) {
-  const Index count = right.size();
-  for (Index k = 0; k < count; ++k) {
-    Index pivot = k;
-    for (Index i = k + 1; i < count; ++i) {
-      if (std::abs(matrix(i, k)) > std::abs(matrix(pivot, k))) pivot = i;
-    }
-    matrix.row(k).swap(matrix.row(pivot));
-    std::swap(right[k], right[pivot]);
-    for (Index i = k + 1; i < count; ++i) {
-      const double factor = matrix(i, k) / matrix(k, k);
-      for (Index j = k + 1; j < count; ++j) matrix(i, j) = std::fma(-factor, matrix(k, j), matrix(i, j));
-      right[i] = std::fma(-factor, right[k], right[i]);
-    }
-  }
-  for (Index k = count - 1; k >= 0; --k) {
-    for (Index j = k + 1; j < count; ++j) right[k] = std::fma(-matrix(k, j), right[j], right[k]);
-    right[k] /= matrix(k, k);
-  }
-  return right;
-}
-
 }  // namespace
 
 Vector NewtonSteps(const Equations& equations, Vector unknowns, int iterations) {
   Vector residuals(unknowns.size());
   for (int iteration = 0; iteration < iterations; ++iteration) {
     equations(unknowns, residuals);
-    const Vector step = Solve(Jacobian(equations, unknowns, residuals), residuals);
-    for (Index i = 0; i < unknowns.size(); ++i) unknowns[i] -= step[i];
+    Matrix step = residuals;
+    util::timing::SolveDense(Jacobian(equations, unknowns, residuals), step);
+    for (Index i = 0; i < unknowns.size(); ++i) unknowns[i] -= step(i, 0);
   }
   return unknowns;
 }

@@ -3,8 +3,6 @@
 #include "velmora/shaping/shape_trajectory.hpp"
 
 #include <algorithm>
-#include <cmath>
-#include <new>
 #include <optional>
 #include <utility>
 
@@ -16,6 +14,7 @@
 #include "shaping/command_at_times.hpp"
 #include "shaping/impulse_sequence_sizes.hpp"
 #include "shaping/shaped_parts.hpp"
+#include "shaping/step_count.hpp"
 #include "util/timing/trajectory_sizes.hpp"
 
 namespace velmora::shaping {
@@ -27,8 +26,6 @@ using internal::UnwrittenMatrix;
 
 // Samples that are shaped together: their copies, evaluated one after the other, stay in the processor's caches.
 constexpr Index kSamplesAtOnce = 256;
-// Counts beyond this cannot be held in any memory.
-constexpr double kMostSamples = 1e15;
 
 void CheckSequences(const std::vector<ImpulseSequence>& sequences, Index joints) {
   const Index count = static_cast<Index>(sequences.size());
@@ -156,12 +153,6 @@ ShapedCommand Shape(const JointTrajectory& trajectory, const std::vector<Impulse
           ends.velocities.row(0), ends.accelerations.row(0), ends.velocities.row(1),     ends.accelerations.row(1)};
 }
 
-Index TailSamples(double added_duration_s, double sample_time_s) {
-  const double steps = std::ceil(added_duration_s / sample_time_s);
-  if (!(steps <= kMostSamples)) throw std::bad_alloc();
-  return static_cast<Index>(steps);
-}
-
 }  // namespace
 
 ShapedCommand ShapeTrajectory(const JointTrajectory& trajectory, const std::vector<ImpulseSequence>& sequences,
@@ -172,7 +163,7 @@ ShapedCommand ShapeTrajectory(const JointTrajectory& trajectory, const std::vect
     ThrowInvalidArgument("sample_time_s must be positive.");
   const Alignment alignment = Align(sequences);
   const Index samples = trajectory.time.size();
-  const Index tail_samples = TailSamples(alignment.added_duration_s, sample_time_s);
+  const Index tail_samples = StepCount(alignment.added_duration_s, sample_time_s);
   Vector times_s(samples + tail_samples);
   times_s.head(samples) = trajectory.time;
   for (Index k = 0; k < tail_samples; ++k) {

@@ -3,12 +3,12 @@
 #include "velmora/shaping/streaming_shaper.hpp"
 
 #include <cmath>
-#include <new>
 
 #include "internal/blend_element.hpp"
 #include "internal/finiteness.hpp"
 #include "internal/throw_invalid_argument.hpp"
 #include "shaping/impulse_sequence_sizes.hpp"
+#include "shaping/step_count.hpp"
 
 namespace velmora::shaping {
 namespace {
@@ -16,16 +16,9 @@ namespace {
 using Eigen::Index;
 using internal::ThrowInvalidArgument;
 
-// More samples than these cannot be held in any memory.
-constexpr double kMostSamples = 1e15;
-
 // The samples that the longest delay reaches back to, one before and one after it, and the newest one; one more since
 // times are rounded.
-std::int64_t Capacity(double duration_s, double sample_time_s) {
-  const double steps = std::ceil(duration_s / sample_time_s);
-  if (!(steps <= kMostSamples)) throw std::bad_alloc();
-  return static_cast<std::int64_t>(steps) + 4;
-}
+std::int64_t Capacity(double duration_s, double sample_time_s) { return StepCount(duration_s, sample_time_s) + 4; }
 
 JointSample AtRestAtZero(Index joints) { return {Vector::Zero(joints), Vector::Zero(joints), Vector::Zero(joints)}; }
 

@@ -150,6 +150,19 @@ TEST(Insensitivity, ReachesDownToStandstillForAToleranceNearOne) {
   EXPECT_EQ(band.high_hz, 10.0);
 }
 
+// The residual of a command that hardly lasts grows so slowly that one step goes from the mode to far beyond
+// standstill.
+TEST(Insensitivity, HasNoNegativeFrequencies) {
+  const VibrationMode mode(5.0, 0.02);
+  for (const double duration_s : {1e-3, 1e-6}) {
+    const ImpulseSequence sequence(Values({0.0, duration_s}), Values({0.5, 0.5}));
+    const InsensitivityBand band = Insensitivity(sequence, mode, 0.9999995);
+    EXPECT_EQ(band.low_hz, 0.0);
+    EXPECT_EQ(band.high_hz, 50.0);
+    EXPECT_EQ(band.width, 10.0);
+  }
+}
+
 TEST(Insensitivity, ThrowsForTolerancesOutsideTheirRange) {
   for (const double tolerance : {0.0, 1.0, -0.1, kNan, kInfinity}) {
     ExpectInvalidArgument([&] { Insensitivity(Zv(kUndamped), kUndamped, tolerance); }, "tolerance must be in (0, 1).");

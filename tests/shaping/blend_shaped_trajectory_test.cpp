@@ -84,6 +84,16 @@ TEST_F(Blend, RampsTheWeightAlongSmootherstep) {
   EXPECT_NEAR(blend.tail.positions(0, 0), 0.2 * raw_.positions(400, 0) + 0.8 * shaped_.tail.positions(0, 0), 1e-15);
 }
 
+TEST_F(Blend, StaysFiniteForATransitionWhoseSquareUnderflows) {
+  const ShapedCommand at_once = BlendShapedTrajectory(raw_, shaped_, 0.5);
+  for (const double transition_s : {1e-150, 1e-170, 5e-324}) {
+    const ShapedCommand blend = BlendShapedTrajectory(raw_, shaped_, WeightTransition{0.5, transition_s});
+    EXPECT_TRUE(blend.move.accelerations.allFinite());
+    EXPECT_TRUE(
+        SameBits(at_once.move.accelerations.bottomRows(400).eval(), blend.move.accelerations.bottomRows(400).eval()));
+  }
+}
+
 // The derivatives of the blend are those of its positions, ramp included: compared with differences of the positions.
 TEST_F(Blend, KeepsVelocitiesAndAccelerationsTheDerivativesOfThePositions) {
   Vector weights(401);

@@ -56,7 +56,7 @@ struct ShapedCommand {
 /// @param sample_time_s spacing of the samples after the end, finite and positive
 /// @param method interpolation between samples; any value but `linear` is treated as `cubic`
 /// @return the command; `move.time` is `trajectory.time`, and the last entry of `tail.time` is the first one at or
-///   after the end of the last copy
+///   after the end of the last copy, or the one after it where the number of steps is rounded up
 /// @throws native::InvalidArgumentError the messages on sizes of the constructors, for a trajectory or sequence that
 ///   was moved from or written to
 /// @throws native::InvalidArgumentError "sequences must hold one sequence, or one per joint."

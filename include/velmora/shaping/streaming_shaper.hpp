@@ -34,8 +34,8 @@ struct JointSample {
 /// | `StepTail` | soft stop: the command rests at its last sample, and the copies still under way run on |
 /// | `HardStop` | the shaped position is held at once, at rest, and the copies under way are dropped |
 ///
-/// `Step` after `StepTail` continues the command: the time in between counts as samples at rest. `Step` after
-/// `HardStop` starts a new command with its own time.
+/// `Step` after `StepTail` continues the command: the time in between counts as samples at rest, and what `StepTail`
+/// gave is that of a command that ended there. `Step` after `HardStop` starts a new command with its own time.
 ///
 /// Memory is allocated by the constructor alone. Thread safety: none; one shaper belongs to one thread.
 ///
@@ -55,6 +55,9 @@ class StreamingShaper {
   /// @param sequence the sequence of all joints, n impulses
   /// @param joints number of joints J
   /// @param sample_time_s time between samples, finite and positive
+  /// @throws native::InvalidArgumentError the messages on sizes of the `ImpulseSequence` constructor, for a sequence
+  /// that
+  ///   was moved from or written to
   /// @throws native::InvalidArgumentError "joints must be non-negative."
   /// @throws native::InvalidArgumentError "sample_time_s must be positive." (also for NaN and infinities)
   /// @throws std::bad_alloc where memory runs out, and for a sequence of more samples than can be counted
