@@ -201,6 +201,12 @@ def _arrow(plain: pa.Buffer, dialect: Dialect, types: dict[str, pa.DataType]) ->
     import pyarrow as pa
     from pyarrow import csv
 
+    # In memory of pyarrow's own: its threads let go of the text after the table is there, and one that then asked an
+    # interpreter that is about to end for its lock would end the process. After longer texts there is more to do.
+    if plain.size <= _BLOCK:
+        owned = pa.allocate_buffer(plain.size)
+        np.frombuffer(owned, np.uint8)[:] = np.frombuffer(plain, np.uint8)
+        plain = owned
     names = [str(index) for index in range(dialect.width)]
     return csv.read_csv(
         pa.BufferReader(plain),
