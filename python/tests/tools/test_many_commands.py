@@ -37,6 +37,13 @@ def test_resuming_depends_on_files_and_not_on_how_they_were_named(logs: Path, he
     assert (one.code, one.err) == (0, "logs/a.csv -> out/a.csv: 50 -> 26 samples, 0.49 s\n")
 
 
+@pytest.mark.parametrize("command", [("resample", "--rate", "50"), ("convert",)])
+def test_results_in_the_folder_of_the_inputs(command: tuple[str, ...], logs: Path, here: InProcess) -> None:
+    common = (*command, "logs", "--output-dir", "logs/out", "--resume")
+    assert here(*common).code == 0
+    assert "2 files: 2 skipped" in here(*common).err
+
+
 @pytest.mark.parametrize("command", ["report", "plot"])
 def test_resuming_pictures(command: str, logs: Path, here: InProcess, monkeypatch: pytest.MonkeyPatch) -> None:
     monkeypatch.setattr("sys.argv", ["velmora", command, "first"])

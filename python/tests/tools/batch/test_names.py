@@ -61,6 +61,20 @@ def test_an_empty_folder(folder: Path) -> None:
     assert nothing.fault.startswith("empty: the folder holds no recording; files such as ")
 
 
+def test_results_do_not_become_inputs(folder: Path) -> None:
+    os.symlink("logs", "link")
+    for given, output_dir in (
+        ("logs", "logs/deep"),
+        ("logs", f"file://{folder}/logs/deep/"),
+        ("link", "logs/deep"),
+        ("log*", "logs/deep"),
+    ):
+        assert [Path(entry.path).name for entry in expand([given], output_dir)] == ["a.csv.gz", "b.csv"]
+    for output_dir in ("logs", ".", "logs/new", "de", "memory://logs"):
+        assert len(expand(["logs"], output_dir)) == 3
+    assert [entry.path for entry in expand(["logs/deep"], "logs/deep")] == ["logs/deep/a.csv"]
+
+
 def test_addresses_are_expanded_by_their_file_system() -> None:
     memory = fsspec.filesystem("memory")
     memory.pipe("/names/a.csv", b"x")
@@ -137,6 +151,8 @@ def test_folders_far_away() -> None:
         ("memory:///tree/a.csv", ""),
         ("memory:///tree/deep/b.parquet", "deep"),
     ]
+    for output_dir, found in (("tree/deep", 1), ("tree/de", 2), ("tree", 2), ("", 2)):
+        assert len(expand(["memory://tree"], f"memory://{output_dir}")) == found
     assert [entry.path for entry in expand(["memory://tree/gone.csv"])] == ["memory://tree/gone.csv"]
     far.pipe("/empty/notes.md", b"")
     (nothing,) = expand(["memory://empty"])

@@ -51,6 +51,12 @@ def test_rows_in_the_order_of_the_files(tmp_path: Path, logs: Path) -> None:
     np.testing.assert_array_equal(result.positions, expected.positions)
 
 
+def test_results_in_the_folder_of_the_inputs(logs: Path) -> None:
+    for force in (False, True):
+        rows = resample_many(logs, output_dir=logs / "out", rate_hz=50, jobs=1, force=force)
+        assert len(rows) == 5
+
+
 def test_arguments_are_checked(tmp_path: Path, logs: Path) -> None:
     with pytest.raises(UsageError, match="one of sample_time_s, rate_hz, samples was expected"):
         resample_many(logs, output_dir=tmp_path / "out")

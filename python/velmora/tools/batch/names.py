@@ -57,18 +57,19 @@ class Input:
         return self.name.removesuffix(self.suffix)
 
 
-def expand(arguments: Sequence[str]) -> list[Input]:
+def expand(arguments: Sequence[str], output_dir: str | None = None) -> list[Input]:
     """The inputs that files, folders and patterns name; each once, in order.
 
-    A folder stands for all recordings in it and below, except a folder that is a recording (a bag). A pattern
-    (``*``, ``?``, ``[]``, ``**``) is expanded here too, for shells and programs that do not.
+    A folder stands for all recordings in it and below, except a folder that is a recording (a bag). What lies in the
+    folder of outputs below it is left out, so that results do not become inputs. A pattern (``*``, ``?``, ``[]``,
+    ``**``) is expanded here too, for shells and programs that do not.
 
     Where a file does not exist, a pattern matches nothing, or a folder holds no recording, the input has that fault.
     """
     found: dict[str, Input] = {}
     for argument in arguments:
         try:
-            entries = _expand_one(local(argument))
+            entries = _expand_one(local(argument), output_dir)
         except DataError as error:
             entries = [Input(argument, fault=str(error))]
         for entry in entries:
@@ -76,13 +77,14 @@ def expand(arguments: Sequence[str]) -> list[Input]:
     return list(found.values())
 
 
-def _expand_one(argument: str) -> list[Input]:
+def _expand_one(argument: str, output_dir: str | None) -> list[Input]:
     if argument == "-":
         return [Input("-")]
     if is_remote(argument):
-        return _expand_remote(argument)
+        return _expand_remote(argument, output_dir)
     if os.path.isdir(argument) and not formats.is_recording(argument):
-        inside = sorted(_recordings_below(Path(argument)))
+        left_out = None if output_dir is None else os.path.realpath(local(output_dir))
+        inside = sorted(_recordings_below(Path(argument), left_out))
         if not inside:
             raise DataError(
                 f"{argument}: the folder holds no recording; files such as {', '.join(formats.suffixes()[:4])} were "
@@ -95,31 +97,34 @@ def _expand_one(argument: str) -> list[Input]:
         matches = sorted(glob.glob(argument, recursive=True))
         if not matches:
             raise DataError(f"{argument}: no file has such a name; at least one was expected")
-        return expand(matches)
+        return expand(matches, output_dir)
     folder, name = os.path.split(argument)
     beside = os.listdir(folder or ".") if os.path.isdir(folder or ".") else []
     raise DataError(f"{argument}: there is no such file; a recording was expected{nearest(name, beside)}")
 
 
-def _recordings_below(folder: Path) -> list[Path]:
+def _recordings_below(folder: Path, left_out: str | None) -> list[Path]:
     found = []
     for entry in folder.iterdir():
         if entry.name.startswith("."):
             continue
         if formats.is_recording(str(entry)):
             found.append(entry)
-        elif entry.is_dir() and not entry.is_symlink():
-            found += _recordings_below(entry)
+        elif entry.is_dir() and not entry.is_symlink() and os.path.realpath(entry) != left_out:
+            found += _recordings_below(entry, left_out)
     return found
 
 
-def _expand_remote(address: str) -> list[Input]:
+def _expand_remote(address: str, output_dir: str | None) -> list[Input]:
     filesystem, name = file_system(address)
     if not glob.has_magic(address):
         if formats.is_recording(address) or not filesystem.isdir(name):
             return [Input(address)]
-        root = str(filesystem.unstrip_protocol(name)).rstrip("/") + "/"
+        root = _whole_folder(address)
+        left_out = _whole_folder(output_dir) if output_dir is not None and is_remote(output_dir) else root
         found = sorted(str(filesystem.unstrip_protocol(path)) for path in filesystem.find(name))
+        if not root.startswith(left_out):
+            found = [path for path in found if not path.startswith(left_out)]
         inside = [path for path in found if formats.is_recording(path)]
         if not inside:
             raise DataError(
@@ -131,6 +136,11 @@ def _expand_remote(address: str) -> list[Input]:
     if not matches:
         raise DataError(f"{address}: no file has such a name; at least one was expected")
     return [Input(match) for match in matches]
+
+
+def _whole_folder(address: str) -> str:
+    filesystem, name = file_system(address)
+    return str(filesystem.unstrip_protocol(name)).rstrip("/") + "/"
 
 
 def targets(inputs: Sequence[Input], pattern: str | None, folder: str | None, suffix: str | None) -> list[str]:

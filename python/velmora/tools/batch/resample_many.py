@@ -120,10 +120,10 @@ def resample_many(
             raise UsageError(f"resample_many: {name} is {text!r}; {', '.join(known)} were expected")
     if isinstance(files, (str, PathLike)):
         files = [files]
-    inputs = names.expand([fspath(file) for file in files])
+    folder = None if output_dir is None else fspath(output_dir)
+    inputs = names.expand([fspath(file) for file in files], folder)
     if len(inputs) == 1 and inputs[0].fault:
         raise DataError(inputs[0].fault)
-    folder = None if output_dir is None else fspath(output_dir)
     targets = names.targets(inputs, output, folder, None if output_format is None else f".{output_format}")
     if folder is not None:
         make_folders(targets)

@@ -102,7 +102,7 @@ def run_output(
     inputs
         What the arguments stand for, where the caller knows it already.
     """
-    inputs = names.expand(values["files"]) if inputs is None else inputs
+    inputs = names.expand(values["files"], values["output_dir"]) if inputs is None else inputs
     targets = names.targets(inputs, values["output"], values["output_dir"], suffix)
     if values.get("as_json") and "-" in targets:
         raise UsageError("--json -o -: both go to standard output; one of them was expected")

@@ -66,7 +66,7 @@ def command(ctx: click.Context, /, **values: Any) -> int:
     """
     options = resampling.resample_options(ctx, values, required=True)
     assert options is not None
-    inputs = expand(values["files"])
+    inputs = expand(values["files"], values["output_dir"])
     output_format = values["output_format"]
     work_options = ResampleWork(
         reading.read_options(values),
