@@ -70,6 +70,15 @@ def test_info_counts_cells_of_given_derivatives_too(tmp_path: Path, here: InProc
     assert "  FAULT    log.csv:2: velocity of 'a' is missing; " in here("info", "log.csv", "--use-velocities").out
 
 
+@pytest.mark.parametrize("method", ["linear", "cubic"])
+def test_a_new_grid_takes_no_velocities_from_the_file(tmp_path: Path, here: InProcess, method: str) -> None:
+    (tmp_path / "log.csv").write_text("time_s,a,a_velocity\n0.0,0,100\n0.1,1,200\n0.2,2,300\n")
+    for name, flags in (("without.csv", []), ("with.csv", ["--use-velocities"])):
+        assert here("resample", "log.csv", "--rate", "20", "--method", method, "-o", name, *flags).code == 0
+    assert (tmp_path / "with.csv").read_bytes() == (tmp_path / "without.csv").read_bytes()
+    assert "on a new grid come from the positions alone" in " ".join(here("resample", "--help").out.split())
+
+
 def test_info_says_what_was_dropped_for_the_peaks(tmp_path: Path, here: InProcess) -> None:
     (tmp_path / "log.csv").write_text("time_s,a\n0.0,1\n0.1,nan\n0.2,1\n0.3,1\n")
     run = here("info", "log.csv", "--missing", "drop")

@@ -64,7 +64,8 @@ _MENDING = (
     click.option(
         "--use-velocities",
         is_flag=True,
-        help="Take velocities and further derivatives in the file as given, instead of computing them.",
+        help="Take velocities and further derivatives in the file as given, instead of computing them; those on a new "
+        "grid come from the positions alone.",
     ),
 )
 
