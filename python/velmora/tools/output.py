@@ -4,6 +4,7 @@
 from __future__ import annotations
 
 import contextlib
+import glob
 import os
 import shutil
 import stat
@@ -204,11 +205,11 @@ def write_bytes(target: str, content: bytes, *, force: bool) -> None:
         file.write(content)
 
 
-def discard_all(folder: str, owner: str) -> None:
-    """Remove what processes of that owner left in a folder."""
-    if is_remote(folder):
-        folder = tempfile.gettempdir()
-    for left in Path(folder or ".").glob(_prefix(owner) + "*"):
+def discard_all(pattern: str, owner: str) -> None:
+    """Remove what processes of that owner left in the folders of a pattern."""
+    if is_remote(pattern):
+        pattern = tempfile.gettempdir()
+    for left in glob.glob(os.path.join(pattern, _prefix(owner) + "*")):
         shutil.rmtree(left, ignore_errors=True)
 
 

@@ -18,8 +18,10 @@ sys.path.insert(0, str(Path(__file__).parent))
 
 import works
 from support import leftovers
+from velmora.tools import output
 from velmora.tools.batch.many import ManyOptions, ManyResult, carry_out
-from velmora.tools.batch.tasks import Outcome, Task
+from velmora.tools.batch.names import GROUP, SEGMENT
+from velmora.tools.batch.tasks import Outcome, Task, discard_left
 from velmora.tools.errors import UsageError
 
 
@@ -95,6 +97,26 @@ def test_a_worker_that_is_killed_in_the_middle_of_200_files(tmp_path: Path, opti
 
 def _runs(pid: int) -> bool:
     return Path(f"/proc/{pid}").exists()
+
+
+@pytest.mark.parametrize(
+    ("target", "written"),
+    [
+        ("out/a[1].csv", "out/a[1].csv"),
+        ("out/link.csv", "out/link.csv"),
+        (f"out/{GROUP}/a.csv", "out/left/a.csv"),
+        (f"out/{GROUP}/{SEGMENT}/a.csv", "out/left/1/a.csv"),
+        (f"out/{SEGMENT}/a.csv", "out/a.csv"),
+    ],
+)
+def test_what_a_dead_worker_left_is_found(tmp_path: Path, options: works.Options, target: str, written: str) -> None:
+    (tmp_path / "in/real.csv").write_text("old")
+    (tmp_path / "out/link.csv").symlink_to("../in/real.csv")
+    (tmp_path / written).parent.mkdir(parents=True, exist_ok=True)
+    mine, other = (output.stage(str(tmp_path / written), force=True, owner=owner) for owner in ("run-1", "run-2"))
+    discard_left([Task("a.csv", str(tmp_path / target), works.copy, options)], "run-1")
+    assert not Path(mine.path).parent.exists()
+    assert Path(other.path).parent.exists()
 
 
 def test_work_that_kills_its_worker_once_is_done_by_another(tmp_path: Path, options: works.Options) -> None:

@@ -221,6 +221,12 @@ def known_part(target: str) -> str:
     return target.partition("{" + _MARK)[0]
 
 
+def folder_patterns(target: str) -> set[str]:
+    """Patterns of the folders that the outputs of a target can be in, whatever is filled in when its input was read."""
+    pattern = glob.escape(os.path.dirname(target)).replace(GROUP, "*")
+    return {pattern.replace(SEGMENT, number) for number in ("*", "")}
+
+
 def shown(target: str) -> str:
     """The target as the user wrote it."""
     return target.replace(_MARK, "")

@@ -14,6 +14,7 @@ from typing import Any
 
 import velmora
 from velmora.tools import output
+from velmora.tools.batch.names import folder_patterns
 from velmora.tools.errors import DataError, ToolError
 from velmora.tools.formats.addresses import standard_input_digest
 
@@ -194,9 +195,11 @@ def perform_and_commit(task: Task) -> Outcome:
 
 
 def discard_left(tasks: Sequence[Task], owner: str) -> None:
-    """Remove what workers that died left beside the targets of tasks."""
-    for folder in {os.path.dirname(output.local(task.target)) for task in tasks if task.target is not None}:
-        output.discard_all(folder, owner)
+    """Remove what workers that died left beside the targets of tasks, or beside what a target that is a link names."""
+    targets = {output.local(task.target) for task in tasks if task.target is not None}
+    targets |= {os.path.realpath(target) for target in targets if os.path.islink(target)}
+    for pattern in {pattern for target in targets for pattern in folder_patterns(target)}:
+        output.discard_all(pattern, owner)
 
 
 def digest_of(source: str) -> str:
