@@ -137,8 +137,10 @@ def test_a_full_disk_leaves_the_old_file(tmp_path: Path, log: Path) -> None:
     assert sorted(os.listdir(tmp_path)) == ["log.csv", "out.csv"]
 
 
-@pytest.mark.parametrize(("number", "code"), [(signal.SIGINT, 130), (signal.SIGTERM, 143)])
-def test_an_interrupt_leaves_nothing(tmp_path: Path, number: signal.Signals, code: int) -> None:
+@pytest.mark.parametrize(
+    ("number", "code", "times"), [(signal.SIGINT, 130, 1), (signal.SIGTERM, 143, 1), (signal.SIGINT, 130, 6)]
+)
+def test_an_interrupt_leaves_nothing(tmp_path: Path, number: signal.Signals, code: int, times: int) -> None:
     write_log(tmp_path / "in/a.csv", samples=5_000)
     # With jobs waiting the interrupt comes while workers are at work.
     for index in range(40):
@@ -167,7 +169,9 @@ def test_an_interrupt_leaves_nothing(tmp_path: Path, number: signal.Signals, cod
     until = time.monotonic() + 60
     while not list((tmp_path / "out").glob("*.csv")) and time.monotonic() < until:
         time.sleep(0.01)
-    process.send_signal(number)
+    for _ in range(times):
+        process.send_signal(number)
+        time.sleep(0.015)
     _, errors = process.communicate(timeout=30)
     assert process.returncode == code, errors
     assert leftovers(tmp_path) == []

@@ -10,6 +10,7 @@ from typing import Any
 import click
 
 import velmora
+from velmora.tools.interrupts import ignore_stops, undisturbed
 
 # Name and one line of help of every command; its module is imported when it is asked for.
 COMMANDS = {
@@ -108,7 +109,11 @@ def commands(ctx: click.Context) -> None:
 def main(args: Sequence[str] | None = None) -> None:
     """Run the command line and leave with its exit code."""
     spare_pandas()
-    sys.exit(run(args))
+    try:
+        code = run(args)
+    finally:
+        ignore_stops()  # one more would take the exit code away while the interpreter ends
+    sys.exit(code)
 
 
 class _NoPandas:
@@ -142,7 +147,8 @@ def run(args: Sequence[str] | None = None) -> int:
         config.with_origin(error).show()
         return error.exit_code
     except (KeyboardInterrupt, click.Abort):
-        _say("velmora: interrupted")
+        with undisturbed():
+            _say("velmora: interrupted")
         return EXIT_INTERRUPTED
     except (BrokenPipeError, ReaderLeftError):
         # The interpreter flushes once more on its way out.

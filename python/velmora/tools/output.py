@@ -15,6 +15,7 @@ from pathlib import Path
 from typing import Any
 
 from velmora.tools.errors import DataError, UsageError
+from velmora.tools.interrupts import undisturbed
 
 # Names in the folder of a bag, beside its metadata.
 _OF_A_BAG = (".mcap", ".db3", ".mcap.zstd", ".db3.zstd")
@@ -57,7 +58,8 @@ class Staged:
     def discard(self) -> None:
         """Remove what was written and not moved."""
         if self.path != self.target:
-            shutil.rmtree(Path(self.path).parent, ignore_errors=True)
+            with undisturbed():
+                shutil.rmtree(Path(self.path).parent, ignore_errors=True)
 
 
 def is_remote(address: str) -> bool:
@@ -233,12 +235,13 @@ def _rename(path: Path, target: Path, force: bool) -> None:
     if path.is_dir() and target.exists():
         # A folder cannot be renamed onto a file, or onto another that holds files: the old one moves aside first.
         aside = path.parent / "replaced"
-        target.rename(aside)
-        try:
-            path.rename(target)
-        except OSError:
-            aside.rename(target)
-            raise
+        with undisturbed():
+            target.rename(aside)
+            try:
+                path.rename(target)
+            except OSError:
+                aside.rename(target)
+                raise
         return
     with contextlib.suppress(FileNotFoundError):
         path.chmod(stat.S_IMODE(target.stat().st_mode))

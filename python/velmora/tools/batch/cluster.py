@@ -12,6 +12,7 @@ from typing import Any
 from velmora.tools import output
 from velmora.tools.batch.tasks import Outcome, Task, discard_left, perform, perform_and_commit
 from velmora.tools.errors import UsageError
+from velmora.tools.interrupts import undisturbed
 
 CONNECT_WITHIN_S = 10
 
@@ -48,8 +49,9 @@ def run_on_cluster(tasks: Sequence[Task], scheduler: str) -> Iterator[tuple[int,
             yield index, _outcome(owned[index], future)
             future.release()
     finally:
-        client.cancel(futures)
-        discard_left(owned, run)
+        with undisturbed():
+            client.cancel(futures)
+            discard_left(owned, run)
         client.close()
 
 

@@ -20,6 +20,7 @@ from dataclasses import dataclass, replace
 from multiprocessing.connection import Connection, Pipe, wait
 
 from velmora.tools.batch.tasks import Outcome, Task, discard_left, perform
+from velmora.tools.interrupts import undisturbed
 
 # A task whose worker has died so often is set aside.
 ATTEMPTS = 3
@@ -67,10 +68,11 @@ def run_local(tasks: Sequence[Task], jobs: int) -> Iterator[tuple[int, Outcome]]
                     _dismiss(worker)
                 yield index, outcome
     finally:
-        for worker in workers:
-            worker.process.kill()
-            _dismiss(worker)
-        discard_left(tasks, run)
+        with undisturbed():
+            for worker in workers:
+                worker.process.kill()
+                _dismiss(worker)
+            discard_left(tasks, run)
 
 
 def serve(descriptor: int) -> None:
