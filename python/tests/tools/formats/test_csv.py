@@ -211,6 +211,15 @@ def test_options() -> None:
         read("x.npz", ReadOptions(group_by="x"))
 
 
+@pytest.mark.parametrize("column", [None, "clock"])
+def test_a_rate_leaves_the_times_aside_and_says_so(column: str | None) -> None:
+    found = parse("clock,a\n0.0,1\n0.7,2\n", rate_hz=10.0, time_column=column)
+    assert times(found) == [0, 100_000_000]
+    assert [note.text for note in found.notes if note.key == "time"] == [
+        "10.0 samples per second (--input-rate); column 'clock' is left aside"
+    ]
+
+
 def test_degrees_leave_columns_that_are_named_in_another_unit() -> None:
     text = "time_s,arm,slide [m],lift [mm/s],lift,wrist_rad,elbow_deg,arm_torque\n0,180,0.5,3,180,1.5,180,7\n"
     found = parse(text, degrees=True)

@@ -99,7 +99,7 @@ def plan(source: str, fields: Sequence[Field], options: ReadOptions) -> Plan:
     fields = [field._replace(name=clean(field.name)) for field in fields]
     notes: list[Note] = []
     time, unit, why = _clock(source, fields, options)
-    if time and options.rate_hz is not None and options.time_column is None:
+    if time and options.rate_hz is not None:
         notes.append(
             Note(
                 "time",
