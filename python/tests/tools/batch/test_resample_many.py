@@ -68,6 +68,18 @@ def test_arguments_are_checked(tmp_path: Path, logs: Path) -> None:
         resample_many(logs, output_dir=tmp_path / "out", rate_hz=3, columns=["positions", "speeds"])
 
 
+def test_members_and_paths_are_as_good_as_their_texts(tmp_path: Path, logs: Path) -> None:
+    methods: list[Any] = ["linear", vm.ResamplingMethod.linear]
+    modes: list[Any] = ["exact_dt_trim", vm.ResamplingTimeGridMode.exact_dt_trim]
+    for index, path in enumerate((str(tmp_path / "0.csv"), tmp_path / "1.csv")):
+        (row,) = resample_many(logs / "0.csv", path, rate_hz=30, method=methods[index], grid_mode=modes[index])
+        assert (row["status"], row["output"], row["samples_out"]) == ("done", str(path), 15)
+    assert (tmp_path / "0.csv").read_bytes() == (tmp_path / "1.csv").read_bytes()
+    other: Any = vm.ResamplingTimeGridMode.exact_dt_trim
+    with pytest.raises(UsageError, match=r"method is <ResamplingTimeGridMode\.exact_dt_trim: 1>; linear, cubic were"):
+        resample_many(logs, tmp_path / "{stem}.csv", rate_hz=30, method=other)
+
+
 @pytest.mark.parametrize(
     ("arguments", "expected"),
     [

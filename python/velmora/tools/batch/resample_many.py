@@ -5,10 +5,12 @@ from __future__ import annotations
 
 import math
 from collections.abc import Callable, Sequence
+from enum import IntEnum
 from numbers import Integral, Real
 from os import PathLike, fspath
 from typing import Any, get_args
 
+from velmora import ResamplingMethod, ResamplingTimeGridMode
 from velmora.tools.batch import names, summary
 from velmora.tools.batch.many import ManyOptions, carry_out
 from velmora.tools.batch.tasks import Outcome, Task
@@ -30,14 +32,14 @@ from velmora.tools.options import ReadOptions, WriteOptions
 
 def resample_many(
     files: Sequence[str | PathLike[str]] | str | PathLike[str],
-    output: str | None = None,
+    output: str | PathLike[str] | None = None,
     *,
     output_dir: str | PathLike[str] | None = None,
     sample_time_s: float | None = None,
     rate_hz: float | None = None,
     samples: int | None = None,
-    method: Method = "cubic",
-    grid_mode: GridMode = "exact_dt_append_endpoint",
+    method: Method | ResamplingMethod = "cubic",
+    grid_mode: GridMode | ResamplingTimeGridMode = "exact_dt_append_endpoint",
     strict_cubic: bool = False,
     columns: Sequence[str] = DEFAULT_COLUMNS,
     gaps: GapTreatment = "bridge",
@@ -111,9 +113,11 @@ def resample_many(
     for name, value, least in (("samples", samples, 1), ("max_samples", max_samples, 1), ("jobs", jobs, 0)):
         if value is not None and (not isinstance(value, Integral) or value < least):
             raise UsageError(f"resample_many: {name} is {value!r}; a whole number from {least} on was expected")
+    method_name: Method = _name_of(method, ResamplingMethod)
+    grid_name: GridMode = _name_of(grid_mode, ResamplingTimeGridMode)
     for name, text, known in (
-        ("method", method, get_args(Method)),
-        ("grid_mode", grid_mode, get_args(GridMode)),
+        ("method", method_name, get_args(Method)),
+        ("grid_mode", grid_name, get_args(GridMode)),
         ("gaps", gaps, get_args(GapTreatment)),
     ):
         if text not in known:
@@ -124,12 +128,13 @@ def resample_many(
     inputs = names.expand([fspath(file) for file in files], folder)
     if len(inputs) == 1 and inputs[0].fault:
         raise DataError(inputs[0].fault)
-    targets = names.targets(inputs, output, folder, None if output_format is None else f".{output_format}")
+    pattern = None if output is None else fspath(output)
+    targets = names.targets(inputs, pattern, folder, None if output_format is None else f".{output_format}")
     if folder is not None:
         make_folders(targets)
     quantities = checked_columns(tuple(columns))
     resample = ResampleOptions(
-        sample_time_s, rate_hz, samples, method, grid_mode, strict_cubic, quantities, gaps, max_gap_s, max_samples
+        sample_time_s, rate_hz, samples, method_name, grid_name, strict_cubic, quantities, gaps, max_gap_s, max_samples
     )
     options = ResampleWork(
         read or ReadOptions(),
@@ -148,6 +153,11 @@ def resample_many(
             on_done(outcome.source, status)
 
     return summary.rows(carry_out(tasks, ManyOptions(jobs, scheduler, resume), done))
+
+
+def _name_of(value: Any, enumeration: type[IntEnum]) -> Any:
+    """The name of a member; anything else as it is."""
+    return value.name if isinstance(value, enumeration) else value
 
 
 def _is_positive(value: object) -> bool:
