@@ -99,6 +99,16 @@ def test_derivatives_of_a_parabola_are_exact() -> None:
     assert parabola.jerks[:, 0].tolist() == [0.0] * 5
 
 
+@pytest.mark.parametrize("samples", [11, 101])
+def test_three_jerks_at_the_ends_are_none_of_a_cubic_however_fine(samples: int) -> None:
+    time = np.linspace(0.0, 1.0, samples)
+    cubic = vm.JointTrajectory(time[:, None] ** 3, time=time)
+    inside = [6.0] * (samples - 6)
+    expected = [2.25, 3.75, 5.25, *inside, 5.25, 3.75, 2.25]
+    np.testing.assert_allclose(cubic.jerks[:, 0], expected, rtol=1e-6)
+    assert cubic.accelerations[0, 0] == pytest.approx(4.5 * time[1])
+
+
 def test_jerks_follow_from_supplied_accelerations() -> None:
     given = trajectory(accelerations=[[0.0, 0.0], [1.0, 2.0], [3.0, 6.0]])
     assert (

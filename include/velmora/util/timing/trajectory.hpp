@@ -88,13 +88,14 @@ class JointTrajectory {
   /// Second derivative: as supplied, else the three-point derivative of `velocities()`.
   /// @return N x J, in the unit of the positions per second squared
   ///
-  /// Lifetime, complexity, thread safety and method: as `velocities()`.
+  /// Lifetime, complexity, thread safety and method: as `velocities()`, but order 1 at the ends and on uneven times.
   VELMORA_EXPORT const Matrix& accelerations() const;
 
   /// Third derivative: as supplied, else the three-point derivative of `accelerations()`.
   /// @return N x J, in the unit of the positions per second cubed
   ///
-  /// Lifetime, complexity, thread safety and method: as `velocities()`.
+  /// Lifetime, complexity, thread safety and method: as `velocities()`, but at the ends and on uneven times the
+  /// error does not shrink with the steps.
   VELMORA_EXPORT const Matrix& jerks() const;
 
   /// An independent deep copy that carries the derivatives present so far, supplied or computed.

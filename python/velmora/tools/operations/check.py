@@ -104,9 +104,9 @@ def check(
     limits
         The limits of its joints.
     derivatives
-        ``three-point``: differences of second order, as the library's own; ``forward``: differences to the next sample;
-        ``spline``: those of a cubic spline through the positions. Positions and velocities are sampled at the median
-        step; accelerations and jerks are taken at the recorded samples, where they are largest.
+        ``three-point``: three-point differences, level by level, the library's own; ``forward``: differences to the
+        next sample; ``spline``: those of a cubic spline through the positions. Positions and velocities are sampled at
+        the median step; accelerations and jerks are taken at the recorded samples, where they are largest.
     tolerance
         By how much of its half width an interval may be passed.
     guard_units
