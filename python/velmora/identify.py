@@ -164,8 +164,9 @@ def identify_modes(
 
     Notes
     -----
-    Deterministic. Complexity: O(N J) for the fit, and a bound that does not depend on N for the search. Thread safety:
-    holds no state.
+    Nothing is random, but the linear algebra is that of numpy and scipy, whose last digits depend on their versions and
+    on the processor. Complexity: O(N J) for the fit, and a bound that does not depend on N for the search. Thread
+    safety: holds no state.
 
     Y. Hua and T. K. Sarkar, IEEE Trans. Acoust., Speech, Signal Process. 38 (1990) 814-824 (matrix pencil); G. Schwarz,
     Ann. Statist. 6 (1978) 461-464 (order); G. H. Golub and V. Pereyra, SIAM J. Numer. Anal. 10 (1973) 413-432 (fit);
