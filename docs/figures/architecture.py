@@ -32,7 +32,7 @@ PARTS = {
         "report": ["python/velmora/tools/report", "python/velmora/tools/plot.py"],
         "operations": ["python/velmora/tools/operations"],
         "formats": ["python/velmora/tools/formats"],
-        "recording": ["python/velmora/tools"],  # what stands beside the folders is shared by them
+        "shared": ["python/velmora/tools"],  # what stands beside the folders
     },
 }
 TITLES = {
