@@ -174,3 +174,17 @@ def test_a_variable_that_is_not_known_is_refused(
         2,
         "environment: VELMORA_INFO_TIME_UINT is not known; did you mean 'VELMORA_INFO_TIME_UNIT'?\n",
     )
+
+
+def test_a_variable_of_a_misspelt_command_is_refused(
+    project: Path, here: InProcess, monkeypatch: pytest.MonkeyPatch
+) -> None:
+    monkeypatch.setenv("VELMORA_BUILD_DIR", "somebody's own")
+    monkeypatch.setenv("VELMORA_REPO_DIR", "another's own, though nearly a report's")
+    assert here("info", "log.csv").code == 0
+    monkeypatch.setenv("VELMORA_RESAMPEL_RATE", "5")
+    run = here("info", "log.csv")
+    assert (run.code, run.err) == (
+        2,
+        "environment: VELMORA_RESAMPEL_RATE is not known; did you mean 'VELMORA_RESAMPLE_RATE'?\n",
+    )

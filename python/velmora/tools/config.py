@@ -46,6 +46,7 @@ def defaults(ctx: click.Context) -> dict[str, Any]:
     if command is None or name is None:
         return {}
     _refuse_unknown_variables(command, name)
+    _refuse_misspelt_commands(ctx)
     path = find(Path.cwd())
     if path is None:
         return {}
@@ -168,6 +169,20 @@ def _refuse_unknown_variables(command: click.Command, name: str) -> None:
     for variable in os.environ:
         if variable.startswith(f"VELMORA_{name.upper()}_") and variable not in known:
             _unknown("environment", variable, variable, known)
+
+
+def _refuse_misspelt_commands(ctx: click.Context) -> None:
+    """Of variables that name no command only those that nearly do, with an option of it: others may be anybody's."""
+    assert isinstance(ctx.command, click.Group)
+    names = ctx.command.list_commands(ctx)
+    for variable in os.environ:
+        start, _, rest = variable.partition("_")
+        word, _, option = rest.lower().partition("_")
+        if start == "VELMORA" and option and word not in names:
+            for nearest in difflib.get_close_matches(word, names, n=1, cutoff=0.75):
+                command = ctx.command.get_command(ctx, nearest)
+                if command is not None and option in _by_name(command):
+                    _unknown("environment", variable, variable, [f"VELMORA_{nearest}_{option}".upper()])
 
 
 def _by_name(command: click.Command) -> dict[str, click.Option]:
