@@ -1,12 +1,16 @@
 # SPDX-License-Identifier: Apache-2.0
 """`velmora shape`: what it writes, and what it says of peaks and limits."""
 
+import itertools
 from pathlib import Path
 
 import jsonschema
 import numpy as np
 import pytest
 import velmora as vm
+from scipy.integrate import solve_ivp
+from scipy.interpolate import CubicSpline
+from velmora import shaping
 from velmora.tools.main import run
 from vibrating_machine import SCHEMA, as_json, drive, here, machine
 
@@ -171,3 +175,62 @@ def test_swings_before_and_after_come_from_the_same_interpolation(
     (report,) = as_json(capsys, *arguments)["files"][0]["recordings"]
     (mode,) = report["modes"]
     assert mode["swing_after"] / mode["swing_before"] == pytest.approx(mode["predicted"], abs=0.01)
+
+
+def swing_left(t: np.ndarray, x: np.ndarray, sequence: shaping.ImpulseSequence, mode: shaping.VibrationMode) -> float:
+    """Amplitude of the mode when the last copy of the spline through the samples has ended, piece by piece."""
+    w, z = 2.0 * np.pi * mode.frequency_hz, mode.damping_ratio
+    acceleration = CubicSpline(t, x).derivative(2)
+    delays, amplitudes = sequence.times_s, sequence.amplitudes
+    edges = np.unique((t[:, None] + delays).round(12))
+    state = np.zeros(2)
+    for start, end in itertools.pairwise(edges):
+        middle = (start + end) / 2.0 - delays
+        acting = np.where((middle > t[0]) & (middle < t[-1]), amplitudes, 0.0)
+
+        def rate(s: float, y: np.ndarray, acting: np.ndarray = acting) -> list[float]:
+            return [y[1], -2.0 * z * w * y[1] - w * w * y[0] - float(acting @ acceleration(s - delays))]
+
+        state = solve_ivp(rate, (start, end), state, rtol=1e-8, atol=1e-12, method="DOP853").y[:, -1]
+    return float(np.hypot(state[0], (state[1] + z * w * state[0]) / (w * np.sqrt(1.0 - z * z))))
+
+
+@pytest.mark.parametrize("move", ["cubic ramp", "trapezoid"])
+@pytest.mark.parametrize(("frequency", "shaper"), [(4.3, "zv"), (7.7, "zv"), (13.3, "zvd"), (7.7, "ei")])
+def test_the_swings_of_a_move_whose_acceleration_jumps_are_those_of_an_integration(
+    tmp_path: Path, capsys: pytest.CaptureFixture[str], move: str, frequency: float, shaper: str
+) -> None:
+    t = np.arange(61) / 100.0
+    x = 3.0 * (t / 0.6) ** 2 - 2.0 * (t / 0.6) ** 3
+    if move == "trapezoid":
+        braking = np.maximum(t - 0.4, 0.0)
+        x = 2.5 * np.minimum(t, 0.2) ** 2 + np.maximum(t - 0.2, 0.0) - 2.5 * braking**2
+    rows = (f"{time!r},{value!r}" for time, value in zip(t.tolist(), x.tolist(), strict=True))
+    (tmp_path / "move.csv").write_text("\n".join(["time,a", *rows]) + "\n", encoding="utf-8")
+    arguments = ["shape", str(tmp_path / "move.csv"), "--mode", f"{frequency}:0.02", "--shaper", shaper]
+    swings = {}
+    for method in ("cubic", "linear"):
+        output = str(tmp_path / f"{method}.csv")
+        (report,) = as_json(capsys, *arguments, "--method", method, "-o", output)["files"][0]["recordings"]
+        swings[method] = report["modes"][0]["swing_before"], report["modes"][0]["swing_after"]
+    sequence = shaping.ImpulseSequence(report["shaper"]["times_s"], report["shaper"]["amplitudes"])
+    mode = shaping.VibrationMode(frequency, 0.02)
+    before = swing_left(t, x, shaping.ImpulseSequence([0.0], [1.0]), mode)
+    after = swing_left(t, x, sequence, mode)
+    assert swings["cubic"] == pytest.approx((before, after), abs=1e-3 * before)
+    # Straight lines between the samples leave something else; the same share of it, for the copies are the same.
+    before, after = swings["linear"]
+    assert after / before == pytest.approx(report["modes"][0]["predicted"], abs=2e-3)
+
+
+def test_a_move_that_is_not_at_rest_swings_by_its_jumps_too(tmp_path: Path, capsys: pytest.CaptureFixture[str]) -> None:
+    rows = (f"{k / 100.0},{k / 100.0}" for k in range(61))
+    (tmp_path / "line.csv").write_text("\n".join(["time,a", *rows]) + "\n", encoding="utf-8")
+    arguments = ["shape", str(tmp_path / "line.csv"), "--mode", "7.7:0", "--shaper", "zv", "--weight", "0.5"]
+    (report,) = as_json(capsys, *arguments, "-o", str(tmp_path / "o.csv"))["files"][0]["recordings"]
+    # The velocity jumps from 0 to 1 and, 0.6 s later, back.
+    w = 2.0 * np.pi * 7.7
+    (mode,) = report["modes"]
+    assert mode["swing_before"] == pytest.approx(abs(np.exp(0.6j * w) - 1.0) / w, rel=2.5e-3)
+    assert mode["swing_after"] / mode["swing_before"] == pytest.approx(0.5, abs=1e-3)
+    assert len(report["warnings"]) == 2

@@ -239,10 +239,14 @@ def test_what_a_ramp_leaves_is_that_of_a_simulation() -> None:
         mode = shaping.VibrationMode(frequency, damping)
         times = np.linspace(0.0, move_s, 20_001)
         u = times / move_s
-        pushes = (u * (60.0 + u * (-180.0 + 120.0 * u)) / move_s**2)[:, None]
-        expected = amplitude(response(times, pushes, mode), mode, times[1])[0]
+        positions = (u**3 * (10.0 + u * (-15.0 + 6.0 * u)))[:, None]
+        velocities = (30.0 * u**2 * (1.0 - u) ** 2 / move_s)[:, None]
+        expected = amplitude(response(times, positions, velocities, mode), mode, times[1])[0]
         found = ramp_residual((KnownMode(mode, frequency, frequency, "given"),), move_s)
         assert found == pytest.approx(expected, rel=1e-5)
+    # One that does not begin to follow is left behind by the whole move.
+    slow = KnownMode(shaping.VibrationMode(1e-3, 0.0), 1e-3, 1e-3, "given")
+    assert ramp_residual((slow,), 0.1) == pytest.approx(1.0, rel=1e-3)
 
 
 def test_a_mode_that_is_not_there_is_not_verified(here: Path, capsys: pytest.CaptureFixture[str]) -> None:

@@ -20,7 +20,7 @@ from velmora.tools.recording import Recording
 
 Array = NDArray[np.float64]
 
-# A quarter of a swing at 20 steps a swing moves an amplitude by less than a thousandth.
+# At so many, an acceleration that jumps within a step moves an amplitude by less than a thousandth.
 STEPS_PER_SWING = 40.0
 # Simulated values of all joints, in a gigabyte or two; more only for a recording that is as large itself.
 MOST_VALUES = 10_000_000
@@ -166,8 +166,10 @@ def _recording_of(recording: Recording, whole: vm.ShapedTrajectory) -> Recording
     )
 
 
-def _commands(raw: vm.JointTrajectory, options: ShapeOptions, times_s: Array) -> tuple[Array, Array]:
-    """Accelerations of the raw and of the shaped command at any times: both of the same interpolation."""
+def _commands(
+    raw: vm.JointTrajectory, options: ShapeOptions, times_s: Array
+) -> tuple[vm.ShapedTrajectory, vm.ShapedTrajectory]:
+    """The raw and the shaped command at any times: both of the same interpolation."""
     alone, copy = (
         shaping.shape_trajectory(raw, sequence, times_s=times_s, method=options.method)
         for sequence in (UNSHAPED, options.sequence)
@@ -175,13 +177,17 @@ def _commands(raw: vm.JointTrajectory, options: ShapeOptions, times_s: Array) ->
     move = alone.move
     interpolated = vm.JointTrajectory(move.positions, move.velocities, move.accelerations, move.time)
     blended = shaping.blend_shaped_trajectory(interpolated, copy, options.weight, options.transition_s)
-    return shaping.join_move_and_tail(alone).accelerations, shaping.join_move_and_tail(blended).accelerations
+    return shaping.join_move_and_tail(alone), shaping.join_move_and_tail(blended)
 
 
 def _left(known: KnownMode, raw: vm.JointTrajectory, options: ShapeOptions, sequence: shaping.ImpulseSequence) -> Left:
     mode = known.mode
-    step = min(1.0 / (STEPS_PER_SWING * mode.frequency_hz), float(np.median(np.diff(raw.time))))
-    lasts_s = float(raw.time[-1]) + options.sequence.duration_s
+    end_s = float(raw.time[-1])
+    longest = min(1.0 / (STEPS_PER_SWING * mode.frequency_hz), float(np.median(np.diff(raw.time))))
+    # The end of the move is one of the times: a blend holds the raw command where its last sample is.
+    steps_of_move = int(np.ceil(end_s / longest))
+    step = end_s / steps_of_move
+    lasts_s = end_s + options.sequence.duration_s
     steps = round((lasts_s + 3.0 / mode.frequency_hz) / step) + 1
     values, most = steps * raw.positions.shape[1], max(MOST_VALUES, 4 * raw.positions.size)
     if values > most:
@@ -190,12 +196,15 @@ def _left(known: KnownMode, raw: vm.JointTrajectory, options: ShapeOptions, sequ
             f"{values:,} values; at most {most:,} were expected; another --mode, or a shorter move"
         )
     times: Array = np.arange(steps, dtype=np.float64) * step
-    before, after = (response(times, command, mode) for command in _commands(raw, options, times))
+    times[steps_of_move] = end_s
+    before, after = (
+        response(times, command.positions, command.velocities, mode) for command in _commands(raw, options, times)
+    )
     last_raw, last_shaped = amplitude(before, mode, step), amplitude(after, mode, step)
     joint = int(np.argmax(last_raw))
     # Back to the end of each command, where the residual is defined.
     rate = 2.0 * np.pi * mode.frequency_hz * mode.damping_ratio
-    ends = (float(raw.time[-1]), float(raw.time[-1]) + sequence.duration_s)
+    ends = (end_s, end_s + sequence.duration_s)
     growths = [float(np.exp(rate * (times[-1] - end))) for end in ends]
     return Left(
         known,

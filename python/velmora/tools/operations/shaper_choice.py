@@ -165,5 +165,6 @@ def _of_ramp(mode: shaping.VibrationMode, move_s: float) -> float:
         return float(np.abs(total) / (move_s * pole.imag))
     times = np.linspace(0.0, move_s, 2000)
     u = times / move_s
-    accelerations = (u * (60.0 + u * (-180.0 + 120.0 * u)) / move_s**2)[:, None]
-    return float(amplitude(response(times, accelerations, mode), mode, times[1])[0])
+    positions = (u**3 * (10.0 + u * (-15.0 + 6.0 * u)))[:, None]
+    velocities = (30.0 * u**2 * (1.0 - u) ** 2 / move_s)[:, None]
+    return float(amplitude(response(times, positions, velocities, mode), mode, times[1])[0])

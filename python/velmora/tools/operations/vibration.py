@@ -158,22 +158,27 @@ def rounded(sequence: shaping.ImpulseSequence, period_s: float) -> shaping.Impul
     return shaping.ImpulseSequence(times * period_s, np.bincount(index, weights=sequence.amplitudes))
 
 
-def response(times_s: Array, accelerations: Array, mode: shaping.VibrationMode) -> Array:
-    """How far a mode on top of the joints swings, over evenly spaced times and later: q'' + 2 z w q' + w^2 q = -a.
+def response(times_s: Array, positions: Array, velocities: Array, mode: shaping.VibrationMode) -> Array:
+    """How far a mode on top of the joints swings, over evenly spaced times and later: q'' + 2 z w q' + w^2 q = -x''.
 
-    The accelerations run linearly between samples; the step from one to the next is exact (first-order hold, see
-    G. F. Franklin, J. D. Powell, M. Workman, "Digital Control of Dynamic Systems", 1998). Shape (N, J).
+    The command x is at rest before; in each step it is the cubic through positions and velocities at both ends, and the
+    swing from one sample to the next is that of the cubic exactly. Where within a step an acceleration jumps, as at the
+    ends of a ramp or where a delayed copy begins, this keeps its integral and its first moment. Shape (N, J).
     """
     step = float(times_s[-1] - times_s[0]) / (len(times_s) - 1)
     w, z = 2.0 * np.pi * mode.frequency_hz, mode.damping_ratio
     damped = w * np.sqrt(1.0 - z * z)
     pole = complex(-z * w, damped)
-    x = pole * step
-    decay = np.exp(x)
-    # Weights of the acceleration at the start and at the end of a step in the integral of exp(pole (step - s)) a(s).
-    at_end = (decay - 1.0 - x) / (pole * x)
-    at_start = (decay - 1.0) / pole - at_end
-    driven = lfilter([at_end, at_start], [1.0, -decay], accelerations.astype(np.complex128), axis=0)
+    # The acceleration of the cubic: mean + slope (s - step / 2).
+    mean = np.diff(velocities, axis=0) / step
+    average = (velocities[1:] + velocities[:-1]) / 2.0
+    slope = 12.0 / step**2 * (average - np.diff(positions, axis=0) / step)
+    # The integrals of exp(pole (step - s)) times 1 and times s - step / 2.
+    of_mean = np.expm1(pole * step) / pole
+    of_slope = (of_mean - step) / pole - step / 2.0 * of_mean
+    # A velocity at the first sample is a jump from rest.
+    drive = np.vstack([velocities[:1], of_mean * mean + of_slope * slope])
+    driven = lfilter([1.0], [1.0, -np.exp(pole * step)], drive, axis=0)
     return np.asarray(-driven.imag / damped, dtype=np.float64)
 
 
