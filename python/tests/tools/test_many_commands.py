@@ -9,7 +9,7 @@ import os
 from pathlib import Path
 
 import pytest
-from bags import bag, states
+from bags import STATE, STORE, bag, header, point, state, states
 from support import InProcess, write_log
 
 
@@ -243,6 +243,27 @@ def test_one_table_of_all_groups_is_no_piece(command: tuple[str, ...], tmp_path:
     assert run.code == 0, run.err
     assert (tmp_path / "all.csv").exists()
     assert "ep.csv[episode=1] -> all.csv" in run.err
+
+
+def test_signs_in_the_values_of_a_column_belong_to_the_group(tmp_path: Path, here: InProcess) -> None:
+    (tmp_path / "ep.csv").write_text("run,time_s,a\na=1,0,1\na=1,1,2\nb=1,0,3\nb=1,1,4\n[c],0,5\n[c],1,6\n")
+    run = here("convert", "ep.csv", "--group-by", "run", "--output-dir", "out", "-o", "{group}.csv")
+    assert run.code == 0, run.err
+    assert sorted(path.name for path in (tmp_path / "out").iterdir()) == ["[c].csv", "a=1.csv", "b=1.csv"]
+
+
+def test_the_messages_of_every_topic_have_outputs_of_their_own(tmp_path: Path, here: InProcess) -> None:
+    kind = "trajectory_msgs/msg/JointTrajectory"
+    plan = STORE.types[kind](header(0), ["a", "b"], [point([1, 2], 10**9), point([3, 4], 2 * 10**9)])
+    measured = [("/js][2]", STATE, k, state(k * 10**9, ["a"], [k], [], [])) for k in range(1, 4)]
+    bag(tmp_path / "log", [*((topic, kind, 1, plan) for topic in ("/left", "/left", "/right", "/right")), *measured])
+    run = here("convert", "log", "--output-dir", "out", "--format", "csv")
+    assert run.code == 0, run.err
+    names = sorted(path.name for path in (tmp_path / "out").iterdir())
+    assert names == ["log_js][2].csv", *(f"log_{topic}_{k}.csv" for topic in ("left", "right") for k in (1, 2))]
+    run = here("resample", "log", "--rate", "2", "--output-dir", "named", "-o", "{group}.csv")
+    assert run.code == 0, run.err
+    assert (tmp_path / "named/left_2.csv").exists()
 
 
 def test_braces_in_the_name_of_an_input_stay(tmp_path: Path, here: InProcess) -> None:

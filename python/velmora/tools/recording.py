@@ -50,6 +50,8 @@ class Layout:
 
     Attributes
     ----------
+    message
+        The number of the message, counted from 1, where each message of the topic is a recording of its own.
     episodes
         A column that was left out, whose values may tell recordings apart.
     """
@@ -58,6 +60,7 @@ class Layout:
     columns: tuple[Column, ...] = ()
     topic: str = ""
     message_type: str = ""
+    message: int | None = None
     episodes: str = ""
 
 

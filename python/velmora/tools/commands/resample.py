@@ -125,9 +125,11 @@ def work(task: Task, stage: Stage) -> tuple[list[JsonObject], list[str]]:
 
 
 def group_of(recording: Recording) -> str:
-    """What tells a recording from the others of its file: the value of the column, or the topic."""
-    _, bracket, rest = recording.source.rpartition("[")
-    return rest.removesuffix("]").rpartition("=")[2] if bracket else ""
+    """What tells a recording from the others of its file: the value of the column, or the topic and the message."""
+    if recording.group is not None:
+        return str(recording.group.key)
+    layout = recording.layout
+    return layout.topic if layout.message is None else f"{layout.topic}_{layout.message}"
 
 
 def _report(held: list[Recording], options: ResampleWork) -> JsonObject:

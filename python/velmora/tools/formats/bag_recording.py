@@ -28,7 +28,7 @@ def recordings(decoder: Decoder, options: ReadOptions, notes: Sequence[Note]) ->
         and (sum(len(piece.messages) for piece in pieces) > decoder.messages)
     )
     if not several:
-        return [_recording(decoder.source, decoder, pieces, options, notes)]
+        return [_recording(None, decoder, pieces, options, notes)]
     of_message: dict[int, list[Piece]] = {}
     for piece in pieces:
         for place, message in enumerate(piece.messages.tolist()):
@@ -43,15 +43,13 @@ def recordings(decoder: Decoder, options: ReadOptions, notes: Sequence[Note]) ->
                     {quantity: values[one] for quantity, values in piece.values.items()},
                 )
             )
-    return [
-        _recording(f"{decoder.source}[{message + 1}]", decoder, parts, options, notes)
-        for message, parts in sorted(of_message.items())
-    ]
+    return [_recording(message + 1, decoder, parts, options, notes) for message, parts in sorted(of_message.items())]
 
 
 def _recording(
-    source: str, decoder: Decoder, pieces: list[Piece], options: ReadOptions, notes: Sequence[Note]
+    message: int | None, decoder: Decoder, pieces: list[Piece], options: ReadOptions, notes: Sequence[Note]
 ) -> Recording:
+    source = decoder.source if message is None else f"{decoder.source}[{message}]"
     names = list(
         dict.fromkeys(name for piece in {piece.names: piece for piece in pieces}.values() for name in piece.names)
     )
@@ -93,7 +91,7 @@ def _recording(
         rows=rows,
         missing=missing or None,
         notes=tuple(told),
-        layout=Layout("bag", (), decoder.channel.topic, decoder.channel.type),
+        layout=Layout("bag", (), decoder.channel.topic, decoder.channel.type, message),
         group=None,
     )
 
