@@ -75,6 +75,18 @@ def test_results_do_not_become_inputs(folder: Path) -> None:
     assert [entry.path for entry in expand(["logs/deep"], "logs/deep")] == ["logs/deep/a.csv"]
 
 
+def test_a_folder_of_bags_and_a_folder_that_is_one(folder: Path) -> None:
+    for name in ("run/a_0.mcap", "run/a_1.mcap", "bag/bag_0.db3", "bag/bag_1.db3", "one/one.mcap.zstd", "two/only.db3"):
+        Path(name).parent.mkdir(exist_ok=True)
+        Path(name).touch()
+    assert [entry.path for entry in expand(["run"])] == ["run/a_0.mcap", "run/a_1.mcap"]
+    assert [entry.path for entry in expand(["bag/", "one", "two"])] == ["bag/", "one", "two/only.db3"]
+    Path("run/metadata.yaml").touch()
+    assert [entry.path for entry in expand(["run"])] == ["run"]
+    os.chdir("bag")
+    assert [entry.path for entry in expand(["."])] == ["."]
+
+
 def test_addresses_are_expanded_by_their_file_system() -> None:
     memory = fsspec.filesystem("memory")
     memory.pipe("/names/a.csv", b"x")

@@ -35,6 +35,7 @@ FORMATS = {
     "yaml": (".yaml", ".yml"),
 }
 _READ_ONLY = ("sqlite3", "bag")
+_BAG_FILES = (*FORMATS["mcap"], *FORMATS["sqlite3"])
 _TEXT = ("csv", "tsv")
 _TABLES = (*_TEXT, "parquet", "feather")
 _READERS = {
@@ -62,9 +63,15 @@ def is_recording(path: str) -> bool:
 
 
 def _is_bag_folder(path: str) -> bool:
-    return os.path.isdir(path) and any(
-        name == "metadata.yaml" or name.endswith((".mcap", ".db3")) for name in os.listdir(path)
-    )
+    """Whether a folder is one bag: by its metadata or, if these are lost, by a first file that is named after it.
+
+    Any other folder may as well hold recordings that have nothing to do with each other.
+    """
+    if not os.path.isdir(path):
+        return False
+    folder = os.path.basename(os.path.abspath(path))
+    firsts = [f"{folder}{number}{suffix}" for number in ("", "_0") for suffix in _BAG_FILES]
+    return not {"metadata.yaml", *firsts}.isdisjoint(os.listdir(path))
 
 
 def _format_by_name(path: str) -> str | None:
