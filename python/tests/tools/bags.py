@@ -5,6 +5,7 @@ from pathlib import Path
 from typing import Any
 
 import numpy as np
+from rosbags.rosbag1 import Writer as Writer1
 from rosbags.rosbag2 import CompressionFormat, CompressionMode, StoragePlugin, Writer
 from rosbags.typesys import Stores, get_types_from_msg, get_typestore
 from velmora.tools.recording import Recording
@@ -72,6 +73,21 @@ def states(count: int) -> list[tuple[str, str, int, Any]]:
         )
         for k in range(count)
     ]
+
+
+def ros_1_bag(path: Path, count: int, compression: Any = None, *, chunk_bytes: int = 1 << 20) -> Path:
+    """A bag of ROS 1 with the same as `states`."""
+    store = get_typestore(Stores.ROS1_NOETIC)
+    writer = Writer1(path)
+    writer.chunk_threshold = chunk_bytes
+    if compression is not None:
+        writer.set_compression(compression)
+    with writer:
+        connection = writer.add_connection("/joint_states", STATE, typestore=store)
+        for k in range(count):
+            message = state(EPOCH + k * 10**6, ["a", "b"], [k * 0.5, -k], [1.0, 2.0], [], store=store)
+            writer.write(connection, EPOCH + k * 10**6 + 5, store.serialize_ros1(message, STATE))
+    return path
 
 
 def assert_states(recording: Recording, count: int) -> None:

@@ -8,10 +8,9 @@ from typing import Any
 
 import numpy as np
 import pytest
-from bags import CONTROLLER, EPOCH, STATE, STORE, assert_states, bag, header, point, state, states
+from bags import CONTROLLER, EPOCH, STATE, STORE, assert_states, bag, header, point, ros_1_bag, state, states
 from rosbags.rosbag1 import Writer as Writer1
 from rosbags.rosbag2 import CompressionMode, Reader, StoragePlugin
-from rosbags.typesys import Stores, get_typestore
 from velmora.tools.errors import DataError, UsageError
 from velmora.tools.formats import is_recording, read, write
 from velmora.tools.options import ReadOptions, WriteOptions
@@ -35,22 +34,8 @@ def test_every_container(tmp_path: Path, plugin: StoragePlugin, compression: Com
     (recording,) = read(str(path), ReadOptions())
     assert recording.source == f"{path}[/joint_states]"
     assert_states(recording, 2000)
-    if compression != CompressionMode.MESSAGE:  # that is said in metadata.yaml only
-        (file,) = (entry for entry in path.iterdir() if entry.suffix != ".yaml")
-        assert_states(read(str(file), ReadOptions())[0], 2000)
-
-
-def ros_1_bag(path: Path, messages: int, compression: Any = None) -> Path:
-    store = get_typestore(Stores.ROS1_NOETIC)
-    writer = Writer1(path)
-    if compression is not None:
-        writer.set_compression(compression)
-    with writer:
-        connection = writer.add_connection("/joint_states", STATE, typestore=store)
-        for k in range(messages):
-            message = state(EPOCH + k * 10**6, ["a", "b"], [k * 0.5, -k], [1.0, 2.0], [], store=store)
-            writer.write(connection, EPOCH + k * 10**6 + 5, store.serialize_ros1(message, STATE))
-    return path
+    (file,) = (entry for entry in path.iterdir() if entry.suffix != ".yaml")
+    assert_states(read(str(file), ReadOptions())[0], 2000)
 
 
 @pytest.mark.parametrize("compression", [None, Writer1.CompressionFormat.BZ2, Writer1.CompressionFormat.LZ4])

@@ -2,6 +2,7 @@
 """Bags that are cut short, damaged or incomplete: told as such, and salvaged where asked."""
 
 import contextlib
+import os
 import random
 import shutil
 import struct
@@ -10,7 +11,8 @@ from pathlib import Path
 from typing import Any
 
 import pytest
-from bags import EPOCH, STATE, STORE, assert_states, bag, header, point, state, states
+from bags import EPOCH, STATE, STORE, assert_states, bag, header, point, ros_1_bag, state, states
+from rosbags.rosbag1 import Writer as Writer1
 from rosbags.rosbag2 import CompressionMode, StoragePlugin, Writer
 from velmora.tools.errors import DataError, UsageError
 from velmora.tools.formats import read
@@ -155,6 +157,67 @@ def test_broken_sqlite(tmp_path: Path) -> None:
     file.write_bytes(data)
     with pytest.raises(DataError, match=r"is damaged.*--salvage reads the [\d,]+ messages that are there$"):
         read(str(path), ReadOptions())
+
+
+@pytest.mark.parametrize("left", [130_252, 217_088, 390_758])
+def test_sqlite_cut_short(tmp_path: Path, left: int) -> None:
+    path = bag(tmp_path / "log", states(3000), plugin=StoragePlugin.SQLITE3)
+    file = path / "log.db3"
+    size = file.stat().st_size
+    os.truncate(file, left)
+    with pytest.raises(
+        DataError,
+        match=rf"log: is cut short: {left:,} of {size:,} bytes are there; a whole bag was expected; "
+        r"--salvage reads the [\d,]+ messages that are there$",
+    ):
+        read(str(path), ReadOptions())
+    (recording,) = read(str(path), ReadOptions(salvage=True))
+    there = len(recording.rows)
+    # Nor is anything read of the page in which the file is cut.
+    assert_states(recording, there)
+    assert there > 3000 * left / size - 200
+    note = dict(recording.notes)["salvaged"]
+    assert note.endswith(f"metadata.yaml promises 3,000 messages on '/joint_states' and {there:,} are there")
+
+
+@pytest.mark.parametrize("left", [0, 20, 60, 5000])
+def test_sqlite_of_which_nothing_is_left(tmp_path: Path, left: int) -> None:
+    path = bag(tmp_path / "log", states(3000), plugin=StoragePlugin.SQLITE3)
+    os.truncate(path / "log.db3", left)
+    for salvage in (False, True):
+        with pytest.raises(
+            DataError, match=r"is (cut short: |damaged: file is not a database|no bag: it has no tables)"
+        ):
+            read(str(path), ReadOptions(salvage=salvage))
+
+
+@pytest.mark.parametrize("compression", [None, Writer1.CompressionFormat.LZ4])
+def test_ros_1_cut_within_a_chunk(tmp_path: Path, compression: Any) -> None:
+    whole = ros_1_bag(tmp_path / "log.bag", 9000, compression, chunk_bytes=1 << 24).read_bytes()
+    path = tmp_path / "cut.bag"
+    path.write_bytes(whole[: len(whole) // 2])
+    with pytest.raises(
+        DataError, match=r"is cut short within the record at byte .*--salvage reads the [\d,]+ messages"
+    ):
+        read(str(path), ReadOptions())
+    (recording,) = read(str(path), ReadOptions(salvage=True))
+    assert_states(recording, len(recording.rows))
+    assert 3000 < len(recording.rows) < 7000
+
+
+def test_ros_1_whose_writer_died(tmp_path: Path) -> None:
+    """The header of the last chunk has no length yet, that of the file no place of an index."""
+    data = bytearray(ros_1_bag(tmp_path / "log.bag", 1000, chunk_bytes=20_000).read_bytes())
+    index = data.index(b"index_pos=") + 10
+    data[index : index + 8] = bytes(8)
+    sizes = data.index(b"size=", data.rindex(b"compression=none")) + 5
+    (length,) = struct.unpack_from("<I", data, sizes + 4)
+    data[sizes : sizes + 8] = bytes(8)
+    path = tmp_path / "died.bag"
+    path.write_bytes(data[: sizes + 8 + length - 10])
+    (recording,) = read(str(path), ReadOptions(salvage=True))
+    assert_states(recording, 999)
+    assert "has no index: its writer died before it was closed" in dict(recording.notes)["salvaged"]
 
 
 @pytest.mark.parametrize("seed", range(4))

@@ -44,7 +44,7 @@ def read(path: str, options: ReadOptions) -> list[Recording]:
     for file in files:
         contents = Contents(lambda channel: _is_wanted(channel, options))
         of_channel: dict[int, Decoder] = {}
-        for block in _blocks(file, _kind(file, options.format), contents, metadata):
+        for block in _blocks(file, _kind(file, options.format), contents):
             decoder = of_channel.get(block.channel)
             if decoder is None:
                 decoder = of_channel[block.channel] = _decoder(
@@ -187,7 +187,7 @@ def _kind(file: str, said: str | None) -> str:
     return "sqlite3" if name.endswith(".db3") else "bag" if name.endswith(".bag") else "mcap"
 
 
-def _blocks(file: str, kind: str, contents: Contents, metadata: dict[str, Any]) -> Iterator[Block]:
+def _blocks(file: str, kind: str, contents: Contents) -> Iterator[Block]:
     compressed = file.lower().endswith(".zstd")
     if kind != "sqlite3":
         with _bytes(file, compressed) as data:
@@ -198,9 +198,9 @@ def _blocks(file: str, kind: str, contents: Contents, metadata: dict[str, Any]) 
         with tempfile.NamedTemporaryFile(suffix=".db3") as copy:
             copy.write(addresses.content(file, "zstd" if compressed else None))
             copy.flush()
-            yield from bag_sqlite.blocks(copy.name, contents, False)
+            yield from bag_sqlite.blocks(copy.name, contents)
     else:
-        yield from bag_sqlite.blocks(file, contents, str(metadata.get("compression_mode", "")).lower() == "message")
+        yield from bag_sqlite.blocks(file, contents)
 
 
 @contextmanager

@@ -45,6 +45,6 @@ class Contents:
         return known is not None and self.wanted(known)
 
     def problem(self, text: str) -> None:
-        """Take note of something wrong; the first ten of them are enough."""
-        if len(self.problems) < 10:
+        """Take note of something wrong, once; the first ten are enough."""
+        if text not in self.problems and len(self.problems) < 10:
             self.problems.append(text)

@@ -34,10 +34,16 @@ def blocks(data: memoryview, contents: Contents) -> Iterator[Block]:
         while at < len(data):
             head, start, end = _record(data, at)
             opcode = head.get("op", b"\xff")[0]
+            if opcode == _CHUNK and start == end and not indexed:
+                end = len(data) + 1  # its writer died before it knew the length
+            if end > len(data):
+                contents.problem(f"is cut short within the record at byte {at:,}")
+                if opcode != _CHUNK:
+                    break
             if opcode == _HEADER:
                 indexed = struct.unpack("<Q", head.get("index_pos", bytes(8)))[0] > 0
             elif opcode == _CHUNK:
-                chunk = _expanded(data[start:end], head, contents, at)
+                chunk = _expanded(data[start:end], head, contents, at, whole=end <= len(data))
                 if chunk is not None:
                     yield from _messages(chunk, contents)
             elif opcode == _CONNECTION:
@@ -54,15 +60,13 @@ def blocks(data: memoryview, contents: Contents) -> Iterator[Block]:
 
 
 def _record(data: memoryview, at: int) -> tuple[dict[str, bytes], int, int]:
-    """The fields of a record's header, and begin and end of its content."""
+    """The fields of a record's header, and begin and end of its content, which may lie after the last byte."""
     (length,) = struct.unpack_from("<I", data, at)
     head = bytes(data[at + 4 : at + 4 + length])
     if len(head) != length:
         raise _Cut
     (size,) = struct.unpack_from("<I", data, at + 4 + length)
     start = at + 8 + length
-    if start + size > len(data):
-        raise _Cut
     return _fields(head), start, start + size
 
 
@@ -77,23 +81,27 @@ def _fields(head: bytes) -> dict[str, bytes]:
     return fields
 
 
-def _expanded(body: memoryview, head: dict[str, bytes], contents: Contents, at: int) -> memoryview | None:
+def _expanded(
+    body: memoryview, head: dict[str, bytes], contents: Contents, at: int, *, whole: bool
+) -> memoryview | None:
+    """The records in a chunk; of one that is not whole, those that are there."""
     compression = head.get("compression", b"").decode("ascii", "replace")
     try:
         (size,) = struct.unpack("<I", head.get("size", b""))
-        if size > min(max(_FREE_BYTES, _MOST_EXPANSION * len(body)), addresses.most_bytes()):
+        most = min(max(_FREE_BYTES, _MOST_EXPANSION * len(body)), addresses.most_bytes())
+        if size > most:
             raise ValueError(f"{len(body):,} bytes would expand to {size:,}")
         if compression == "none":
             expanded = body
         elif compression == "bz2":
-            expanded = memoryview(bz2.BZ2Decompressor().decompress(body, size))
+            expanded = memoryview(bz2.BZ2Decompressor().decompress(body, size if whole else most))
         elif compression == "lz4":
             import lz4.frame
 
-            expanded = memoryview(lz4.frame.LZ4FrameDecompressor().decompress(body, size))
+            expanded = memoryview(lz4.frame.LZ4FrameDecompressor().decompress(body, size if whole else most))
         else:
             raise ValueError(f"its compression {compression[:20]!r} is unknown")
-        if len(expanded) != size:
+        if whole and len(expanded) != size:
             raise ValueError("it is shorter than it says")
         return expanded
     except (ValueError, OSError, EOFError, RuntimeError, struct.error) as error:
@@ -108,6 +116,8 @@ def _messages(data: memoryview, contents: Contents) -> Iterator[Block]:
         while at < len(data):
             head, start, end = _record(data, at)
             opcode = head.get("op", b"\xff")[0]
+            if end > len(data):
+                raise _Cut
             if opcode == _CONNECTION:
                 _connection(head, data[start:end], contents)
             elif opcode == _MESSAGE:
