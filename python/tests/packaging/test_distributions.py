@@ -40,15 +40,10 @@ def test_a_wheel_holds_the_package_and_the_licence(wheel: Path) -> None:
     about = {name for name in names if name.startswith("velmora-") and ".dist-info/" in name}
     assert len(extension) == 1
     assert names - extension - drawing - about == package_files()
-    assert {name.rsplit("/", 1)[1] for name in drawing} <= {"LICENSE", "uPlot.iife.min.js", "uPlot.min.css"}
-    assert {name.split(".dist-info/")[1] for name in about} <= {
-        "METADATA",
-        "RECORD",
-        "WHEEL",
-        "entry_points.txt",
-        "licenses/LICENSE",
-        "sboms/auditwheel.cdx.json",
-    }
+    assert {name.rsplit("/", 1)[1] for name in drawing} == {"LICENSE", "uPlot.iife.min.js", "uPlot.min.css"}
+    # Newer versions of auditwheel list what they bundled, which is nothing.
+    described = {name.split(".dist-info/")[1] for name in about} - {"sboms/auditwheel.cdx.json"}
+    assert described == {"METADATA", "RECORD", "WHEEL", "entry_points.txt", "licenses/LICENSE"}
     required = [one for one in metadata.get_all("Requires-Dist", []) if "extra ==" not in one]
     assert [re.split(r"[<>=]", one)[0] for one in required] == ["numpy"]
     assert metadata["Version"] == re.search(r"VERSION (\d+\.\d+\.\d+)", (ROOT / "CMakeLists.txt").read_text()).group(1)  # type: ignore[union-attr]  # it is there
