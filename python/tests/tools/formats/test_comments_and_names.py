@@ -105,6 +105,40 @@ def test_numbers_in_text_beyond_doubles_are_told(cells: list[str], said: list[st
     assert all(note.startswith(start) for note, start in zip(notes, said, strict=True))
 
 
+@pytest.mark.parametrize("suffix", [".json", ".yaml"])
+def test_numbers_in_messages_beyond_doubles_are_told(tmp_path: Path, suffix: str) -> None:
+    huge, infinite = ("1e400", "Infinity") if suffix == ".json" else ("1.0e+400", ".inf")
+    path = tmp_path / f"in{suffix}"
+    path.write_text(
+        '{"joint_names": ["a", "b", "c"], "points": ['
+        f'{{"positions": [9007199254740993, {huge}, {infinite}], "time_from_start": {{"sec": 0}}}}]}}'
+    )
+    recordings = read(str(path), ReadOptions())
+    assert recordings[0].positions.tolist() == [[2.0**53, np.inf, np.inf]]
+    assert left_out("in", recordings) == [
+        "in: columns became infinite: 'b'; doubles end at 1.8e308",
+        "in: columns rounded: 'a'; doubles do not have every whole number beyond 2^53",
+    ]
+    assert left_out("in", read(str(path), ReadOptions(joints=("c",)))) == []
+
+
+@pytest.mark.filterwarnings("error")
+def test_numbers_in_arrays_beyond_doubles_are_told(tmp_path: Path) -> None:
+    path = str(tmp_path / "in.npz")
+    whole = np.array([[2**60, 2**53 + 1], [-(2**63), -3]])
+    np.savez(path, time=np.array([0.0, 0.25]), positions=whole, velocities=whole.astype(np.float64))
+    assert left_out(path, read(path, ReadOptions())) == [
+        f"{path}: columns rounded: 'joint_2'; doubles do not have every whole number beyond 2^53"
+    ]
+    assert left_out(path, read(path, ReadOptions(joints=("joint_1",)))) == []
+    wide = np.array([1, 2], np.longdouble) * np.longdouble("1e400")
+    if np.isfinite(wide).all():  # where such numbers are wider than doubles
+        np.savez(path, time=np.array([0.0, 0.25]), positions=wide)
+        assert left_out(path, read(path, ReadOptions())) == [
+            f"{path}: columns became infinite: 'joint_1'; doubles end at 1.8e308"
+        ]
+
+
 @pytest.mark.parametrize("rows", [3, 70_000])
 def test_lists_of_different_lengths(tmp_path: Path, rows: int) -> None:
     path = str(tmp_path / "in.parquet")

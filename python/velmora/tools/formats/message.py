@@ -12,7 +12,7 @@ from numpy.typing import NDArray
 
 from velmora.tools.columns import clean
 from velmora.tools.errors import DataError
-from velmora.tools.formats import addresses
+from velmora.tools.formats import addresses, message_text, text_numbers
 from velmora.tools.formats import stamps as clock
 from velmora.tools.formats.bag_decode import TRAJECTORY
 from velmora.tools.formats.plan import MAX_COLUMNS, RADIANS_PER_DEGREE, matching
@@ -21,7 +21,6 @@ from velmora.tools.recording import Layout, Note, Recording, Stamps
 from velmora.tools.text import count, listed, quoted
 
 _MOST_BYTES = 256 * 2**20
-_DEEPEST = 32
 _SECOND = 1_000_000_000
 # Stamps from here on (three years) count from an epoch: the message's stamp then holds the first of them.
 _EPOCH_NS = 10**17
@@ -46,79 +45,18 @@ def read(path: str, options: ReadOptions) -> list[Recording]:
         )
     text = data.decode("utf-8-sig", "replace")
     as_json = options.format == "json" or (options.format is None and path.lower().endswith(".json"))
-    content = _from_json(source, text) if as_json else _from_yaml(source, text)
+    content = message_text.from_json(source, text) if as_json else message_text.from_yaml(source, text)
     if not isinstance(content, dict) or not isinstance(content.get("joint_names"), list):
         raise DataError(f"{source}: there are no 'joint_names'; a message of {TRAJECTORY} was expected")
     points = content.get("points")
     if "..." in content["joint_names"] or (isinstance(points, list) and "..." in points):
-        raise _cut(source, text)
+        raise message_text.cut(source, text)
     names = [clean(str(name)) for name in content["joint_names"]]
     if len(set(names)) != len(names) or "" in names or len(names) > MAX_COLUMNS:
         raise DataError(f"{source}: the joints are called {listed(names)}; different names were expected")
     if not isinstance(points, list) or not all(isinstance(point, dict) for point in points):
         raise DataError(f"{source}: there are no 'points'; a message of {TRAJECTORY} was expected")
     return [_recording(source, "json" if as_json else "yaml", names, points, _stamp(source, content), options)]
-
-
-def _from_json(source: str, text: str) -> Any:
-    try:
-        return json.loads(text)
-    except (ValueError, RecursionError) as error:
-        if "..." in text:
-            raise _cut(source, text) from error
-        row = getattr(error, "lineno", 1)
-        raise DataError(f"{source}:{row}: is no JSON: {error}; a message of {TRAJECTORY} was expected") from error
-
-
-def _from_yaml(source: str, text: str) -> Any:
-    import yaml
-
-    loader = getattr(yaml, "CSafeLoader", yaml.SafeLoader)
-    if any(line.strip() in ("...", "- ...") for line in text.splitlines()):
-        raise _cut(source, text)
-    depth = 0
-    try:
-        for event in yaml.parse(text, Loader=loader):
-            if isinstance(event, yaml.AliasEvent) or getattr(event, "anchor", None) is not None:
-                raise DataError(f"{source}:{_row(event)}: there is an alias; plain values were expected")
-            tag = getattr(event, "tag", None)
-            if tag is not None:
-                raise DataError(f"{source}:{_row(event)}: a value asks for {quoted(tag)}; plain values were expected")
-            depth += isinstance(event, yaml.CollectionStartEvent) - isinstance(event, yaml.CollectionEndEvent)
-            if depth > _DEEPEST:
-                raise DataError(
-                    f"{source}:{_row(event)}: values are nested more than {_DEEPEST} deep; a message of "
-                    f"{TRAJECTORY} was expected"
-                )
-            if isinstance(event, yaml.ScalarEvent) and len(event.value) > 1000:
-                raise DataError(
-                    f"{source}:{_row(event)}: a value has {len(event.value):,} characters; numbers and "
-                    "names were expected"
-                )
-        found = [document for document in yaml.load_all(text, Loader=loader) if document is not None]
-    except (yaml.YAMLError, ValueError, RecursionError) as error:
-        mark = getattr(error, "problem_mark", None)
-        row = 1 if mark is None else mark.line + 1
-        what = getattr(error, "problem", None) or str(error).splitlines()[0]
-        raise DataError(f"{source}:{row}: is no YAML: {what}; a message of {TRAJECTORY} was expected") from error
-    if len(found) != 1:
-        raise DataError(
-            f"{source}: there are {len(found)} messages; one was expected; `ros2 topic echo --once` prints one"
-        )
-    return found[0]
-
-
-def _row(event: Any) -> int:
-    mark = event.start_mark
-    return 1 if mark is None else int(mark.line) + 1
-
-
-def _cut(source: str, text: str) -> DataError:
-    row = next((number for number, line in enumerate(text.splitlines(), 1) if "..." in line), 1)
-    return DataError(
-        f"{source}:{row}: an array is cut by '...'; all values were expected; "
-        "`ros2 topic echo --full-length` prints them"
-    )
 
 
 def _stamp(source: str, content: dict[str, Any]) -> int:
@@ -154,9 +92,12 @@ def _recording(
     joints = tuple(matching(source, names, options.joints)) if options.joints else tuple(names)
     places = [names.index(joint) for joint in joints]
     values: dict[str, NDArray[np.float64] | None] = {}
+    large: list[tuple[str, str]] = []
     for quantity, field in _FIELDS.items():
         matrix = _matrix(source, points, field, len(names))
         if matrix is not None:
+            cells = np.argwhere(np.abs(matrix) >= text_numbers.WHOLE_BELOW).tolist()
+            large += ((names[place], str(points[row][field][place])) for row, place in cells if place in places)
             matrix = np.ascontiguousarray(matrix[:, places])
             if options.degrees and not options.keep_units and quantity != "efforts":
                 matrix = matrix * RADIANS_PER_DEGREE
@@ -192,7 +133,7 @@ def _recording(
         values["efforts"],
         np.arange(1, len(points) + 1),
         missing or None,
-        (Note("time", why),),
+        (Note("time", why), *text_numbers.lost(large)),
         Layout(kind, (), "", TRAJECTORY),
     )
 

@@ -5,6 +5,7 @@ from __future__ import annotations
 
 import io
 import zipfile
+from collections.abc import Iterator
 from typing import IO
 
 import numpy as np
@@ -13,7 +14,7 @@ from numpy.typing import NDArray
 
 from velmora.tools.columns import clean
 from velmora.tools.errors import DataError
-from velmora.tools.formats import addresses
+from velmora.tools.formats import addresses, text_numbers
 from velmora.tools.formats import stamps as clock
 from velmora.tools.formats.plan import MAX_COLUMNS, RADIANS_PER_DEGREE, matching
 from velmora.tools.options import ReadOptions
@@ -44,12 +45,15 @@ def read(path: str, options: ReadOptions) -> list[Recording]:
     places = [names.index(joint) for joint in joints]
     factor = RADIANS_PER_DEGREE if options.degrees and not options.keep_units else 1.0
     values: dict[str, NDArray[np.float64] | None] = {}
+    large: list[tuple[str, str]] = []
     for quantity in QUANTITIES:
         matrix = None if quantity not in arrays else _matrix(source, quantity, arrays[quantity], positions.shape)
+        if matrix is not None:
+            large += (cell for cell in _large(names, arrays[quantity], matrix) if cell[0] in joints)
         if matrix is not None and joints != tuple(names):
             matrix = np.ascontiguousarray(matrix[:, places])
         values[quantity] = matrix if matrix is None or factor == 1.0 or quantity == "efforts" else matrix * factor
-    notes = []
+    notes = text_numbers.lost(large)
     time = options.time_column or "time"
     stamps = None
     if options.rate_hz is not None:
@@ -138,7 +142,21 @@ def _matrix(source: str, name: str, array: NDArray[np.generic], shape: tuple[int
             f"{source}: array {quoted(name)} has {matrix.shape[1]:,} columns; at most {MAX_COLUMNS:,} were "
             "expected; a row is a sample"
         )
-    return np.ascontiguousarray(matrix, dtype=np.float64)
+    return _doubles(matrix)
+
+
+def _doubles(array: NDArray[np.generic]) -> NDArray[np.float64]:
+    with np.errstate(over="ignore"):  # what becomes infinite is told, or refused
+        return np.ascontiguousarray(array, dtype=np.float64)
+
+
+def _large(names: list[str], array: NDArray[np.generic], matrix: NDArray[np.float64]) -> Iterator[tuple[str, str]]:
+    """Joints and numbers of an array that may hold some that doubles do not have."""
+    if array.dtype.itemsize < 8 or array.dtype == np.float64:
+        return
+    written = array.reshape(matrix.shape)
+    for row, joint in np.argwhere(np.abs(matrix) >= text_numbers.WHOLE_BELOW).tolist():
+        yield names[joint], str(written[row, joint])
 
 
 def _names(source: str, names: NDArray[np.generic] | None, joints: int) -> list[str]:
@@ -165,7 +183,7 @@ def _stamps(
     said = arrays.get("unit")
     written = str(said.ravel()[0]) if said is not None and said.size == 1 else ""
     if array.dtype.kind == "f":
-        doubles = array.astype(np.float64)
+        doubles = _doubles(array)
         unit, why = (
             (options.time_unit, options.time_unit)
             if options.time_unit != "auto"
