@@ -80,7 +80,9 @@ def test_a_folder_of_bags_and_a_folder_that_is_one(folder: Path) -> None:
         Path(name).parent.mkdir(exist_ok=True)
         Path(name).touch()
     assert [entry.path for entry in expand(["run"])] == ["run/a_0.mcap", "run/a_1.mcap"]
-    assert [entry.path for entry in expand(["bag/", "one", "two"])] == ["bag/", "one", "two/only.db3"]
+    assert [entry.path for entry in expand(["bag/", "one", "two"])] == ["bag/", "one", "two"]
+    Path("two/other.csv").touch()
+    assert [entry.path for entry in expand(["two"])] == ["two/only.db3", "two/other.csv"]
     Path("run/metadata.yaml").touch()
     assert [entry.path for entry in expand(["run"])] == ["run"]
     os.chdir("bag")

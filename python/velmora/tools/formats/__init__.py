@@ -63,15 +63,17 @@ def is_recording(path: str) -> bool:
 
 
 def _is_bag_folder(path: str) -> bool:
-    """Whether a folder is one bag: by its metadata or, if these are lost, by a first file that is named after it.
+    """Whether a folder is one bag: by its metadata or, if these are lost, by a lone file or a first one named after it.
 
     Any other folder may as well hold recordings that have nothing to do with each other.
     """
     if not os.path.isdir(path):
         return False
+    held = {name for name in os.listdir(path) if name == "metadata.yaml" or _format_by_name(name) is not None}
+    if "metadata.yaml" in held or len(held) == 1:
+        return any(name.endswith(("metadata.yaml", *_BAG_FILES)) for name in held)
     folder = os.path.basename(os.path.abspath(path))
-    firsts = [f"{folder}{number}{suffix}" for number in ("", "_0") for suffix in _BAG_FILES]
-    return not {"metadata.yaml", *firsts}.isdisjoint(os.listdir(path))
+    return any(f"{folder}_0{suffix}" in held for suffix in _BAG_FILES)
 
 
 def _format_by_name(path: str) -> str | None:
