@@ -175,6 +175,24 @@ def test_refusals_say_what_is_missing() -> None:
     assert (still.reason, str(still)) == ("no_peak", "The samples never change, so there is no vibration in them.")
 
 
+def test_a_refusal_after_a_start_that_was_found_says_how_to_give_it() -> None:
+    rng = np.random.default_rng(1)
+    t = np.arange(300) / 100.0
+    values = ring_down(t, ((5.0, 0.4, 1.0),), rng) + 0.01 * rng.standard_normal(300)
+    with pytest.raises(IdentificationError) as caught:
+        identify_modes(t, values)
+    assert caught.value.reason == "no_peak"
+    assert str(caught.value) == (
+        "No vibration stands out of the noise in the 2.64 s from the start of the free decay. The free decay was found "
+        "to begin at 0.35 s; if it begins before, as that of a vibration damped by more than 0.25 may, give start_s "
+        "(--from)."
+    )
+    (mode,) = identify_modes(t, values, start_s=0.0).modes
+    assert mode.damping_ratio.low <= 0.4 <= mode.damping_ratio.high
+    with pytest.raises(IdentificationError, match=r"from the start of the free decay\.$"):
+        identify_modes(t, rng.standard_normal(300), start_s=0.0)
+
+
 @pytest.mark.parametrize("noise", [0.0, 0.01, 0.1])
 def test_an_oscillation_that_grows_is_refused(noise: float) -> None:
     t = np.arange(500) / 250.0

@@ -33,6 +33,10 @@ _MIN_SAMPLES_PER_SWING = 2.5
 # An amplitude must exceed its standard deviation this many times: noise alone reaches it in about one case of a
 # thousand, since the largest of many frequencies is taken.
 _MIN_SIGNIFICANCE = 5.0
+_FOUND_AT = (
+    "The free decay was found to begin at {:.4g} s; if it begins before, as that of a vibration damped by more than 0.25 may, "
+    "give start_s (--from)."
+)
 # Squares of larger values, of which the fit adds many, overflow.
 _LARGEST_VALUE = 1e100
 
@@ -125,7 +129,8 @@ def identify_modes(
     The matrix pencil finds poles, an information criterion decides how many of them the samples support, and a
     nonlinear least-squares fit of damped sinusoids with common poles refines them on the samples at their own times.
     The offset is a pole of its own at zero and so biases nothing; a creep towards rest is fitted as a real pole. Where
-    `start_s` is not given, the free decay begins where such a fit explains all that follows down to the noise.
+    `start_s` is not given, the free decay begins where such a fit explains all that follows down to the noise; one that
+    is damped by more than 0.25 dies too soon to be told from the end of a move and needs `start_s`.
 
     Parameters
     ----------
@@ -206,7 +211,12 @@ def identify_modes(
     rate = (times.size - 1) / (float(times[-1]) - origin)
     weights = 1.0 / _noise(found, columns)
     refined = fit(times - origin, columns, weights, found.poles, np.pi * rate, 1e-12)
-    modes = _supported_modes(times - origin, columns, refined, _noise(refined, columns), rate, frequency_range_hz)
+    try:
+        modes = _supported_modes(times - origin, columns, refined, _noise(refined, columns), rate, frequency_range_hz)
+    except IdentificationError as error:
+        if first == 0:
+            raise
+        raise IdentificationError(error.reason, f"{error} {_FOUND_AT.format(origin)}") from error
     spread = np.sum((columns - columns.mean(axis=0)) ** 2)
     return Identification(
         modes=modes,
