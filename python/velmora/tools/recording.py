@@ -75,10 +75,13 @@ class Stamps:
         Missing ones are `MISSING_NS` or NaN.
     unit
         Unit in the file: "s", "ms", "us" or "ns".
+    doubles
+        Shape (N,): the numbers of the file where seconds do not give back all of their bits; None elsewhere.
     """
 
     values: NDArray[np.int64] | NDArray[np.float64]
     unit: str = "s"
+    doubles: NDArray[np.float64] | None = None
 
     @property
     def origin(self) -> int | float:
@@ -95,6 +98,18 @@ class Stamps:
     def there(self) -> NDArray[np.bool_]:
         """Which stamps are neither missing nor infinite, shape (N,)."""
         return self.values != MISSING_NS if self.values.dtype == np.int64 else np.isfinite(self.values)
+
+    def part(self, rows: slice | NDArray[np.bool_] | NDArray[np.intp]) -> Stamps:
+        """Some of the stamps."""
+        return Stamps(self.values[rows], self.unit, None if self.doubles is None else self.doubles[rows])
+
+    def in_unit(self) -> NDArray[np.float64]:
+        """The stamps in the unit of the file, shape (N,)."""
+        if self.doubles is not None:
+            return self.doubles
+        scale = UNIT_NS[self.unit]
+        numbers = self.values / scale if self.values.dtype == np.int64 else self.values * (1e9 / scale)
+        return np.asarray(numbers, dtype=np.float64)
 
     def seconds(self) -> NDArray[np.float64]:
         """Seconds after the first stamp; integers are subtracted before they are divided, so nothing is lost.

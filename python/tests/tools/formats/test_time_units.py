@@ -9,7 +9,7 @@ import pyarrow.feather
 import pyarrow.parquet
 import pytest
 from velmora.tools.errors import DataError
-from velmora.tools.formats import read, write
+from velmora.tools.formats import read, write, write_groups
 from velmora.tools.options import ReadOptions, WriteOptions
 from velmora.tools.recording import MISSING_NS, Column, Layout, Recording, Stamps
 
@@ -143,3 +143,53 @@ def test_seconds_of_two_columns_are_whole(tmp_path: Path, suffix: str) -> None:
         f"{path}: column 'sec': '0.5' is no whole number of 64 bits; whole seconds and nanoseconds were expected in "
         "two columns; --time-column names another column"
     )
+
+
+@pytest.mark.parametrize("unit", ["ms", "us"])
+@pytest.mark.parametrize("suffix", [*TABLES, ".npz"])
+def test_doubles_of_other_units_keep_every_bit(tmp_path: Path, suffix: str, unit: str) -> None:
+    times = np.sort(np.random.default_rng(1).uniform(0.0, 2000.0, 200))
+    times[:2] = 0.5118216247002567, 15.921652444796262  # seconds give back neither
+    text = f"time_{unit},a\n" + "".join(f"{time},1\n" for time in times.tolist())
+    (tmp_path / "a.csv").write_text(text)
+    (first,) = read(str(tmp_path / "a.csv"), ReadOptions())
+    assert first.stamps is not None
+    np.testing.assert_array_equal(first.stamps.values, times / {"ms": 1e3, "us": 1e6}[unit])
+    write(str(tmp_path / f"b{suffix}"), first, WriteOptions())
+    (again,) = read(str(tmp_path / f"b{suffix}"), ReadOptions())
+    write(str(tmp_path / "c.csv"), again, WriteOptions())
+    assert (tmp_path / "c.csv").read_text() == text
+
+
+def test_doubles_of_groups_keep_every_bit(tmp_path: Path) -> None:
+    text = "g,time_ms,a\n1,0.5118216247002567,1\n2,15.921652444796262,2\n1,15.921652444796262,3\n"
+    (tmp_path / "a.csv").write_text(text)
+    write_groups(str(tmp_path / "b.csv"), read(str(tmp_path / "a.csv"), ReadOptions(group_by="g")), WriteOptions())
+    lines = text.splitlines()
+    assert (tmp_path / "b.csv").read_text().splitlines() == [lines[0], lines[1], lines[3], lines[2]]
+
+
+@pytest.mark.parametrize("suffix", [".csv", ".tsv"])
+def test_microseconds_of_hours_have_no_exponent(tmp_path: Path, suffix: str) -> None:
+    path = str(tmp_path / f"out{suffix}")
+    stamps = (20_000_000_000 + np.arange(50) * 4_000) * 1_000
+    write(path, make("time", "us", stamps), WriteOptions())
+    assert Path(path).read_text().splitlines()[2].startswith("20000004000")
+    (again,) = read(path, ReadOptions())
+    assert again.stamps is not None
+    assert again.stamps.unit == "us"
+    np.testing.assert_array_equal(again.stamps.values, stamps)
+
+
+@pytest.mark.parametrize(("unit", "per_second"), [("ms", 1e3), ("us", 1e6), ("ns", 1e9)])
+def test_doubles_of_epoch_times_become_text_that_comes_back(tmp_path: Path, unit: str, per_second: float) -> None:
+    times = (1_700_050_789.4585315 + np.arange(20) / 300.0) * per_second
+    columns = {f"time_{unit}": pa.array([*times, None]), "a": np.arange(21.0)}
+    pyarrow.parquet.write_table(pa.table(columns), tmp_path / "in.parquet")
+    write(str(tmp_path / "a.csv"), read(str(tmp_path / "in.parquet"), ReadOptions())[0], WriteOptions())
+    cells = [line.split(",")[0] for line in (tmp_path / "a.csv").read_text().splitlines()[1:]]
+    assert "e" not in "".join(cells)
+    assert [float(cell) for cell in cells[:-1]] == times.tolist()
+    assert cells[-1] == ""
+    write(str(tmp_path / "b.csv"), read(str(tmp_path / "a.csv"), ReadOptions())[0], WriteOptions())
+    assert (tmp_path / "b.csv").read_bytes() == (tmp_path / "a.csv").read_bytes()

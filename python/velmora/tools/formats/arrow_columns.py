@@ -213,7 +213,7 @@ def _part(whole: Recording, rows: slice | NDArray[np.intp], source: str) -> Reco
     return replace(
         whole,
         source=source,
-        stamps=None if whole.stamps is None else Stamps(whole.stamps.values[rows], whole.stamps.unit),
+        stamps=None if whole.stamps is None else whole.stamps.part(rows),
         positions=whole.positions[rows],
         velocities=part(whole.velocities),
         accelerations=part(whole.accelerations),

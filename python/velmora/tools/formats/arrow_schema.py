@@ -260,9 +260,9 @@ def _stored(stamps: Stamps, columns: list[Column]) -> tuple[pa.Field, NDArray[np
             return pa.field(name, pa.float64(), metadata=_remember(name, name, unit)), values / scale
         other = time_name(name, "ns")
         return pa.field(other, pa.int64(), metadata=_remember(other, name, unit)), values
-    per_second = 1e9 / scale
-    if unit == "s" or np.array_equal(values * per_second / per_second, values, equal_nan=True):
-        return pa.field(name, pa.float64(), metadata=_remember(name, name, unit)), values * per_second
+    numbers = stamps.in_unit()
+    if stamps.doubles is not None or np.array_equal(numbers / (1e9 / scale), values, equal_nan=True):
+        return pa.field(name, pa.float64(), metadata=_remember(name, name, unit)), numbers
     other = time_name(name, "s")
     return pa.field(other, pa.float64(), metadata=_remember(other, name, unit)), values
 

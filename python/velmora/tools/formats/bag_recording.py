@@ -78,7 +78,7 @@ def _recording(
     rows = messages + 1
     if order is not None:
         values = {quantity: None if matrix is None else matrix[order] for quantity, matrix in values.items()}
-        stamps, rows = Stamps(stamps.values[order], stamps.unit), rows[order]
+        stamps, rows = stamps.part(order), rows[order]
         missing = {quantity: mask[order] for quantity, mask in missing.items()}
     positions = values.pop("positions")
     assert positions is not None

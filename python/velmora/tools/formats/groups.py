@@ -106,4 +106,9 @@ def _stamps(parts: Sequence[Recording]) -> Stamps | None:
         np.where(part.missing, np.nan, part.values / 1e9) if part.values.dtype == np.int64 else part.values
         for part in stamps
     ]
-    return Stamps(np.concatenate(seconds).astype(np.float64, copy=False), stamps[0].unit)
+    exact = all(part.doubles is None for part in stamps)
+    return Stamps(
+        np.concatenate(seconds).astype(np.float64, copy=False),
+        stamps[0].unit,
+        None if exact else np.concatenate([part.in_unit() for part in stamps]),
+    )

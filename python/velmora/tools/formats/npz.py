@@ -206,8 +206,9 @@ def write(file: IO[bytes], recording: Recording, quantities: tuple[str, ...]) ->
     arrays: dict[str, NDArray[np.generic]] = {}
     if recording.stamps is not None:
         arrays["time"] = stored_times(recording.stamps)
-        # Integers are nanoseconds, with the unit to write them in again; doubles are seconds.
-        arrays["unit"] = np.array(recording.stamps.unit if arrays["time"].dtype == np.int64 else "s")
+        # Integers are nanoseconds, with the unit to write them in again; doubles are seconds where these are exact.
+        in_unit = arrays["time"].dtype == np.int64 or recording.stamps.doubles is not None
+        arrays["unit"] = np.array(recording.stamps.unit if in_unit else "s")
     for quantity in QUANTITIES:
         values = getattr(recording, quantity)
         if quantity in quantities and values is not None:
@@ -239,4 +240,4 @@ def stored_times(stamps: Stamps) -> NDArray[np.int64] | NDArray[np.float64]:
         and (max(abs(int(known.min())), abs(int(known.max()))) < clock.WHOLE_BELOW_NS)
     ):
         return np.where(stamps.missing, np.nan, stamps.values / 1e9)
-    return stamps.values
+    return stamps.values if stamps.doubles is None else stamps.doubles

@@ -7,6 +7,8 @@ size, whole numbers by their steps. A wrong unit would make a dangerous motion l
 
 from __future__ import annotations
 
+from dataclasses import replace
+
 import numpy as np
 from numpy.typing import NDArray
 
@@ -26,7 +28,6 @@ TELLING = 100_001  # so many times tell their unit
 def from_doubles(values: NDArray[np.float64], unit: str) -> Stamps:
     """Stamps from doubles in the given unit, shape (N,)."""
     scale = UNIT_NS[unit]
-    seconds = values if unit == "s" else values / (1e9 / scale)
     missing = np.isnan(values)
     known = np.where(missing, 0.0, values) if missing.any() else values
     if not too_coarse(known, unit):
@@ -34,7 +35,10 @@ def from_doubles(values: NDArray[np.float64], unit: str) -> Stamps:
         # The check that makes it exact: the decimal number with so many nanoseconds is the one that was written.
         if np.array_equal(nanoseconds / scale, known):
             return Stamps(np.where(missing, MISSING_NS, nanoseconds.astype(np.int64)), unit)
-    return Stamps(np.ascontiguousarray(seconds, dtype=np.float64), unit)
+    if unit == "s":
+        return Stamps(np.ascontiguousarray(values, dtype=np.float64), unit)
+    stamps = Stamps(np.ascontiguousarray(values / (1e9 / scale), dtype=np.float64), unit)
+    return stamps if np.array_equal(stamps.in_unit(), values, equal_nan=True) else replace(stamps, doubles=values)
 
 
 def too_coarse(values: NDArray[np.float64], unit: str) -> bool:
@@ -107,9 +111,7 @@ def tell_their_unit(stamps: Stamps) -> bool:
 
     Text carries a decimal point where the unit is the second, and nowhere else unless a number is not whole.
     """
-    scale = UNIT_NS[stamps.unit]
-    there = stamps.values[stamps.there]
-    numbers = (there / scale if there.dtype == np.int64 else there * (1e9 / scale)).astype(np.float64, copy=False)
+    numbers = stamps.in_unit()[stamps.there]
     whole = stamps.unit != "s" and np.array_equal(numbers, np.rint(numbers))
     try:
         return infer_unit("", "", numbers, whole)[0] == stamps.unit

@@ -25,6 +25,8 @@ if TYPE_CHECKING:
 
 # Digits after the decimal point that make a unit whole nanoseconds.
 _DECIMALS = {"s": 9, "ms": 6, "us": 3, "ns": 0}
+# Arrow writes numbers from here on with an exponent, which no longer shows that they are whole or how large they are.
+_EXPONENT_FROM = 10**10
 
 
 def fits_doubles(dialect: Dialect, column: int) -> bool:
@@ -174,24 +176,34 @@ def written(stamps: Stamps, rows: slice, unit_is_known: bool) -> pa.Array:
     import pyarrow as pa
     import pyarrow.compute as pc
 
-    part = Stamps(stamps.values[rows], stamps.unit)
+    part = stamps.part(rows)
     missing = part.missing
-    values: NDArray[np.generic] = part.values
-    if values.dtype == np.int64:
+    if part.values.dtype == np.int64:
         if stamps.unit == "ns":
-            return arrow_array(values, missing)
+            return arrow_array(part.values, missing)
         scale = UNIT_NS[stamps.unit]
-        known = np.where(missing, 0, values).astype(np.int64, copy=False)
-        if np.abs(known).max(initial=0) >= clock.WHOLE_BELOW_NS:
+        known = np.where(missing, 0, part.values).astype(np.int64, copy=False)
+        if np.abs(known).max(initial=0) >= min(clock.WHOLE_BELOW_NS, _EXPONENT_FROM * scale):
             text = _decimal_text(known, _DECIMALS[stamps.unit], unit_is_known)
             return pc.if_else(pa.array(missing), None, text) if missing.any() else text
         values = known / scale
     else:
-        values = part.values * (1e9 / UNIT_NS[stamps.unit])
-    text = pc.cast(arrow_array(values, missing), pa.string())
+        values = part.in_unit()
+    text = _shortest(values, missing)
     if unit_is_known:
         return text
     return pc.replace_substring_regex(text, r"^(-?\d+)$", r"\1.0")
+
+
+def _shortest(values: NDArray[np.float64], missing: NDArray[np.bool_]) -> pa.Array:
+    """The shortest numbers that read back to the same bits, none with an exponent that makes it large."""
+    import pyarrow as pa
+    import pyarrow.compute as pc
+
+    if (np.abs(values[~missing]) < _EXPONENT_FROM).all():
+        return pc.cast(arrow_array(values, missing), pa.string())
+    texts = [np.format_float_positional(value, trim="-") for value in values]
+    return pc.if_else(pa.array(missing), None, pa.array(texts, pa.string()))
 
 
 def _decimal_text(values: NDArray[np.int64], decimals: int, unit_is_known: bool) -> pa.Array:

@@ -10,7 +10,7 @@ import numpy as np
 from numpy.typing import NDArray
 
 from velmora.tools.errors import DataError
-from velmora.tools.recording import Recording, Stamps
+from velmora.tools.recording import Recording
 from velmora.tools.text import count, seconds_text
 
 # A step is a gap where it is longer than this many median steps, unless the user says how long a gap is.
@@ -86,7 +86,7 @@ def take(recording: Recording, rows: slice | NDArray[np.bool_] | NDArray[np.intp
     stamps = recording.stamps
     return replace(
         recording,
-        stamps=None if stamps is None else Stamps(stamps.values[rows], stamps.unit),
+        stamps=None if stamps is None else stamps.part(rows),
         positions=recording.positions[rows],
         velocities=part(recording.velocities),
         accelerations=part(recording.accelerations),
