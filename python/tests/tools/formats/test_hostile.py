@@ -8,6 +8,7 @@ import re
 import subprocess
 import sys
 import zipfile
+from dataclasses import replace
 from pathlib import Path
 
 import numpy as np
@@ -121,6 +122,21 @@ def test_a_header_of_ten_million_columns(tmp_path: Path) -> None:
     pq.write_table(wide, tmp_path / "x.parquet")
     with pytest.raises(DataError, match=r"x.parquet:1: there are 10,001 columns; at most 10,000 were expected$"):
         read(str(tmp_path / "x.parquet"), ReadOptions())
+
+
+@pytest.mark.parametrize("suffix", [".csv", ".parquet"])
+def test_what_is_too_wide_to_be_read_again_is_not_written(tmp_path: Path, suffix: str) -> None:
+    values = np.zeros((1, 5_000))
+    joints = tuple(f"j{k}" for k in range(5_000))
+    rows, stamps = np.arange(1, 2), Stamps(np.zeros(1))
+    wide = Recording("made", joints, stamps, values, values, None, None, None, rows, None, (), Layout(""))
+    with pytest.raises(DataError) as error:
+        write(str(tmp_path / f"x{suffix}"), wide, WriteOptions())
+    assert str(error.value) == (
+        "made: the table would have 10,001 columns; at most 10,000 can be read again; --joints or --columns of "
+        "resample leaves some out"
+    )
+    assert write(str(tmp_path / f"y{suffix}"), replace(wide, stamps=None), WriteOptions()) == []
 
 
 def test_columns_of_one_line_are_counted_and_that_line_is_named() -> None:

@@ -14,7 +14,7 @@ from velmora.tools.errors import DataError
 from velmora.tools.formats import addresses, arrow_columns, text_times
 from velmora.tools.formats import stamps as clock
 from velmora.tools.formats.groups import Labels
-from velmora.tools.formats.plan import Field, Plan, check_width, plan
+from velmora.tools.formats.plan import Field, Plan, check_width, plan, refuse_width
 from velmora.tools.options import ReadOptions
 from velmora.tools.recording import MISSING_NS, UNIT_NS, Column, Note, Recording, Stamps
 from velmora.tools.text import size_text
@@ -202,6 +202,7 @@ def tables(recording: Recording, quantities: tuple[str, ...], labels: Labels | N
     import pyarrow as pa
 
     columns = written_columns(recording, quantities, lists=True)
+    refuse_width(recording.source, len(columns) + (labels is not None))
     joints = {joint: index for index, joint in enumerate(recording.joints)}
     stored = None if recording.stamps is None else _stored(recording.stamps, columns)
     absent = np.zeros(0, np.bool_) if recording.stamps is None else recording.stamps.missing

@@ -10,6 +10,7 @@ from typing import IO
 from velmora.tools.columns import meaning, written_columns
 from velmora.tools.formats import arrow_columns, csv_dialect, text_times
 from velmora.tools.formats.groups import Labels
+from velmora.tools.formats.plan import refuse_width
 from velmora.tools.recording import Recording
 
 _ROWS_AT_ONCE = 65_536
@@ -27,6 +28,7 @@ def write(
     from pyarrow import csv
 
     columns = written_columns(recording, quantities)
+    refuse_width(recording.source, len(columns) + (labels is not None))
     names = [column.name for column in columns]
     keys = None
     if labels is not None:

@@ -85,6 +85,15 @@ def check_width(source: str, columns: int, *, row: int = 1, whole: bool = True) 
         raise DataError(f"{source}:{row}: there are {number} columns; at most {MAX_COLUMNS:,} were expected")
 
 
+def refuse_width(source: str, columns: int) -> None:
+    """Refuse to write tables that are wider than any that is read."""
+    if columns > MAX_COLUMNS:
+        raise DataError(
+            f"{source}: the table would have {columns:,} columns; at most {MAX_COLUMNS:,} can be read again; --joints "
+            "or --columns of resample leaves some out"
+        )
+
+
 def plan(source: str, fields: Sequence[Field], options: ReadOptions) -> Plan:
     """Find the clock and the joints among the columns of a table.
 
