@@ -3,6 +3,7 @@
 
 import doctest
 import importlib
+import itertools
 import pickle
 import sys
 from typing import Any
@@ -11,6 +12,7 @@ import numpy as np
 import pytest
 import velmora.identify
 from simulated_ring_downs import TWO_MODES, Array, Modes, errors_and_hits, ring_down
+from velmora._ring_down import clipped
 from velmora.identify import Identification, IdentificationError, identify_modes
 
 
@@ -191,6 +193,35 @@ def test_a_refusal_after_a_start_that_was_found_says_how_to_give_it() -> None:
     assert mode.damping_ratio.low <= 0.4 <= mode.damping_ratio.high
     with pytest.raises(IdentificationError, match=r"from the start of the free decay\.$"):
         identify_modes(t, rng.standard_normal(300), start_s=0.0)
+
+
+@pytest.mark.parametrize("limit", [0.6, 0.7, 0.8])
+def test_a_clipped_swing_is_refused(limit: float) -> None:
+    t = np.arange(500) / 250.0
+    swing = np.exp(-0.2 * np.pi * t) * np.cos(10.0 * np.pi * t)
+    values = swing + 0.01 * np.random.default_rng(1).standard_normal(500)
+    for samples in (np.round(values * 1000.0) / 1000.0, values):
+        with pytest.raises(IdentificationError, match=rf"stay at the extreme -?{limit} as where the range") as caught:
+            identify_modes(t, np.clip(samples, -limit, limit), start_s=0.0)
+        assert caught.value.reason == "clipped"
+    after = float(str(caught.value).split("the last at ")[1].split(" s,")[0])
+    (mode,) = identify_modes(t, np.clip(values, -limit, limit), start_s=after + 0.05).modes
+    assert mode.damping_ratio.low <= 0.02 <= mode.damping_ratio.high
+
+
+def test_rounded_held_and_resting_samples_are_not_taken_for_clipped() -> None:
+    rng = np.random.default_rng(7)
+    for rate_hz, frequency, damping, step in itertools.product(
+        (100.0, 250.0, 2000.0), (1.3, 5.0, 17.0), (0.0, 0.02, 0.2), (0.4, 0.1, 0.02, 0.001)
+    ):
+        t = np.arange(round(2.0 * rate_hz)) / rate_hz
+        swing = ring_down(t, ((frequency, damping, 1.0), (2.6 * frequency, damping, rng.uniform(0.0, 0.5))), rng)
+        for noise in (0.0, 0.3 * step, step):
+            rounded = step * np.round((swing + noise * rng.standard_normal(t.size)) / step)
+            held = np.repeat(rounded[::5], 5)
+            resting = np.concatenate([np.full(50, rounded[0]), rounded, np.full(50, rounded[-1])])
+            for values in (rounded, held, resting):
+                assert clipped(values[:, None]) is None, (rate_hz, frequency, damping, step, noise)
 
 
 @pytest.mark.parametrize("noise", [0.0, 0.01, 0.1])

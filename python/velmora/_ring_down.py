@@ -23,6 +23,8 @@ _BLOCKS = 24
 # A pole that decays by this much of its angular frequency is down to 15 % after one swing.
 _LASTING = 0.3
 _MIN_REDUCED_RATE_PER_HZ = 2.5
+# Runs of equal samples, in usual ones, and what follows them, in steps of an encoder, where a signal is clipped.
+_LONG, _STEEP = 2.0, 4.0
 
 
 @dataclass(frozen=True)
@@ -86,6 +88,29 @@ def free_decay(times_s: Array, values: Array, grid: Even, max_modes: int) -> int
         else:
             early = middle
     return round(last * late / _STARTS)
+
+
+def clipped(values: Array) -> tuple[int, float, int] | None:
+    """The last sample of the last shelf at a column's largest or least value, that value, and the longest's length.
+
+    A shelf is a run of equal samples between steep edges. The turning points of a coarse encoder are flat as well,
+    but next to `n` equal samples of a parabola the encoder moves by at most (1 + 2 / n)^2 of its steps. Where runs are
+    long everywhere, or shelves at other values half as long, samples were held; one shelf alone may be chance.
+    """
+    found = []
+    for column, resolution in zip(values.T, _resolution(values), strict=True):
+        edges = np.flatnonzero(np.diff(column) != 0.0)
+        if edges.size < 3:
+            continue
+        heights = np.abs(np.diff(column)[edges])
+        lengths, levels = np.diff(edges), column[edges[1:]]
+        steep = np.minimum(heights[:-1], heights[1:]) > _STEEP * resolution
+        usual = np.median(lengths)
+        outer = (levels == column.max()) | (levels == column.min())
+        at = np.flatnonzero(steep & outer & (lengths > usual))
+        if at.size > 1 and lengths[at].max() > max(_LONG * usual, 2 * np.max(lengths[steep & ~outer], initial=0)):
+            found.append((int(edges[at[-1] + 1]), float(levels[at[-1]]), int(lengths[at].max())))
+    return max(found, default=None)
 
 
 def _lasting_fit(times_s: Array, values: Array, grid: Even, start: int, max_modes: int) -> Fit:

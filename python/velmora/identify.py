@@ -19,12 +19,12 @@ except ModuleNotFoundError as error:
 from velmora._damped_sinusoids import Fit, Poles, basis, fit
 from velmora._identified_modes import Estimate, IdentifiedMode, described
 from velmora._mode_search import search
-from velmora._ring_down import MIN_SAMPLES, even, free_decay
+from velmora._ring_down import MIN_SAMPLES, clipped, even, free_decay
 
 __all__ = ["Estimate", "Identification", "IdentificationError", "IdentifiedMode", "identify_modes"]
 
 Array = NDArray[np.float64]
-Reason = Literal["too_short", "too_little_sampled", "growing", "no_peak"]
+Reason = Literal["too_short", "too_little_sampled", "growing", "clipped", "no_peak"]
 
 # A mode damped more than this has no peak in its frequency response, so it is a transient and not a vibration.
 _MOST_DAMPING = np.sqrt(0.5)
@@ -34,8 +34,8 @@ _MIN_SAMPLES_PER_SWING = 2.5
 # thousand, since the largest of many frequencies is taken.
 _MIN_SIGNIFICANCE = 5.0
 _FOUND_AT = (
-    "The free decay was found to begin at {:.4g} s; if it begins before, as that of a vibration damped by more than 0.25 may, "
-    "give start_s (--from)."
+    "The free decay was found to begin at {:.4g} s; if it begins before, as that of a vibration damped by more than "
+    "0.25 may, give start_s (--from)."
 )
 # Squares of larger values, of which the fit adds many, overflow.
 _LARGEST_VALUE = 1e100
@@ -165,7 +165,7 @@ def identify_modes(
         "max_modes must be from 1 to 10."
         "frequency_range_hz must be two increasing frequencies, the first 0 or more."
     IdentificationError
-        Where the samples do not support a mode: too short, too little sampled, growing, or no peak.
+        Where the samples do not support a mode: too short, too little sampled, growing, clipped, or no peak.
 
     Notes
     -----
@@ -207,6 +207,7 @@ def identify_modes(
     # The blocks of the grid begin half a block before their mean times.
     kept = times >= (times[0] if first == 0 else grid.times_s[first] - grid.step_s / 2.0)
     times, columns = times[kept], columns[kept]
+    _require_unclipped(times, columns)
     origin = float(times[0])
     rate = (times.size - 1) / (float(times[-1]) - origin)
     weights = 1.0 / _noise(found, columns)
@@ -265,6 +266,18 @@ def _require_samples(count: int) -> None:
     if count < MIN_SAMPLES:
         raise IdentificationError(
             "too_short", f"{count} samples are too few to fit a vibration; at least {MIN_SAMPLES} are needed."
+        )
+
+
+def _require_unclipped(times_s: Array, columns: Array) -> None:
+    """Corners have harmonics, which would be taken for modes."""
+    found = clipped(columns)
+    if found is not None:
+        last, value, longest = found
+        raise IdentificationError(
+            "clipped",
+            f"Up to {longest} samples in a row, the last at {times_s[last]:.4g} s, stay at the extreme {value:.4g} as "
+            "where the range of a sensor ends; give a start_s (--from) after them, or record a smaller swing.",
         )
 
 
