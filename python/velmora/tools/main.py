@@ -111,6 +111,8 @@ def main(args: Sequence[str] | None = None) -> None:
     spare_pandas()
     try:
         code = run(args)
+    except KeyboardInterrupt:  # another one, on the way out
+        code = EXIT_INTERRUPTED
     finally:
         ignore_stops()  # one more would take the exit code away while the interpreter ends
     sys.exit(code)
