@@ -4,9 +4,18 @@
 from __future__ import annotations
 
 import signal
+from collections.abc import Iterator
 
 import pytest
 from velmora.tools.interrupts import undisturbed
+
+
+@pytest.fixture(autouse=True)
+def interrupts_are_heard() -> Iterator[None]:
+    """Whoever runs these tests may ignore interrupts, as a shell does for what it starts in the background."""
+    before = signal.signal(signal.SIGINT, signal.default_int_handler)
+    yield
+    signal.signal(signal.SIGINT, before)
 
 
 def test_an_interrupt_waits_for_the_end_and_is_not_lost() -> None:
