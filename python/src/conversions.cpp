@@ -115,8 +115,8 @@ AnyArray AsRealArray(nb::handle source, const char* argument, const char* expect
   Refuse(PyExc_ValueError, argument, expected, "an array of shape " + nb::cast<std::string>(nb::str(shape)));
 }
 
-// Kept for the life of the process. Not initialised where it is declared: importing numpy gives up the interpreter lock,
-// and a second thread would wait with that lock for the first one's initialisation.
+// Kept for the life of the process. Not initialised where it is declared: importing numpy gives up the interpreter
+// lock, and a second thread would wait with that lock for the first one's initialisation.
 PyObject* NdarrayType() {
   static std::atomic<PyObject*> kept{nullptr};
   PyObject* type = kept.load();
