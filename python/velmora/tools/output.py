@@ -18,7 +18,8 @@ from velmora.tools.errors import DataError, UsageError
 from velmora.tools.interrupts import undisturbed
 
 # Names in the folder of a bag, beside its metadata.
-_OF_A_BAG = (".mcap", ".db3", ".mcap.zstd", ".db3.zstd")
+MCAP, SQLITE3 = (".mcap", ".mcap.zstd"), (".db3", ".db3.zstd")
+BAG_FILES = MCAP + SQLITE3
 
 
 @dataclass(frozen=True)
@@ -137,7 +138,7 @@ def _is_bag(folder: str) -> bool:
             files = {entry.name: entry.is_file(follow_symlinks=False) for entry in entries}
         return (
             files.pop("metadata.yaml", False)
-            and all(is_file and name.endswith(_OF_A_BAG) for name, is_file in files.items())
+            and all(is_file and name.endswith(BAG_FILES) for name, is_file in files.items())
             and not os.path.samefile(folder, os.curdir)
         )
     except OSError:

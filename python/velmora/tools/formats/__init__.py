@@ -10,7 +10,7 @@ from contextlib import contextmanager
 from typing import IO, TYPE_CHECKING, cast
 
 from velmora.tools.errors import DataError, UsageError
-from velmora.tools.output import is_stream, local
+from velmora.tools.output import BAG_FILES, MCAP, SQLITE3, is_stream, local
 from velmora.tools.text import nearest, quoted
 
 if TYPE_CHECKING:
@@ -27,15 +27,14 @@ FORMATS = {
     "parquet": (".parquet", ".pq"),
     "feather": (".feather", ".arrow"),
     "npz": (".npz",),
-    "mcap": (".mcap", ".mcap.zstd"),
-    "sqlite3": (".db3", ".db3.zstd"),
+    "mcap": MCAP,
+    "sqlite3": SQLITE3,
     "bag": (".bag",),
     "rosbag2": (),
     "json": (".json",),
     "yaml": (".yaml", ".yml"),
 }
 _READ_ONLY = ("sqlite3", "bag")
-_BAG_FILES = (*FORMATS["mcap"], *FORMATS["sqlite3"])
 _TEXT = ("csv", "tsv")
 _TABLES = (*_TEXT, "parquet", "feather")
 _READERS = {
@@ -71,9 +70,9 @@ def _is_bag_folder(path: str) -> bool:
         return False
     held = {name for name in os.listdir(path) if name == "metadata.yaml" or _format_by_name(name) is not None}
     if "metadata.yaml" in held or len(held) == 1:
-        return any(name.endswith(("metadata.yaml", *_BAG_FILES)) for name in held)
+        return any(name.endswith(("metadata.yaml", *BAG_FILES)) for name in held)
     folder = os.path.basename(os.path.abspath(path))
-    return any(f"{folder}_0{suffix}" in held for suffix in _BAG_FILES)
+    return any(f"{folder}_0{suffix}" in held for suffix in BAG_FILES)
 
 
 def _format_by_name(path: str) -> str | None:
