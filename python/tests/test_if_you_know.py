@@ -3,6 +3,8 @@
 
 from __future__ import annotations
 
+from typing import Any
+
 import numpy as np
 import pandas as pd
 import pytest
@@ -13,8 +15,8 @@ P = np.array([[0.0, 1.0], [0.2, 0.5], [0.7, 0.1], [1.0, -0.5], [0.4, -0.6]])
 TRAJECTORY = vm.JointTrajectory(P, time=T)
 
 
-def close(one: object, other: object) -> None:
-    np.testing.assert_allclose(one, other, rtol=1e-12, atol=1e-12)  # type: ignore[arg-type]  # results of several kinds
+def close(one: Any, other: Any) -> None:
+    np.testing.assert_allclose(one, other, rtol=1e-12, atol=1e-12)
 
 
 @pytest.mark.parametrize("samples", [2, 3, 4, 5])

@@ -96,7 +96,7 @@ def test_every_public_object_says_what_it_is() -> None:
             assert (getattr(vm, name).__doc__ or "").strip(), name
 
 
-@pytest.mark.skipif(sys.version_info < (3, 13), reason="told apart since Python 3.13")
+@pytest.mark.skipif(sys.version_info < (3, 13), reason="before 3.13 there is no interpreter without the lock")
 def test_the_interpreter_keeps_its_lock_setting() -> None:
     probe = "import sys; before = sys._is_gil_enabled(); import velmora; print(before == sys._is_gil_enabled())"
     assert run(probe).stdout.strip() == "True"

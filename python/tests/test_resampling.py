@@ -23,7 +23,8 @@ RECORDED = vm.JointTrajectory([[0.0], [0.2], [0.7], [1.0]], time=[1.0, 1.1, 1.25
 def test_members_names_and_numbers_mean_the_same(method: Any, mode: Any) -> None:
     expected = vm.resample_trajectory(RECORDED, 0.04, method, mode)
     assert vm.resample_trajectory(RECORDED, 0.04, method.name, mode.name) == expected
-    assert vm.resample_trajectory(RECORDED, 0.04, int(method), int(mode)) == expected  # type: ignore[arg-type]  # typed as members and names alone
+    numbers: Any = (int(method), int(mode))  # typed as members and names alone
+    assert vm.resample_trajectory(RECORDED, 0.04, *numbers) == expected
     assert RECORDED.resample(0.04, method, mode) == expected
 
 

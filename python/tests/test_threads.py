@@ -7,6 +7,7 @@ import threading
 import time
 from collections.abc import Callable
 from concurrent.futures import ThreadPoolExecutor
+from functools import partial
 from typing import Any
 
 import numpy as np
@@ -32,12 +33,15 @@ def at_once(work: Callable[[int], Any]) -> list[Any]:
 
 
 def test_first_calls_from_many_threads_give_the_serial_bits() -> None:
+    def all_of(trajectory: vm.JointTrajectory, order: list[tuple[str, ...]], index: int) -> dict[str, Any]:
+        return {name: getattr(trajectory, name) for name in order[index % 3]}
+
     serial = make()
     expected = [getattr(serial, name).tobytes() for name in NAMES]
     for _ in range(20):
         shared = make()
         order = [NAMES[::-1], NAMES, NAMES[1:] + NAMES[:1]]
-        answers = at_once(lambda i, t=shared, order=order: {name: getattr(t, name) for name in order[i % 3]})  # type: ignore[misc]  # no type for a default of a lambda
+        answers = at_once(partial(all_of, shared, order))
         for answer in answers:
             assert [answer[name].tobytes() for name in NAMES] == expected
             for name in NAMES:
@@ -64,7 +68,7 @@ def test_every_use_of_a_shared_trajectory_gives_the_serial_bits() -> None:
     expected = uses(serial, 0)
     for _ in range(5):
         shared = make()
-        assert at_once(lambda i, t=shared: uses(t, i)) == [expected] * THREADS  # type: ignore[misc]  # no type for a default of a lambda
+        assert at_once(partial(uses, shared)) == [expected] * THREADS
 
 
 def test_the_interpreter_runs_while_the_library_works() -> None:

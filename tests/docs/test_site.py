@@ -8,6 +8,7 @@ import threading
 from collections.abc import Iterator
 from html.parser import HTMLParser
 from pathlib import Path
+from typing import Any
 from urllib.parse import unquote, urldefrag, urljoin
 
 import pytest
@@ -117,10 +118,10 @@ def browser() -> Iterator[Browser]:
 
 @pytest.mark.parametrize("scheme", ["light", "dark"])
 @pytest.mark.parametrize("size", SIZES)
-def test_pages_are_quiet_accessible_and_fit(browser: Browser, address: str, size: str, scheme: str) -> None:
+def test_pages_are_quiet_accessible_and_fit(browser: Browser, address: str, size: str, scheme: Any) -> None:
     """No console error, no request to elsewhere, nothing wider than the window, no serious finding of axe-core."""
     width, height = SIZES[size]
-    context = browser.new_context(viewport={"width": width, "height": height}, color_scheme=scheme)  # type: ignore[arg-type]  # a str of two
+    context = browser.new_context(viewport={"width": width, "height": height}, color_scheme=scheme)
     findings: list[str] = []
     for name in PAGES:
         page = context.new_page()

@@ -46,7 +46,8 @@ def test_a_wheel_holds_the_package_and_the_licence(wheel: Path) -> None:
     assert described == {"METADATA", "RECORD", "WHEEL", "entry_points.txt", "licenses/LICENSE"}
     required = [one for one in metadata.get_all("Requires-Dist", []) if "extra ==" not in one]
     assert [re.split(r"[<>=]", one)[0] for one in required] == ["numpy"]
-    assert metadata["Version"] == re.search(r"VERSION (\d+\.\d+\.\d+)", (ROOT / "CMakeLists.txt").read_text()).group(1)  # type: ignore[union-attr]  # it is there
+    project = (ROOT / "CMakeLists.txt").read_text()
+    assert [metadata["Version"]] == re.findall(r"^ +VERSION (\d+\.\d+\.\d+)$", project, re.MULTILINE)
 
 
 def test_wheels_are_for_each_python_and_for_all_from_3_12() -> None:

@@ -18,6 +18,8 @@ from support import SAMPLE, InProcess, environment, leftovers, velmora, write_lo
 from velmora.tools import formats
 from velmora.tools.options import ReadOptions
 
+VELMORA = f"'{sys.executable}' -m velmora.tools.main"
+
 
 @pytest.fixture
 def log(tmp_path: Path) -> Path:
@@ -194,37 +196,20 @@ def test_convert_keeps_what_is_broken_and_every_bit(tmp_path: Path) -> None:
     assert after.positions.tobytes() == before.positions.tobytes()
 
 
-def test_whoever_reads_the_output_may_leave(tmp_path: Path, log: Path) -> None:
-    done = subprocess.run(
-        [
-            "bash",
-            "-c",
-            f"'{sys.executable}' -m velmora.tools.main resample log.csv --rate 100000 -o - | head -1; "
-            "exit ${PIPESTATUS[0]}",
-        ],
-        cwd=tmp_path,
-        env=environment(),
-        capture_output=True,
-        text=True,
-        check=False,
+def in_shell(line: str, folder: Path) -> subprocess.CompletedProcess[str]:
+    return subprocess.run(
+        ["bash", "-c", line], cwd=folder, env=environment(), capture_output=True, text=True, check=False
     )
+
+
+def test_whoever_reads_the_output_may_leave(tmp_path: Path, log: Path) -> None:
+    done = in_shell(f"{VELMORA} resample log.csv --rate 100000 -o - | head -1; exit ${{PIPESTATUS[0]}}", tmp_path)
     assert done.stdout.startswith("time_s,")
     assert (done.returncode, done.stderr) == (130, "")
 
 
 def test_a_pipe_that_nobody_reads_is_named(tmp_path: Path, log: Path) -> None:
-    done = subprocess.run(
-        [
-            *("bash", "-c"),
-            f"mkfifo p; head -1 p >/dev/null & '{sys.executable}' -m velmora.tools.main resample log.csv --rate 100000 "
-            "-o p",
-        ],
-        cwd=tmp_path,
-        env=environment(),
-        capture_output=True,
-        text=True,
-        check=False,
-    )
+    done = in_shell(f"mkfifo p; head -1 p >/dev/null & {VELMORA} resample log.csv --rate 100000 -o p", tmp_path)
     assert (done.returncode, done.stderr) == (1, "p: cannot be written: Broken pipe\n")
 
 

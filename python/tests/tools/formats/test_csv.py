@@ -5,6 +5,7 @@ import gzip
 import io
 import sys
 from pathlib import Path
+from typing import Any
 
 import numpy as np
 import pytest
@@ -16,9 +17,9 @@ from velmora.tools.options import ReadOptions, WriteOptions
 from velmora.tools.recording import Recording
 
 
-def parse(text: str | bytes, **options: object) -> Recording:
+def parse(text: str | bytes, **options: Any) -> Recording:
     data = text if isinstance(text, bytes) else text.encode()
-    (recording,) = csv_reader.parse("log.csv", data, ReadOptions(**options))  # type: ignore[arg-type]  # any options
+    (recording,) = csv_reader.parse("log.csv", data, ReadOptions(**options))
     return recording
 
 

@@ -29,7 +29,8 @@ def test_a_gap_is_longer_than_ten_median_steps() -> None:
 
 def test_split_gives_pieces_with_their_rows() -> None:
     whole = recording([0.0, 1.0, 9.0, 10.0], [[1.0], [2.0], [3.0], [4.0]])
-    pieces = split(whole, find_gaps(whole.stamps.seconds(), 2.0))  # type: ignore[union-attr]  # it has stamps
+    assert whole.stamps is not None
+    pieces = split(whole, find_gaps(whole.stamps.seconds(), 2.0))
     assert [piece.rows.tolist() for piece in pieces] == [[2, 3], [4, 5]]
     assert [piece.stamps.origin for piece in pieces if piece.stamps is not None] == [0.0, 9.0]
 

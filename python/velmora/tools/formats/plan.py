@@ -5,6 +5,7 @@ from __future__ import annotations
 
 import math
 import re
+import string
 from collections.abc import Sequence
 from dataclasses import dataclass
 from fnmatch import fnmatchcase
@@ -219,8 +220,8 @@ def _clock(source: str, fields: Sequence[Field], options: ReadOptions) -> tuple[
             return (index,), field.unit or found.unit, f"column {quoted(field.name)} by {field.told_by}"
     lower = [name.lower() for name in names]
     for index, name in enumerate(lower):
-        prefix, word = re.fullmatch(r"(.*?)([a-z]*)", name, re.DOTALL).groups()  # type: ignore[union-attr]  # every text matches
-        if word in SECOND_NAMES and fields[index].numeric:
+        prefix = name.rstrip(string.ascii_lowercase)
+        if name.removeprefix(prefix) in SECOND_NAMES and fields[index].numeric:
             for other in NANOSECOND_NAMES:
                 if prefix + other in lower:
                     second = lower.index(prefix + other)
