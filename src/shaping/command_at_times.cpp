@@ -52,6 +52,13 @@ void CommandAtTimes::At(const Eigen::Ref<const Vector>& times_s, CommandRows& ro
   Hold(trajectory_.positions.row(last), inside_end, count - inside_end, rows);
 }
 
+std::optional<util::timing::SplineRows> CommandAtTimes::spline() const {
+  if (!knot_second_derivatives_) return std::nullopt;
+  const Matrix& positions = trajectory_.positions;
+  return util::timing::SplineRows{trajectory_.time.data(), positions.data(), knot_second_derivatives_->data(),
+                                  positions.rows(), positions.cols()};
+}
+
 void CommandAtTimes::Inside(const Eigen::Ref<const Vector>& times_s, Index first_row, CommandRows& rows) const {
   if (knot_second_derivatives_) {
     const Index at = first_row * trajectory_.positions.cols();

@@ -4,6 +4,7 @@
 
 #include <optional>
 
+#include "util/timing/spline_intervals.hpp"
 #include "velmora/native/array_types.hpp"
 #include "velmora/util/timing/resampling.hpp"
 #include "velmora/util/timing/trajectory.hpp"
@@ -34,11 +35,14 @@ class CommandAtTimes {
   /// Writes the command at ascending times to the first of these rows, which are as many at least, of as many joints.
   void At(const Eigen::Ref<const Vector>& times_s, CommandRows& rows) const;
 
+  /// Of the command between its samples; none for linear interpolation, and for one sample.
+  std::optional<util::timing::SplineRows> spline() const;
+
  private:
   void Inside(const Eigen::Ref<const Vector>& times_s, Eigen::Index first_row, CommandRows& rows) const;
 
   const util::timing::JointTrajectory& trajectory_;
-  std::optional<Matrix> knot_second_derivatives_;  // none for linear interpolation, and for one sample
+  std::optional<Matrix> knot_second_derivatives_;  // where there is a spline
 };
 
 }  // namespace velmora::shaping

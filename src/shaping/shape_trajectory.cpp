@@ -14,6 +14,7 @@
 #include "shaping/command_at_times.hpp"
 #include "shaping/impulse_sequence_sizes.hpp"
 #include "shaping/shaped_parts.hpp"
+#include "shaping/spline_copies.hpp"
 #include "shaping/step_count.hpp"
 #include "util/timing/trajectory_sizes.hpp"
 
@@ -23,9 +24,7 @@ namespace {
 using Eigen::Index;
 using internal::ThrowInvalidArgument;
 using internal::UnwrittenMatrix;
-
-// Samples that are shaped together: their copies, evaluated one after the other, stay in the processor's caches.
-constexpr Index kSamplesAtOnce = 256;
+using util::timing::SplineRows;
 
 void CheckSequences(const std::vector<ImpulseSequence>& sequences, Index joints) {
   const Index count = static_cast<Index>(sequences.size());
@@ -68,33 +67,73 @@ struct AddCopyKernel {
   }
 };
 
+// Room for the copies of some samples.
+struct Copies {
+  CommandRows first;
+  CommandRows next;
+};
+
+// The samples from `begin` on, which are at these times less the sequence's: copy after copy, any command.
+void AddCopyByCopy(const CommandAtTimes& command, const ImpulseSequence& sequence,
+                   const Eigen::Ref<const Vector>& delayed_s, Index begin, Copies& copies, ShapedTrajectory& shaped) {
+  const Index joints = shaped.positions.cols();
+  const Index count = delayed_s.size();
+  command.At(delayed_s, copies.first);
+  if (sequence.times_s.size() == 1) {
+    shaped.positions.middleRows(begin, count) = copies.first.positions.topRows(count);
+    shaped.velocities.middleRows(begin, count) = copies.first.velocities.topRows(count);
+    shaped.accelerations.middleRows(begin, count) = copies.first.accelerations.topRows(count);
+  }
+  for (Index i = 1; i < sequence.times_s.size(); ++i) {
+    command.At(delayed_s.array() - sequence.times_s[i], copies.next);
+    const auto add = [&](const Matrix& from, const Matrix& to, Matrix& result) {
+      double* const sums = result.data() + begin * joints;
+      internal::RunKernel<AddCopyKernel>(sequence.amplitudes[i], to.data(), from.data(), i == 1 ? from.data() : sums,
+                                         count * joints, sums);
+    };
+    add(copies.first.positions, copies.next.positions, shaped.positions);
+    add(copies.first.velocities, copies.next.velocities, shaped.velocities);
+    add(copies.first.accelerations, copies.next.accelerations, shaped.accelerations);
+  }
+}
+
+struct SampleRange {
+  Index begin;
+  Index end;
+};
+
+// The samples of which every copy lies between the knots.
+SampleRange AllCopiesInside(const SplineRows& spline, const Vector& delayed_s, const ImpulseSequence& sequence) {
+  const auto end = std::upper_bound(delayed_s.begin(), delayed_s.end(), spline.x[spline.knots - 1]);
+  const double last_s = sequence.duration_s();
+  const auto begin =
+      std::partition_point(delayed_s.begin(), end, [&](double first_s) { return first_s - last_s < spline.x[0]; });
+  return {begin - delayed_s.begin(), end - delayed_s.begin()};
+}
+
 // The command at the times of `shaped`.
 void ShapeAll(const CommandAtTimes& command, const ImpulseSequence& sequence, double delay_s,
               ShapedTrajectory& shaped) {
   const Index joints = shaped.positions.cols();
   const Index samples = shaped.time.size();
-  CommandRows first(std::min(kSamplesAtOnce, samples), joints);
-  CommandRows copy(first.positions.rows(), joints);
-  for (Index begin = 0; begin < samples; begin += kSamplesAtOnce) {
-    const Index count = std::min(kSamplesAtOnce, samples - begin);
-    const Vector delayed_s = shaped.time.segment(begin, count).array() - delay_s;
-    command.At(delayed_s, first);
-    if (sequence.times_s.size() == 1) {
-      shaped.positions.middleRows(begin, count) = first.positions.topRows(count);
-      shaped.velocities.middleRows(begin, count) = first.velocities.topRows(count);
-      shaped.accelerations.middleRows(begin, count) = first.accelerations.topRows(count);
-    }
-    for (Index i = 1; i < sequence.times_s.size(); ++i) {
-      command.At(delayed_s.array() - sequence.times_s[i], copy);
-      const auto add = [&](const Matrix& from, const Matrix& to, Matrix& result) {
-        double* const sums = result.data() + begin * joints;
-        internal::RunKernel<AddCopyKernel>(sequence.amplitudes[i], to.data(), from.data(), i == 1 ? from.data() : sums,
-                                           count * joints, sums);
-      };
-      add(first.positions, copy.positions, shaped.positions);
-      add(first.velocities, copy.velocities, shaped.velocities);
-      add(first.accelerations, copy.accelerations, shaped.accelerations);
-    }
+  const Vector delayed_s = shaped.time.array() - delay_s;
+  std::optional<SplineCopies> spline_copies;
+  SampleRange inside = {samples, samples};
+  if (const std::optional<SplineRows> spline = command.spline()) {
+    inside = AllCopiesInside(*spline, delayed_s, sequence);
+    if (inside.begin < inside.end) spline_copies.emplace(*spline, sequence);
+  }
+  const Index most = std::min(kSamplesAtOnce, samples);
+  Copies copies{{most, joints}, {most, joints}};
+  for (Index begin = 0, count = 0; begin < samples; begin += count) {
+    const bool are_inside = begin >= inside.begin && begin < inside.end;
+    const Index end = begin < inside.begin ? inside.begin : are_inside ? inside.end : samples;
+    count = std::min(kSamplesAtOnce, end - begin);
+    const Index at = begin * joints;
+    const util::timing::SampleRows sums{shaped.positions.data() + at, shaped.velocities.data() + at,
+                                        shaped.accelerations.data() + at};
+    if (are_inside && spline_copies->Sum(delayed_s.data() + begin, count, sums)) continue;
+    AddCopyByCopy(command, sequence, delayed_s.segment(begin, count), begin, copies, shaped);
   }
 }
 

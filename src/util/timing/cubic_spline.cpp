@@ -14,55 +14,19 @@
 #include "internal/throw_invalid_argument.hpp"
 #include "internal/unwritten_matrix.hpp"
 #include "util/timing/knot_second_derivatives.hpp"
+#include "util/timing/spline_intervals.hpp"
 #include "util/timing/time_search.hpp"
 
 namespace velmora::util::timing {
 namespace {
 
 using Eigen::Index;
-using internal::Fma;
-using internal::Load;
 using internal::Store;
-
-struct SplineRows {
-  const double* x;
-  const double* y;
-  const double* m;
-  Index knots;
-  Index joints;
-};
-
-VELMORA_ALWAYS_INLINE Index FindInterval(const SplineRows& spline, double t, Index previous) {
-  const Index last = spline.knots - 1;
-  if (t >= spline.x[last]) return last - 1;
-  // Beyond the last knot only where that was overwritten by NaN.
-  if (t > spline.x[0]) return std::min(UpperBoundNear(spline.x, spline.knots, t, previous + 1), last) - 1;
-  return 0;  // before the first knot, or NaN
-}
-
-// Coefficients in one interval, of a joint or of four side by side.
-template <typename Value>
-struct Coefficients {
-  Value a;
-  Value b;
-  Value c;
-  Value d;
-  Value twice_c;
-};
 
 // Those of the joints from `first` on in interval `i`.
 template <typename Value>
 VELMORA_ALWAYS_INLINE Coefficients<Value> IntervalCoefficients(const SplineRows& spline, Index i, Index first) {
-  const double* y = spline.y + i * spline.joints + first;
-  const double* m = spline.m + i * spline.joints + first;
-  const Value y0 = Load<Value>(y);
-  const Value y1 = Load<Value>(y + spline.joints);
-  const Value m0 = Load<Value>(m);
-  const Value m1 = Load<Value>(m + spline.joints);
-  const double h = spline.x[i + 1] - spline.x[i];
-  const double six_h = h * 6.0;
-  const Value c = m0 * 0.5;
-  return {y0, (y1 - y0) / h - (h * (2.0 * m0 + m1)) / 6.0, c, (m1 - m0) / six_h, c + c};
+  return Complete<Value>(spline, i, first, Divide<Value>(spline, i, first));
 }
 
 // One query; `turn` is that of `FiniteCheck`.
@@ -70,14 +34,12 @@ template <typename Processor, typename Value>
 VELMORA_ALWAYS_INLINE void EvaluateInInterval(const Coefficients<Value>& p, double dx, Index at,
                                               const SampleRows& samples, std::size_t turn,
                                               internal::FiniteCheck<Processor>& finite) {
-  // a + dx (b + dx (c + dx d)), b + 2 dx c + 3 dx^2 d, 2 c + 6 dx d; 2 c is exact, so the last sum is rounded once
-  const Value value = Fma<Processor>(dx, Fma<Processor>(dx, Fma<Processor>(dx, p.d, p.c), p.b), p.a);
-  const Value first = Fma<Processor>((dx * 3.0) * dx, p.d, Fma<Processor>(dx + dx, p.c, p.b));
-  const Value second = p.twice_c + (dx * 6.0) * p.d;
-  Store<Value>(value, samples.values + at);
-  Store<Value>(first, samples.first_derivatives + at);
-  Store<Value>(second, samples.second_derivatives + at);
-  finite.Look((value + first) + second, turn);  // one look at all three; that the sum overflows is rare
+  const SplineSample<Value> sample = EvaluateAt<Processor>(p, dx);
+  Store<Value>(sample.value, samples.values + at);
+  Store<Value>(sample.first_derivative, samples.first_derivatives + at);
+  Store<Value>(sample.second_derivative, samples.second_derivatives + at);
+  // one look at all three; that the sum overflows is rare
+  finite.Look((sample.value + sample.first_derivative) + sample.second_derivative, turn);
 }
 
 // The joints of one block of columns at the queries from `begin` to `end`, the first of them in interval `i`; returns
