@@ -16,6 +16,7 @@ import subprocess
 import sys
 import time
 from collections.abc import Callable
+from operator import attrgetter
 from typing import NamedTuple
 
 import numpy as np
@@ -41,7 +42,7 @@ class FirstUse(NamedTuple):
     """A call on something new each time, which is made outside of the measurement."""
 
     make: Callable[[], object]
-    call: Callable[[object], object]
+    use: Callable[[object], object]
 
 
 def calls(samples):
@@ -56,7 +57,7 @@ def calls(samples):
         "linear/numpy": lambda: linear(times, positions),
         "derivative": lambda: vm.JointTrajectory(positions, time=times).velocities,
         "derivative/numpy": lambda: derivative(times, positions),
-        "velocities": FirstUse(lambda: vm.JointTrajectory(positions, time=times), lambda fresh: fresh.velocities),
+        "velocities": FirstUse(lambda: vm.JointTrajectory(positions, time=times), attrgetter("velocities")),
         "blend": lambda: vm.blend_arrays(positions, shaped, 0.3),
         "blend/numpy": lambda: 0.7 * positions + 0.3 * shaped,
         "path": lambda: vm.joint_path_coordinate(positions),
@@ -65,11 +66,12 @@ def calls(samples):
 
 def timed(call, repeats):
     if isinstance(call, FirstUse):
+        make, use = call
         spent = 0
         for _ in range(repeats):
-            fresh = call.make()
+            fresh = make()
             start = time.perf_counter_ns()  # the clock of processor time takes as long as some calls
-            call.call(fresh)
+            use(fresh)
             spent += time.perf_counter_ns() - start
         return spent / repeats / 1e3
     start = time.process_time_ns()

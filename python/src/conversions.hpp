@@ -19,6 +19,9 @@ namespace nb = nanobind;
 using native::Matrix;
 using native::Vector;
 
+/// Before any array comes out.
+void ImportNumpy();
+
 // In: whatever numpy makes an array of real numbers of, converted once; anything else is a TypeError (kind) or a
 // ValueError (number of dimensions) that names the argument. The library checks the content.
 

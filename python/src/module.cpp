@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <nanobind/nanobind.h>
 
+#include "conversions.hpp"
 #include "register.hpp"
 
 NB_MODULE(core_of_main_interpreter, module) {
@@ -11,6 +12,7 @@ NB_MODULE(core_of_main_interpreter, module) {
   module.attr("__version__") = VELMORA_VERSION;
 
   using namespace velmora::python;
+  ImportNumpy();
   RegisterErrors(module);
   RegisterRecycledBuffers(module);
   RegisterSmootherstep(module);
