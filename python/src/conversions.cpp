@@ -6,6 +6,9 @@
 // What numpy 2 declares here works with numpy 1 too.
 #define NPY_NO_DEPRECATED_API NPY_2_0_API_VERSION
 #include <numpy/arrayobject.h>
+#if NPY_ABI_VERSION < 0x02000000
+#error "needs the headers of numpy 2: what is built with those of numpy 1 does not work with numpy 2"
+#endif
 
 #include <algorithm>
 #include <atomic>

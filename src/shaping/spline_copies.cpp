@@ -148,7 +148,7 @@ bool SplineCopies::FormCoefficients(Index count) {
   const Index passed = last - intervals_[0];
   if (end - begin > kMostKept || passed > copies * count) return false;
   if (end - begin > b_.rows()) {
-    Index rows = kSamplesAtOnce;
+    Index rows = 16;
     while (rows < end - begin) rows *= 2;
     b_ = Matrix::Zero(rows, spline_.joints);  // as times that were overwritten may ask for what was never formed
     d_ = b_;
