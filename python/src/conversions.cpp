@@ -182,15 +182,19 @@ Vector CopyOf(const Float64Buffer& buffer) {
   return vector;
 }
 
+// The enumerations, for as long as the process runs, as the functions are.
+nb::handle resampling_method;
+nb::handle resampling_time_grid_mode;
+
 // A member of another enumeration is an integer as well, but not what was meant.
 template <typename Option, Option (*kParse)(std::string_view)>
-Option ToOption(nb::handle source, const char* argument, const char* enumeration) {
+Option ToOption(nb::handle source, const char* argument, nb::handle enumeration) {
   if (nb::isinstance<nb::str>(source)) return kParse(ToText(source, argument));
   int value = 0;
-  const bool taken = PyLong_CheckExact(source.ptr()) ||
-                     nb::isinstance(source, nb::module_::import_("velmora._enums").attr(enumeration));
-  if (!taken || !nb::try_cast(source, value)) {
-    RefuseType(source, argument, ("a " + std::string(enumeration) + " or its name").c_str());
+  const bool is_number = PyLong_CheckExact(source.ptr()) || nb::isinstance(source, enumeration);
+  if (!is_number || !nb::try_cast(source, value)) {
+    const std::string name = nb::cast<std::string>(enumeration.attr("__name__"));
+    RefuseType(source, argument, ("a " + name + " or its name").c_str());
   }
   return static_cast<Option>(value);
 }
@@ -222,8 +226,11 @@ nb::object Own(Array array, int dimensions) {
 
 }  // namespace
 
-void ImportNumpy() {
+void ImportModules() {
   if (PyArray_ImportNumPyAPI() != 0) nb::raise_python_error();
+  const nb::object enumerations = nb::module_::import_("velmora._enums");
+  resampling_method = nb::object(enumerations.attr("ResamplingMethod")).release();
+  resampling_time_grid_mode = nb::object(enumerations.attr("ResamplingTimeGridMode")).release();
 }
 
 Matrix ToMatrix(nb::handle source, const char* argument) {
@@ -291,12 +298,12 @@ bool ToBool(nb::handle source, const char* argument) {
 }
 
 ResamplingMethod ToResamplingMethod(nb::handle source, const char* argument) {
-  return ToOption<ResamplingMethod, &util::timing::ParseResamplingMethod>(source, argument, "ResamplingMethod");
+  return ToOption<ResamplingMethod, &util::timing::ParseResamplingMethod>(source, argument, resampling_method);
 }
 
 ResamplingTimeGridMode ToResamplingTimeGridMode(nb::handle source, const char* argument) {
   return ToOption<ResamplingTimeGridMode, &util::timing::ParseResamplingTimeGridMode>(source, argument,
-                                                                                      "ResamplingTimeGridMode");
+                                                                                      resampling_time_grid_mode);
 }
 
 std::string ToText(nb::handle source, const char* argument) {
@@ -319,6 +326,9 @@ nb::object ToFloatArray(nb::handle source, const char* argument) {
   const nb::object numpy = Numpy();
   return numpy.attr("asarray")(any.array, nb::arg("dtype") = numpy.attr("float64"), nb::arg("order") = "C");
 }
+
+nb::object ToMember(ResamplingMethod method) { return resampling_method(static_cast<int>(method)); }
+nb::object ToMember(ResamplingTimeGridMode mode) { return resampling_time_grid_mode(static_cast<int>(mode)); }
 
 nb::object ViewOf(const Matrix& matrix, nb::handle owner) { return View(matrix, 2, owner); }
 nb::object ViewOf(const Vector& vector, nb::handle owner) { return View(vector, 1, owner); }

@@ -19,8 +19,8 @@ namespace nb = nanobind;
 using native::Matrix;
 using native::Vector;
 
-/// Before any array comes out.
-void ImportNumpy();
+/// What conversions need of other modules; before the first of them.
+void ImportModules();
 
 // In: whatever numpy makes an array of real numbers of, converted once; anything else is a TypeError (kind) or a
 // ValueError (number of dimensions) that names the argument. The library checks the content.
@@ -56,6 +56,10 @@ const Class& ToInstance(nb::handle source, const char* argument, const char* exp
 
 /// Real numbers in any number of dimensions: a C-ordered float64 array of numpy's.
 nb::object ToFloatArray(nb::handle source, const char* argument);
+
+/// The member of the enumeration.
+nb::object ToMember(util::timing::ResamplingMethod method);
+nb::object ToMember(util::timing::ResamplingTimeGridMode mode);
 
 // Out: read-only, without a copy.
 

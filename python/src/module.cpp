@@ -12,7 +12,7 @@ NB_MODULE(core_of_main_interpreter, module) {
   module.attr("__version__") = VELMORA_VERSION;
 
   using namespace velmora::python;
-  ImportNumpy();
+  ImportModules();
   RegisterErrors(module);
   RegisterRecycledBuffers(module);
   RegisterSmootherstep(module);

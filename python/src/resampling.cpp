@@ -252,19 +252,13 @@ std::unique_ptr<SharedTrajectory> Resample(nb::handle source, nb::handle sample_
 }  // namespace
 
 void RegisterResampling(nb::module_& module) {
-  // Kept for as long as the process runs, as the functions are.
-  const nb::object enums = nb::module_::import_("velmora._enums");
-  static const nb::handle method = nb::object(enums.attr("ResamplingMethod")).release();
-  static const nb::handle mode = nb::object(enums.attr("ResamplingTimeGridMode")).release();
-
   module.def(
-      "parse_resampling_method",
-      [](nb::handle text) { return method(static_cast<int>(ParseResamplingMethod(ToText(text, "text")))); },
+      "parse_resampling_method", [](nb::handle text) { return ToMember(ParseResamplingMethod(ToText(text, "text"))); },
       nb::arg("text").none(), nb::sig("def parse_resampling_method(text: str) -> velmora._enums.ResamplingMethod"),
       kParseMethodDocstring);
   module.def(
       "parse_resampling_time_grid_mode",
-      [](nb::handle text) { return mode(static_cast<int>(ParseResamplingTimeGridMode(ToText(text, "text")))); },
+      [](nb::handle text) { return ToMember(ParseResamplingTimeGridMode(ToText(text, "text"))); },
       nb::arg("text").none(),
       nb::sig("def parse_resampling_time_grid_mode(text: str) -> velmora._enums.ResamplingTimeGridMode"),
       kParseModeDocstring);
@@ -280,7 +274,8 @@ void RegisterResampling(nb::module_& module) {
                      "velmora._typing.VectorLike, include_derivatives: bool = True) -> JointTrajectory"),
              kSampleDocstring);
   module.def("resample_trajectory", &Resample, nb::arg("trajectory").none(), nb::arg("sample_time_s").none(),
-             nb::arg("method").none() = method(1), nb::arg("grid_mode").none() = mode(0),
+             nb::arg("method").none() = ToMember(ResamplingMethod::cubic),
+             nb::arg("grid_mode").none() = ToMember(ResamplingTimeGridMode::exact_dt_append_endpoint),
              nb::arg("strict_cubic").none() = false,
              nb::sig("def resample_trajectory(trajectory: JointTrajectory, sample_time_s: velmora._typing.Real, "
                      "method: velmora._typing.Method = 'cubic', "

@@ -281,12 +281,9 @@ void RegisterShapeTrajectory(nb::module_& module) {
   AddRecordMethods(record, {"move", "tail", "added_duration_s", "lag_s", "start_velocity", "start_acceleration",
                             "end_velocity", "end_acceleration"});
 
-  // Kept for as long as the process runs, as the function is.
-  static const nb::handle cubic =
-      nb::object(nb::module_::import_("velmora._enums").attr("ResamplingMethod")(1)).release();
   module.def("shape_trajectory", &Shape, nb::arg("trajectory"), nb::arg("sequences").none(),
              nb::arg("sample_time_s").none() = nb::none(), nb::arg("times_s").none() = nb::none(),
-             nb::arg("method").none() = cubic,
+             nb::arg("method").none() = ToMember(util::timing::ResamplingMethod::cubic),
              nb::sig("def shape_trajectory(trajectory: JointTrajectory, sequences: ImpulseSequence | "
                      "collections.abc.Sequence[ImpulseSequence], sample_time_s: velmora._typing.Real | None = None, "
                      "times_s: velmora._typing.VectorLike | None = None, method: velmora._typing.Method = 'cubic') -> "

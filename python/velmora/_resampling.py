@@ -77,6 +77,8 @@ def resample(
     >>> recorded.resample(rate_hz=500).sample_count
     176
     """
+    if samples is None and rate_hz is None and sample_time_s is not None:
+        return resample_trajectory(self, sample_time_s, method, grid_mode, strict_cubic)
     given = {"sample_time_s": sample_time_s, "samples": samples, "rate_hz": rate_hz}
     names = [name for name, value in given.items() if value is not None]
     if len(names) != 1:
@@ -84,10 +86,8 @@ def resample(
         raise TypeError(f"resample() takes exactly one of sample_time_s, samples and rate_hz, got {got}.")
     if samples is not None:
         return _with_samples(self, samples, method, grid_mode, strict_cubic)
-    if rate_hz is not None:
-        sample_time_s = _spacing_of_rate(rate_hz)
-    assert sample_time_s is not None
-    return resample_trajectory(self, sample_time_s, method, grid_mode, strict_cubic)
+    assert rate_hz is not None
+    return resample_trajectory(self, _spacing_of_rate(rate_hz), method, grid_mode, strict_cubic)
 
 
 def _spacing_of_rate(rate_hz: Real) -> float:
