@@ -53,6 +53,15 @@ VELMORA_ALWAYS_INLINE Lanes Fma(double p, const Lanes& q, const Lanes& r) {
   return Lanes{std::fma(p, q[0], r[0]), std::fma(p, q[1], r[1]), std::fma(p, q[2], r[2]), std::fma(p, q[3], r[3])};
 }
 
+/// The square root of each, which is rounded correctly.
+template <typename Processor>
+VELMORA_ALWAYS_INLINE Lanes Sqrt(const Lanes& x) {
+#if defined(__x86_64__) && !defined(__clang__)
+  if constexpr (std::is_same_v<Processor, Avx2Processor>) return __builtin_ia32_sqrtpd256(x);
+#endif
+  return Lanes{std::sqrt(x[0]), std::sqrt(x[1]), std::sqrt(x[2]), std::sqrt(x[3])};
+}
+
 /// What a comparison of `Lanes` gives: all bits of a lane, or none.
 using LaneMask = decltype(Lanes{} < Lanes{});
 

@@ -70,11 +70,22 @@ VELMORA_ALWAYS_INLINE double SquaredDistance(const double* from, const double* t
   return j < joints ? sum + SquaredDifference<double>(from + j, to + j) : sum;
 }
 
+// Four distances at once, since four roots side by side cost little more than one.
+template <typename Processor>
 VELMORA_ALWAYS_INLINE void AddDistances(const double* positions, Index samples, Index joints, double* coordinate) {
   double length = 0.0;
   coordinate[0] = length;
   const double* row = positions + joints;
-  for (Index i = 1; i < samples; ++i, row += joints) {
+  Index i = 1;
+  for (; i + kLanes <= samples; i += kLanes) {
+    const auto square = [&](Index k) VELMORA_ALWAYS_INLINE_LAMBDA {
+      return SquaredDistance(row + (k - 1) * joints, row + k * joints, joints);
+    };
+    const Lanes distances = internal::Sqrt<Processor>(Lanes{square(0), square(1), square(2), square(3)});
+    for (int k = 0; k < kLanes; ++k) coordinate[i + k] = length += distances[k];
+    row += kLanes * joints;
+  }
+  for (; i < samples; ++i, row += joints) {
     coordinate[i] = length += std::sqrt(SquaredDistance(row - joints, row, joints));
   }
 }
@@ -85,11 +96,11 @@ struct PathCoordinateKernel {
     // Most arms have six joints or seven: where the compiler knows the number, a distance takes no branch.
     switch (joints) {
       case 6:
-        return AddDistances(positions, samples, 6, coordinate);
+        return AddDistances<Processor>(positions, samples, 6, coordinate);
       case 7:
-        return AddDistances(positions, samples, 7, coordinate);
+        return AddDistances<Processor>(positions, samples, 7, coordinate);
       default:
-        return AddDistances(positions, samples, joints, coordinate);
+        return AddDistances<Processor>(positions, samples, joints, coordinate);
     }
   }
 };
