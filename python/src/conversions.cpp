@@ -3,8 +3,8 @@
 #include "conversions.hpp"
 
 #include <nanobind/ndarray.h>
-// What numpy 2 declares here works with numpy 1 too.
 #define NPY_NO_DEPRECATED_API NPY_2_0_API_VERSION
+#define NPY_TARGET_VERSION NPY_1_23_API_VERSION  // that of numpy 1.24, the oldest that is taken
 #include <numpy/arrayobject.h>
 #if NPY_ABI_VERSION < 0x02000000
 #error "needs the headers of numpy 2: what is built with those of numpy 1 does not work with numpy 2"
@@ -202,6 +202,7 @@ Option ToOption(nb::handle source, const char* argument, nb::handle enumeration)
 // By numpy's own interface: the usual way, through the protocol of buffers, takes four times as long.
 template <typename Array>
 nb::object View(const Array& array, int dimensions, nb::handle owner) {
+  if (PyArray_ImportNumPyAPI() != 0) nb::raise_python_error();  // once: the command starts without numpy
   const npy_intp shape[] = {array.rows(), array.cols()};
   // numpy wants an address even of an array without elements.
   static const double nothing = 0.0;
@@ -227,7 +228,6 @@ nb::object Own(Array array, int dimensions) {
 }  // namespace
 
 void ImportModules() {
-  if (PyArray_ImportNumPyAPI() != 0) nb::raise_python_error();
   const nb::object enumerations = nb::module_::import_("velmora._enums");
   resampling_method = nb::object(enumerations.attr("ResamplingMethod")).release();
   resampling_time_grid_mode = nb::object(enumerations.attr("ResamplingTimeGridMode")).release();
