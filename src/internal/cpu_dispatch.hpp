@@ -7,7 +7,7 @@
 
 // A kernel is a struct with one static function template `Run` of the processor, and is inlined with all that it calls
 // into the caller that was compiled for the processor at hand. Both variants execute the same operations on each
-// element, each rounded alike, so their results are the same to the bit.
+// element, each rounded alike, so their results are the same to the bit. (Of two NaNs, a sum may take over either.)
 //
 // All that takes or returns a vector must be inlined, for the two variants pass vectors in different registers.
 #define VELMORA_ALWAYS_INLINE inline __attribute__((always_inline))

@@ -26,6 +26,11 @@ using internal::ThrowInvalidArgument;
 using internal::UnwrittenMatrix;
 using util::timing::SplineRows;
 
+// Samples that are shaped together: what their copies need stays in the processor's caches.
+constexpr Index kSamplesAtOnce = 256;
+// More copies of so many samples do not stay there, and it no longer pays to take them together.
+constexpr Index kMostTogether = 512;
+
 void CheckSequences(const std::vector<ImpulseSequence>& sequences, Index joints) {
   const Index count = static_cast<Index>(sequences.size());
   if (count != 1 && (count != joints || count == 0)) {
@@ -119,9 +124,12 @@ void ShapeAll(const CommandAtTimes& command, const ImpulseSequence& sequence, do
   const Vector delayed_s = shaped.time.array() - delay_s;
   std::optional<SplineCopies> spline_copies;
   SampleRange inside = {samples, samples};
-  if (const std::optional<SplineRows> spline = command.spline()) {
+  const std::optional<SplineRows> spline = command.spline();
+  if (spline && sequence.times_s.size() <= kMostTogether) {
     inside = AllCopiesInside(*spline, delayed_s, sequence);
-    if (inside.begin < inside.end) spline_copies.emplace(*spline, sequence);
+    if (inside.begin < inside.end) {
+      spline_copies.emplace(*spline, sequence, std::min(kSamplesAtOnce, inside.end - inside.begin));
+    }
   }
   const Index most = std::min(kSamplesAtOnce, samples);
   Copies copies{{most, joints}, {most, joints}};

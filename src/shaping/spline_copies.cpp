@@ -59,6 +59,7 @@ struct FormKernel {
 struct Located {
   const double* amplitudes;
   Index copies;
+  Index stride;
   const std::int64_t* intervals;
   const double* into_interval_s;
   const double* b;
@@ -90,7 +91,7 @@ struct SumKernel {
           const auto first = SampleOf<Processor, Value>(rows, from, r, joint);
           SplineSample<Value> sum = first;
           for (Index k = 1; k < from.copies; ++k) {
-            const auto copy = SampleOf<Processor, Value>(rows, from, k * kSamplesAtOnce + r, joint);
+            const auto copy = SampleOf<Processor, Value>(rows, from, k * from.stride + r, joint);
             const double amplitude = from.amplitudes[k];
             sum.value = sum.value + amplitude * (copy.value - first.value);
             sum.first_derivative = sum.first_derivative + amplitude * (copy.first_derivative - first.first_derivative);
@@ -109,17 +110,19 @@ struct SumKernel {
 
 }  // namespace
 
-SplineCopies::SplineCopies(const SplineRows& spline, const ImpulseSequence& sequence)
+SplineCopies::SplineCopies(const SplineRows& spline, const ImpulseSequence& sequence, Index samples)
     : spline_(spline),
       sequence_(sequence),
-      intervals_(static_cast<std::size_t>(sequence.times_s.size() * kSamplesAtOnce)),
-      into_interval_s_(sequence.times_s.size() * kSamplesAtOnce) {}
+      stride_(samples),
+      intervals_(static_cast<std::size_t>(sequence.times_s.size() * samples)),
+      into_interval_s_(sequence.times_s.size() * samples) {}
 
 bool SplineCopies::Sum(const double* times_s, Index count, const SampleRows& sums) {
   Locate(times_s, count);
   if (!FormCoefficients(count)) return false;
   const Located located{sequence_.amplitudes.data(),
                         sequence_.times_s.size(),
+                        stride_,
                         intervals_.data(),
                         into_interval_s_.data(),
                         b_.data(),
@@ -131,18 +134,18 @@ bool SplineCopies::Sum(const double* times_s, Index count, const SampleRows& sum
 
 void SplineCopies::Locate(const double* times_s, Index count) {
   for (Index k = 0; k < sequence_.times_s.size(); ++k) {
-    const Index at = k * kSamplesAtOnce;
+    const Index at = k * stride_;
     for (Index r = 0; r < count; ++r) into_interval_s_[at + r] = times_s[r] - sequence_.times_s[k];
     std::int64_t* const intervals = intervals_.data() + at;
     // Where this copy ended in the stretch before, or anywhere.
-    internal::RunKernel<LocateKernel>(&spline_, Index{intervals[kSamplesAtOnce - 1]}, count, intervals,
+    internal::RunKernel<LocateKernel>(&spline_, Index{intervals[stride_ - 1]}, count, intervals,
                                       into_interval_s_.data() + at);
   }
 }
 
 bool SplineCopies::FormCoefficients(Index count) {
   const Index copies = sequence_.times_s.size();
-  const Index begin = intervals_[static_cast<std::size_t>((copies - 1) * kSamplesAtOnce)];
+  const Index begin = intervals_[static_cast<std::size_t>((copies - 1) * stride_)];
   const Index last = intervals_[static_cast<std::size_t>(count - 1)];
   const Index end = std::max(begin, last) + 1;  // before `begin` only where times were overwritten
   const Index passed = last - intervals_[0];

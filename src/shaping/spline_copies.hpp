@@ -13,17 +13,15 @@
 
 namespace velmora::shaping {
 
-/// Samples that are shaped together: what their copies need stays in the processor's caches.
-constexpr Eigen::Index kSamplesAtOnce = 256;
-
 /// Where samples follow each other closely, every interval of the spline is met once by each copy. So the coefficients
 /// that take divisions are formed once, and kept until the last copy has passed. Refers to its arguments.
 class SplineCopies {
  public:
-  SplineCopies(const util::timing::SplineRows& spline, const ImpulseSequence& sequence);
+  /// For `Sum` of at most so many samples.
+  SplineCopies(const util::timing::SplineRows& spline, const ImpulseSequence& sequence, Eigen::Index samples);
 
   /// first + amplitude_1 (copy_1 - first) + amplitude_2 (copy_2 - first) + ..., copy k at `times_s[r]` less the time of
-  /// impulse k, for the `count` (at most `kSamplesAtOnce`) ascending times, in rows one after the other. All copies are
+  /// impulse k, for the `count` ascending times, in rows one after the other. All copies are
   /// between the knots.
   ///
   /// False, and nothing written, where the copies are too many intervals apart, or the samples too far from each other,
@@ -36,11 +34,12 @@ class SplineCopies {
 
   util::timing::SplineRows spline_;
   const ImpulseSequence& sequence_;
+  Eigen::Index stride_;                  // from one copy's numbers to the next one's
   std::vector<std::int64_t> intervals_;  // those of one copy after the other
   Vector into_interval_s_;               // times from the knots that begin these intervals
   Matrix b_;                             // interval i in row i modulo their number, a power of two
   Matrix d_;
-  Eigen::Index formed_end_ = 0;  // intervals before it are there, unless later ones took their rows
+  Eigen::Index formed_end_ = 0;  // from the first interval of the last stretch up to here all are there
 };
 
 }  // namespace velmora::shaping

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <limits>
 #include <optional>
@@ -29,7 +30,8 @@ constexpr ResamplingMethod kCubic = ResamplingMethod::cubic;
 // What the command is at each time: interpolated, or held before and after.
 using Sampled = std::vector<Table>;  // by the order of the derivative
 
-Sampled SampleCopy(const JointTrajectory& raw, const oracle::CubicSpline& spline, const std::vector<double>& times_s) {
+Sampled SampleCopy(const JointTrajectory& raw, const oracle::CubicSpline& spline, const Vector& own_times_s) {
+  const std::vector<double> times_s(own_times_s.begin(), own_times_s.end());
   Sampled sampled;
   const std::size_t joints = static_cast<std::size_t>(raw.positions.cols());
   for (std::uint32_t order = 0; order < 3; ++order) {
@@ -60,11 +62,7 @@ Sampled AddCopies(const std::vector<Sampled>& copies, const Vector& amplitudes) 
   return sums;
 }
 
-std::vector<double> Delayed(const Vector& times_s, double delay_s) {
-  std::vector<double> delayed_s;
-  for (const double time_s : times_s) delayed_s.push_back(time_s - delay_s);
-  return delayed_s;
-}
+Vector Delayed(const Vector& times_s, double delay_s) { return times_s.array() - delay_s; }
 
 ImpulseSequence RandomSequence(SplitMix64& random, std::size_t impulses, double longest_s) {
   Vector times_s = testing::RandomTimes(random, impulses, testing::TimeFamily::jittered);
@@ -87,30 +85,60 @@ Vector RandomQueries(SplitMix64& random, std::size_t count, const Vector& time, 
   return queries;
 }
 
+// All joints shaped by a sequence that is delayed itself.
+Sampled ShapeByOracle(const JointTrajectory& raw, const oracle::CubicSpline& spline, const Vector& times_s,
+                      const ImpulseSequence& sequence, double delay_s) {
+  const Vector delayed_s = Delayed(times_s, delay_s);
+  std::vector<Sampled> copies;
+  for (const double impulse_s : sequence.times_s) {
+    copies.push_back(SampleCopy(raw, spline, Delayed(delayed_s, impulse_s)));
+  }
+  return AddCopies(copies, sequence.amplitudes);
+}
+
 TEST(ShapeTrajectory, IsTheSumOfCopiesOfAPlainSpline) {
   SplitMix64 random(97);
-  for (int k = 0; k < 150; ++k) {
+  for (int k = 0; k < 200; ++k) {
     const std::size_t samples = 2 + random.Below(random.OneIn(4) ? 300 : 40);
     const std::size_t joints = random.Below(13);
     const Vector time = testing::RandomTimes(random, samples, testing::TimeFamily::jittered);
     const JointTrajectory raw = testing::Trajectory(
         testing::RandomMatrix(random, samples, joints, testing::ValueFamily::mixed_magnitudes), time);
     const double span_s = time[time.size() - 1] - time[0];
-    const ImpulseSequence sequence =
-        RandomSequence(random, 1 + random.Below(6), span_s * (random.OneIn(3) ? 0.9 : 0.2) * (random.Unit() + 1e-3));
+    std::vector<ImpulseSequence> sequences;
+    double lag_s = -testing::kInfinity;
+    for (std::size_t n = random.OneIn(3) && joints > 0 ? joints : 1; n > 0; --n) {
+      const double longest_s = span_s * (random.OneIn(3) ? 0.9 : 0.2) * (random.Unit() + 1e-3);
+      sequences.push_back(RandomSequence(random, 1 + random.Below(random.OneIn(30) ? 600 : 6), longest_s));
+      lag_s = std::max(lag_s, sequences.back().centroid_s());
+    }
     const Vector times_s =
         RandomQueries(random, 1 + random.Below(random.OneIn(2) ? 1500 : 60), time, random.OneIn(2) ? 0.0 : 0.3);
 
-    const ShapedTrajectory shaped = JoinMoveAndTail(ShapeTrajectory(raw, {sequence}, times_s, kCubic));
+    const ShapedTrajectory shaped = JoinMoveAndTail(ShapeTrajectory(raw, sequences, times_s, kCubic));
     const oracle::CubicSpline spline =
         oracle::BuildCubicSpline(std::vector<double>(time.begin(), time.end()), testing::ToTable(raw.positions));
-    std::vector<Sampled> copies;
-    for (const double delay_s : sequence.times_s) copies.push_back(SampleCopy(raw, spline, Delayed(times_s, delay_s)));
-    const Sampled expected = AddCopies(copies, sequence.amplitudes);
+    Sampled expected = ShapeByOracle(raw, spline, times_s, sequences[0], lag_s - sequences[0].centroid_s());
+    for (std::size_t j = 1; j < sequences.size(); ++j) {
+      const Sampled own = ShapeByOracle(raw, spline, times_s, sequences[j], lag_s - sequences[j].centroid_s());
+      for (std::size_t order = 0; order < own.size(); ++order) {
+        for (std::size_t r = 0; r < own[order].rows; ++r) expected[order](r, j) = own[order](r, j);
+      }
+    }
     ASSERT_TRUE(SameBits(expected[0], shaped.positions)) << "case " << k;
     ASSERT_TRUE(SameBits(expected[1], shaped.velocities)) << "case " << k;
     ASSERT_TRUE(SameBits(expected[2], shaped.accelerations)) << "case " << k;
   }
+}
+
+TEST(ShapeTrajectory, HoldsACopyThatRoundingPutsBeforeTheStart) {
+  const JointTrajectory raw = testing::Trajectory(testing::Rows({{1.0}, {2.0}, {5.0}, {3.0}}), Values({0.1, 1, 2, 3}));
+  ASSERT_LT(0.7 - 0.6, 0.1);
+  ASSERT_EQ(0.7, 0.1 + 0.6);
+  const ImpulseSequence sequence(Values({0.0, 0.6}), Values({0.0, 1.0}));
+  const ShapedCommand shaped = ShapeTrajectory(raw, {sequence}, Values({0.7}), kCubic);
+  EXPECT_EQ(shaped.move.positions(0, 0), 1.0);
+  EXPECT_EQ(shaped.move.velocities(0, 0), 0.0);
 }
 
 // Stretches of times that follow each other closely, loosely, or after a leap.
@@ -145,8 +173,7 @@ TEST(ShapeTrajectory, IsTheSumOfCopiesHoweverFarApart) {
       const ShapedTrajectory shaped = JoinMoveAndTail(ShapeTrajectory(raw, {sequence}, times_s, kCubic));
       std::vector<Sampled> copies;
       for (const double delay_s : sequence.times_s) {
-        const Vector delayed_s = times_s.array() - delay_s;
-        const ShapedTrajectory copy = JoinMoveAndTail(ShapeTrajectory(raw, {alone}, delayed_s, kCubic));
+        const ShapedTrajectory copy = JoinMoveAndTail(ShapeTrajectory(raw, {alone}, Delayed(times_s, delay_s), kCubic));
         copies.push_back({testing::ToTable(copy.positions), testing::ToTable(copy.velocities),
                           testing::ToTable(copy.accelerations)});
       }
