@@ -88,6 +88,15 @@ def test_what_cpp_callers_see_has_a_page(name: str) -> None:
     assert re.search(rf"\{{doxygen\w+\}} {name}\b", REFERENCE)
 
 
+def test_every_header_is_in_the_reference() -> None:
+    index = (DOCS / "reference" / "index.md").read_text(encoding="utf-8")
+    listed = set(re.findall(r"`([\w/]+\.hpp)`", index))
+    includes = [ROOT / "include" / "velmora", ROOT / "bundled" / "include" / "velmora"]
+    headers = {path.relative_to(folder).as_posix() for folder in includes for path in folder.rglob("*.hpp")}
+    # What other headers include alone.
+    assert listed == headers - {"native/eigen_abi.hpp", "native/error.hpp", "native/export.hpp"}
+
+
 def python_names() -> list[str]:
     names = [f"velmora.{name}" for name in vm.__all__ if not name.startswith("_")]
     names += [f"velmora.shaping.{name}" for name in shaping.__all__]

@@ -3,7 +3,9 @@
 
 from __future__ import annotations
 
+import gc
 import os
+import re
 import signal
 import sys
 import threading
@@ -167,9 +169,17 @@ def test_standard_output_is_that_of_the_command(tmp_path: Path, cluster: Any) ->
     assert run.out.startswith("time_s,")
 
 
-def test_no_scheduler(tmp_path: Path, options: works.Options, monkeypatch: pytest.MonkeyPatch) -> None:
+@pytest.mark.parametrize("address", ["tcp://127.0.0.1:1", "localhost", "tcp://127.0.0.1", "htp://127.0.0.1:1"])
+def test_no_scheduler(
+    address: str,
+    tmp_path: Path,
+    options: works.Options,
+    monkeypatch: pytest.MonkeyPatch,
+    capfd: pytest.CaptureFixture[str],
+) -> None:
     monkeypatch.setattr("velmora.tools.batch.cluster.CONNECT_WITHIN_S", 1)
-    with pytest.raises(
-        UsageError, match=r"^tcp://127\.0\.0\.1:1: no scheduler answers; the address of a Dask scheduler was"
-    ):
-        carry_out(tasks(tmp_path, ["a"], options), ManyOptions(scheduler="tcp://127.0.0.1:1"))
+    expected = f"^{re.escape(address)}: no scheduler answers; the address of a Dask scheduler was"
+    with pytest.raises(UsageError, match=expected):
+        carry_out(tasks(tmp_path, ["a"], options), ManyOptions(scheduler=address))
+    gc.collect()
+    assert capfd.readouterr().err == ""
