@@ -83,7 +83,7 @@ for pattern, targets_of in (("*.?pp", includes), ("*.py", imports)):
                     edges[source, target] += 1
 
 used = {part for edge in edges for part in edge}
-print("digraph architecture {\n  rankdir=TB; newrank=true; bgcolor=white;")
+print("digraph architecture {\n  rankdir=TB; newrank=true; ranksep=0.15; nodesep=0.2; bgcolor=white;")
 print('  node [shape=box, style="rounded,filled", fillcolor=white, color="#8a97a6"];')
 print('  node [fontname="sans-serif", fontsize=11];')
 print('  edge [color="#1f6fb2", fontname="sans-serif", fontsize=9, fontcolor="#8a97a6"];')

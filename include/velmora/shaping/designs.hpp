@@ -140,6 +140,7 @@ VELMORA_EXPORT ImpulseSequence UmZvd(const VibrationMode& mode);
 /// @throws native::InvalidArgumentError "high_hz must not exceed 4 times low_hz." (the search would take minutes)
 /// @throws native::InvalidArgumentError "No sequence of this design was found for this range and tolerance." (so
 ///   for every tolerance below 1e-7, which the search cannot tell from its own roundings)
+/// @throws native::InvalidArgumentError the messages of the `ImpulseSequence` constructor
 ///
 /// Complexity: tens to hundreds of milliseconds; up to minutes for a small tolerance over a wide range.
 /// Thread safety: pure.

@@ -48,9 +48,8 @@ class ImpulseSequence {
 
   /// How much longer a shaped command takes: the time of the last impulse.
   /// @return the duration in seconds
-  /// @throws native::InvalidArgumentError "ImpulseSequence requires at least 1 impulse, got 0.", for a sequence that
-  /// was
-  ///   moved from or written to
+  /// @throws native::InvalidArgumentError "ImpulseSequence requires at least 1 impulse, got 0.", for a sequence
+  ///   that was moved from or written to
   ///
   /// Complexity: O(1). Thread safety: pure.
   VELMORA_EXPORT double duration_s() const;
@@ -60,9 +59,8 @@ class ImpulseSequence {
   /// A command of constant velocity lags by exactly this much once all copies move. With negative amplitudes it may
   /// lie outside the span of the times.
   /// @return the lag in seconds
-  /// @throws native::InvalidArgumentError the messages on sizes of the constructor, for a sequence that was moved from
-  /// or
-  ///   written to
+  /// @throws native::InvalidArgumentError the messages on sizes of the constructor, for a sequence that was moved
+  ///   from or written to
   ///
   /// Complexity: O(n). Thread safety: pure.
   VELMORA_EXPORT double centroid_s() const;

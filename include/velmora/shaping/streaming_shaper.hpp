@@ -55,9 +55,8 @@ class StreamingShaper {
   /// @param sequence the sequence of all joints, n impulses
   /// @param joints number of joints J
   /// @param sample_time_s time between samples, finite and positive
-  /// @throws native::InvalidArgumentError the messages on sizes of the `ImpulseSequence` constructor, for a sequence
-  /// that
-  ///   was moved from or written to
+  /// @throws native::InvalidArgumentError the messages on sizes of the `ImpulseSequence` constructor, for a
+  ///   sequence that was moved from or written to
   /// @throws native::InvalidArgumentError "joints must be non-negative."
   /// @throws native::InvalidArgumentError "sample_time_s must be positive." (also for NaN and infinities)
   /// @throws std::bad_alloc where memory runs out, and for a sequence of more samples than can be counted
