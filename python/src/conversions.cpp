@@ -210,10 +210,9 @@ nb::object View(const Array& array, int dimensions, nb::handle owner) {
   void* values = const_cast<double*>(data);  // the array is read-only
   nb::object view = nb::steal(
       PyArray_New(&PyArray_Type, dimensions, shape, NPY_DOUBLE, nullptr, values, 0, NPY_ARRAY_CARRAY_RO, nullptr));
-  if (!view.is_valid() ||
-      PyArray_SetBaseObject(reinterpret_cast<PyArrayObject*>(view.ptr()), owner.inc_ref().ptr()) != 0) {
-    nb::raise_python_error();
-  }
+  const bool made = view.is_valid() &&
+                    PyArray_SetBaseObject(reinterpret_cast<PyArrayObject*>(view.ptr()), owner.inc_ref().ptr()) == 0;
+  if (!made) nb::raise_python_error();
   return view;
 }
 
