@@ -11,6 +11,7 @@
 #include "internal/row_lanes.hpp"
 #include "internal/throw_invalid_argument.hpp"
 #include "internal/unwritten_matrix.hpp"
+#include "shaping/add_copy.hpp"
 #include "shaping/command_at_times.hpp"
 #include "shaping/impulse_sequence_sizes.hpp"
 #include "shaping/shaped_parts.hpp"
@@ -67,7 +68,7 @@ struct AddCopyKernel {
   static VELMORA_ALWAYS_INLINE void Run(double amplitude, const double* copy, const double* first, const double* before,
                                         Index count, double* sums) {
     internal::ForEachJoint(count, sums, [&](auto at) VELMORA_ALWAYS_INLINE_LAMBDA {
-      return at(before) + amplitude * (at(copy) - at(first));
+      return AddCopy(at(before), amplitude, at(copy), at(first));
     });
   }
 };

@@ -8,6 +8,7 @@
 
 #include "internal/cpu_dispatch.hpp"
 #include "internal/row_lanes.hpp"
+#include "shaping/add_copy.hpp"
 #include "util/timing/time_search.hpp"
 
 namespace velmora::shaping {
@@ -93,15 +94,11 @@ struct SumKernel {
           for (Index k = 1; k < from.copies; ++k) {
             const auto copy = SampleOf<Processor, Value>(rows, from, k * from.stride + r, joint);
             const double amplitude = from.amplitudes[k];
-            sum.value = sum.value + amplitude * (copy.value - first.value);
-            sum.first_derivative = sum.first_derivative + amplitude * (copy.first_derivative - first.first_derivative);
-            sum.second_derivative =
-                sum.second_derivative + amplitude * (copy.second_derivative - first.second_derivative);
+            sum = {AddCopy(sum.value, amplitude, copy.value, first.value),
+                   AddCopy(sum.first_derivative, amplitude, copy.first_derivative, first.first_derivative),
+                   AddCopy(sum.second_derivative, amplitude, copy.second_derivative, first.second_derivative)};
           }
-          const Index at = r * rows.joints + joint;
-          Store<Value>(sum.value, to.values + at);
-          Store<Value>(sum.first_derivative, to.first_derivatives + at);
-          Store<Value>(sum.second_derivative, to.second_derivatives + at);
+          util::timing::StoreSample(sum, to, r * rows.joints + joint);
         }
       }
     });
@@ -153,7 +150,8 @@ bool SplineCopies::FormCoefficients(Index count) {
   if (end - begin > b_.rows()) {
     Index rows = 16;
     while (rows < end - begin) rows *= 2;
-    b_ = Matrix::Zero(rows, spline_.joints);  // as times that were overwritten may ask for what was never formed
+    b_ =
+        native::Matrix::Zero(rows, spline_.joints);  // as times that were overwritten may ask for what was never formed
     d_ = b_;
     formed_end_ = begin;
   }

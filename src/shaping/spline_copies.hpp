@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <vector>
 
-#include "shaping/command_at_times.hpp"
 #include "util/timing/cubic_spline.hpp"
 #include "util/timing/spline_intervals.hpp"
 #include "velmora/native/array_types.hpp"
@@ -21,8 +20,7 @@ class SplineCopies {
   SplineCopies(const util::timing::SplineRows& spline, const ImpulseSequence& sequence, Eigen::Index samples);
 
   /// first + amplitude_1 (copy_1 - first) + amplitude_2 (copy_2 - first) + ..., copy k at `times_s[r]` less the time of
-  /// impulse k, for the `count` ascending times, in rows one after the other. All copies are
-  /// between the knots.
+  /// impulse k, for the `count` ascending times, in rows one after the other. All copies are between the knots.
   ///
   /// False, and nothing written, where the copies are too many intervals apart, or the samples too far from each other,
   /// for this to pay.
@@ -36,9 +34,9 @@ class SplineCopies {
   const ImpulseSequence& sequence_;
   Eigen::Index stride_;                  // from one copy's numbers to the next one's
   std::vector<std::int64_t> intervals_;  // those of one copy after the other
-  Vector into_interval_s_;               // times from the knots that begin these intervals
-  Matrix b_;                             // interval i in row i modulo their number, a power of two
-  Matrix d_;
+  native::Vector into_interval_s_;       // times from the knots that begin these intervals
+  native::Matrix b_;                     // interval i in row i modulo their number, a power of two
+  native::Matrix d_;
   Eigen::Index formed_end_ = 0;  // from the first interval of the last stretch up to here all are there
 };
 

@@ -7,6 +7,7 @@
 #include "internal/blend_element.hpp"
 #include "internal/finiteness.hpp"
 #include "internal/throw_invalid_argument.hpp"
+#include "shaping/add_copy.hpp"
 #include "shaping/impulse_sequence_sizes.hpp"
 #include "shaping/step_count.hpp"
 
@@ -22,9 +23,8 @@ std::int64_t Capacity(double duration_s, double sample_time_s) { return StepCoun
 
 JointSample AtRestAtZero(Index joints) { return {Vector::Zero(joints), Vector::Zero(joints), Vector::Zero(joints)}; }
 
-// sum += amplitude * (copy - first)
-void AddCopy(double amplitude, const Vector& copy, const Vector& first, Vector& sum) {
-  for (Index j = 0; j < sum.size(); ++j) sum[j] += amplitude * (copy[j] - first[j]);
+void AddRow(double amplitude, const Vector& copy, const Vector& first, Vector& sum) {
+  for (Index j = 0; j < sum.size(); ++j) sum[j] = AddCopy(sum[j], amplitude, copy[j], first[j]);
 }
 
 void Interpolate(double share, const Matrix& rows, Index before, Index after, Vector& result) {
@@ -106,9 +106,9 @@ const JointSample& StreamingShaper::Shape() {
   shaped_.acceleration = first_.acceleration;
   for (Index i = 1; i < sequence_.times_s.size(); ++i) {
     CopyAt(now_s - sequence_.times_s[i], other_);
-    AddCopy(sequence_.amplitudes[i], other_.position, first_.position, shaped_.position);
-    AddCopy(sequence_.amplitudes[i], other_.velocity, first_.velocity, shaped_.velocity);
-    AddCopy(sequence_.amplitudes[i], other_.acceleration, first_.acceleration, shaped_.acceleration);
+    AddRow(sequence_.amplitudes[i], other_.position, first_.position, shaped_.position);
+    AddRow(sequence_.amplitudes[i], other_.velocity, first_.velocity, shaped_.velocity);
+    AddRow(sequence_.amplitudes[i], other_.acceleration, first_.acceleration, shaped_.acceleration);
   }
   has_output_ = true;
   return shaped_;

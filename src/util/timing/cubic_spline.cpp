@@ -21,7 +21,6 @@ namespace velmora::util::timing {
 namespace {
 
 using Eigen::Index;
-using internal::Store;
 
 // Those of the joints from `first` on in interval `i`.
 template <typename Value>
@@ -35,9 +34,7 @@ VELMORA_ALWAYS_INLINE void EvaluateInInterval(const Coefficients<Value>& p, doub
                                               const SampleRows& samples, std::size_t turn,
                                               internal::FiniteCheck<Processor>& finite) {
   const SplineSample<Value> sample = EvaluateAt<Processor>(p, dx);
-  Store<Value>(sample.value, samples.values + at);
-  Store<Value>(sample.first_derivative, samples.first_derivatives + at);
-  Store<Value>(sample.second_derivative, samples.second_derivatives + at);
+  StoreSample(sample, samples, at);
   // one look at all three; that the sum overflows is rare
   finite.Look((sample.value + sample.first_derivative) + sample.second_derivative, turn);
 }

@@ -6,6 +6,7 @@
 
 #include "internal/cpu_dispatch.hpp"
 #include "internal/row_lanes.hpp"
+#include "util/timing/cubic_spline.hpp"
 #include "util/timing/time_search.hpp"
 #include "velmora/native/array_types.hpp"
 
@@ -81,6 +82,14 @@ VELMORA_ALWAYS_INLINE SplineSample<Value> EvaluateAt(const Coefficients<Value>& 
   using internal::Fma;
   return {Fma<Processor>(dx, Fma<Processor>(dx, Fma<Processor>(dx, p.d, p.c), p.b), p.a),
           Fma<Processor>((dx * 3.0) * dx, p.d, Fma<Processor>(dx + dx, p.c, p.b)), p.twice_c + (dx * 6.0) * p.d};
+}
+
+/// Into each block of `rows`, from element `at` on.
+template <typename Value>
+VELMORA_ALWAYS_INLINE void StoreSample(const SplineSample<Value>& sample, const SampleRows& rows, Eigen::Index at) {
+  internal::Store<Value>(sample.value, rows.values + at);
+  internal::Store<Value>(sample.first_derivative, rows.first_derivatives + at);
+  internal::Store<Value>(sample.second_derivative, rows.second_derivatives + at);
 }
 
 }  // namespace velmora::util::timing
