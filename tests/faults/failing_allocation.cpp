@@ -6,15 +6,21 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "faults/failing_allocation.hpp"
 
+#include <algorithm>
 #include <cstdlib>
 #include <new>
+#include <utility>
 
 namespace {
 
 thread_local std::size_t countdown = 0;
 thread_local long live = 0;
+thread_local std::size_t largest = 0;
 
-bool Fails() { return countdown > 0 && --countdown == 0; }
+bool Fails(std::size_t size) {
+  largest = std::max(largest, size);
+  return countdown > 0 && --countdown == 0;
+}
 
 }  // namespace
 
@@ -25,20 +31,20 @@ void* __real_realloc(void* pointer, std::size_t size);     // NOLINT(bugprone-re
 void __real_free(void* pointer);                           // NOLINT(bugprone-reserved-identifier): the linker's names
 
 void* __wrap_malloc(std::size_t size) {  // NOLINT(bugprone-reserved-identifier): the linker's names
-  void* const pointer = Fails() ? nullptr : __real_malloc(size);
+  void* const pointer = Fails(size) ? nullptr : __real_malloc(size);
   if (pointer != nullptr) ++live;
   return pointer;
 }
 
 // g++ makes it of a malloc whose result is zeroed.
 void* __wrap_calloc(std::size_t count, std::size_t size) {  // NOLINT(bugprone-reserved-identifier): the linker's names
-  void* const pointer = Fails() ? nullptr : __real_calloc(count, size);
+  void* const pointer = Fails(count * size) ? nullptr : __real_calloc(count, size);
   if (pointer != nullptr) ++live;
   return pointer;
 }
 
 void* __wrap_realloc(void* pointer, std::size_t size) {  // NOLINT(bugprone-reserved-identifier): the linker's names
-  void* const moved = Fails() ? nullptr : __real_realloc(pointer, size);
+  void* const moved = Fails(size) ? nullptr : __real_realloc(pointer, size);
   if (moved != nullptr && pointer == nullptr) ++live;
   return moved;
 }
@@ -69,5 +75,7 @@ bool StopFailing() {
 }
 
 long LiveAllocations() { return live; }
+
+std::size_t TakeLargestAllocation() { return std::exchange(largest, 0); }
 
 }  // namespace velmora::testing

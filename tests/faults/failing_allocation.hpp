@@ -15,4 +15,7 @@ bool StopFailing();
 /// Allocations that have not been freed.
 long LiveAllocations();
 
+/// Bytes of the largest allocation since the last call.
+std::size_t TakeLargestAllocation();
+
 }  // namespace velmora::testing

@@ -23,6 +23,7 @@ namespace {
 using testing::FailAllocation;
 using testing::LiveAllocations;
 using testing::StopFailing;
+using testing::TakeLargestAllocation;
 using testing::Values;
 
 constexpr std::size_t kMostAllocations = 100'000;
@@ -40,6 +41,18 @@ TEST(StreamingShaper, AllocatesNothingPerSample) {
   shaper.HardStop();
   EXPECT_FALSE(StopFailing());
   EXPECT_EQ(LiveAllocations(), live);
+}
+
+// What is kept for each impulse and sample would be thirty times as much as the arguments.
+TEST(ShapeTrajectory, TakesNoMoreThanItsArgumentsForManyImpulses) {
+  constexpr Eigen::Index kImpulses = 20'000;
+  const ImpulseSequence sequence(Vector::LinSpaced(kImpulses, 0.0, 0.1),
+                                 Vector::Constant(kImpulses, 1.0 / static_cast<double>(kImpulses)));
+  const util::timing::JointTrajectory raw(native::Matrix::Random(300, 1), std::nullopt, std::nullopt, std::nullopt,
+                                          0.01, std::nullopt);
+  TakeLargestAllocation();
+  ShapeTrajectory(raw, {sequence}, 0.01, util::timing::ResamplingMethod::cubic);
+  EXPECT_LE(TakeLargestAllocation(), kImpulses * sizeof(double));
 }
 
 // The first `limit` allocations of a call fail one by one; the call then succeeds, or the limit is reached.

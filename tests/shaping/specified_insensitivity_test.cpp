@@ -109,5 +109,10 @@ TEST(SpecifiedInsensitivity, ThrowsForEveryBrokenRuleInOrder) {
   expect(5.0, 5.0, 9.9e-8, "No sequence of this design was found for this range and tolerance.");
 }
 
+TEST(SpecifiedInsensitivity, ThrowsWhereThePeriodIsNoNumber) {
+  ExpectInvalidArgument([] { SpecifiedInsensitivity(VibrationMode(1e-320, 0.0), 1e-320, 1e-320, 0.05); },
+                        "ImpulseSequence.times_s must contain only finite values.");
+}
+
 }  // namespace
 }  // namespace velmora::shaping
