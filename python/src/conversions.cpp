@@ -121,16 +121,16 @@ AnyArray AsRealArray(nb::handle source, const char* argument, const char* expect
   Refuse(PyExc_ValueError, argument, expected, "an array of shape " + nb::cast<std::string>(nb::str(shape)));
 }
 
-// Kept for the life of the process. Not initialised where it is declared: importing numpy gives up the interpreter
-// lock, and a second thread would wait with that lock for the first one's initialisation.
-PyObject* NdarrayType() {
-  static std::atomic<PyObject*> kept{nullptr};
-  PyObject* type = kept.load();
-  if (type == nullptr) {
-    type = nb::object(Numpy().attr("ndarray")).release().ptr();
-    kept.store(type);
-  }
-  return type;
+// Before anything of numpy's own interface is used, not as the extension loads: the command starts without numpy. The
+// mutex is one only where there is no interpreter lock. With that lock none must be held here: importing numpy gives it
+// up, and a second thread would wait with it for the first one's mutex; it does the same work again instead.
+void LoadNumpy() {
+  static std::atomic<bool> loaded{false};
+  static nb::ft_mutex mutex;
+  if (loaded.load()) return;
+  const nb::ft_lock_guard guard(mutex);
+  if (PyArray_ImportNumPyAPI() != 0) nb::raise_python_error();
+  loaded.store(true);
 }
 
 // The memory of an array that is as the library wants it: C-ordered float64 in native byte order.
@@ -138,7 +138,8 @@ class Float64Buffer {
  public:
   Float64Buffer(nb::handle source, int dimensions) {
     // Of numpy's own type alone: a subclass may mean something else by its elements, as a masked array does.
-    if (reinterpret_cast<PyObject*>(Py_TYPE(source.ptr())) != NdarrayType()) return;
+    LoadNumpy();
+    if (!PyArray_CheckExact(source.ptr())) return;
     if (PyObject_GetBuffer(source.ptr(), &view_, PyBUF_C_CONTIGUOUS | PyBUF_FORMAT) != 0) {
       PyErr_Clear();
       return;
@@ -202,7 +203,7 @@ Option ToOption(nb::handle source, const char* argument, nb::handle enumeration)
 // By numpy's own interface: the usual way, through the protocol of buffers, takes four times as long.
 template <typename Array>
 nb::object View(const Array& array, int dimensions, nb::handle owner) {
-  if (PyArray_ImportNumPyAPI() != 0) nb::raise_python_error();  // once: the command starts without numpy
+  LoadNumpy();
   const npy_intp shape[] = {array.rows(), array.cols()};
   // numpy wants an address even of an array without elements.
   static const double nothing = 0.0;
