@@ -34,7 +34,7 @@ def run_on_cluster(tasks: Sequence[Task], scheduler: str) -> Iterator[tuple[int,
     run = secrets.token_hex(8)
     try:
         # Before there is a client: one whose address is none waits for itself, and says so, after the error.
-        importlib.import_module("distributed.comm").resolve_address(scheduler)
+        distributed.comm.resolve_address(scheduler)
         client: Any = distributed.Client(scheduler, timeout=CONNECT_WITHIN_S, set_as_default=False)
     except (OSError, ValueError) as error:
         raise UsageError(
