@@ -58,10 +58,13 @@ def test_one_set_of_requirements() -> None:
     assert f"from {found(r'^requires-python = .>=([0-9.]+)', 'pyproject.toml')} on" in versions
 
 
+INCLUDES = [ROOT / "include" / "velmora", ROOT / "bundled" / "include" / "velmora"]
+
+
 def declared_in_cpp() -> list[str]:
     """Every public function, class and enumeration of the headers, with its namespace."""
     names: set[str] = set()
-    for header in [*(ROOT / "include").rglob("*.hpp"), *(ROOT / "bundled" / "include").rglob("*.hpp")]:
+    for header in [path for folder in INCLUDES for path in folder.rglob("*.hpp")]:
         text = re.sub(r"//.*", "", header.read_text(encoding="utf-8"))
         namespace = re.search(r"^namespace (velmora::[\w:]+) \{", text, re.MULTILINE)
         if namespace is None:
@@ -91,10 +94,17 @@ def test_what_cpp_callers_see_has_a_page(name: str) -> None:
 def test_every_header_is_in_the_reference() -> None:
     index = (DOCS / "reference" / "index.md").read_text(encoding="utf-8")
     listed = set(re.findall(r"`([\w/]+\.hpp)`", index))
-    includes = [ROOT / "include" / "velmora", ROOT / "bundled" / "include" / "velmora"]
-    headers = {path.relative_to(folder).as_posix() for folder in includes for path in folder.rglob("*.hpp")}
+    headers = {path.relative_to(folder).as_posix() for folder in INCLUDES for path in folder.rglob("*.hpp")}
     # What other headers include alone.
     assert listed == headers - {"native/eigen_abi.hpp", "native/error.hpp", "native/export.hpp"}
+
+
+def test_the_table_of_headers_names_what_they_declare() -> None:
+    index = (DOCS / "reference" / "index.md").read_text(encoding="utf-8")
+    for files, names in re.findall(r"^\| (`[\w/]+\.hpp`.*?) \| (.*) \|$", index, re.MULTILINE):
+        paths = [folder / file for folder in INCLUDES for file in re.findall(r"`([^`]+)`", files)]
+        declared = "".join(path.read_text(encoding="utf-8") for path in paths if path.exists())
+        assert [name for name in re.findall(r"`([^`]+)`", names) if not re.search(rf"\b{name}\b", declared)] == []
 
 
 def python_names() -> list[str]:
