@@ -150,12 +150,13 @@ bool SplineCopies::FormCoefficients(Index count) {
   if (end - begin > b_.rows()) {
     Index rows = 16;
     while (rows < end - begin) rows *= 2;
-    b_ =
-        native::Matrix::Zero(rows, spline_.joints);  // as times that were overwritten may ask for what was never formed
-    d_ = b_;
+    // Zeros, as times that were overwritten may ask for what was never formed. Made apart and moved: a matrix that
+    // memory runs out for while it is resized frees what it held twice.
+    b_ = native::Matrix(native::Matrix::Zero(rows, spline_.joints));
+    d_ = native::Matrix(b_);
     formed_end_ = begin;
   }
-  formed_end_ = std::max(formed_end_, begin);
+  formed_end_ = std::max(formed_end_, begin);  // what all copies have passed is not asked for again
   if (end > formed_end_) {
     internal::RunKernel<FormKernel>(&spline_, formed_end_, end, b_.rows() - 1, b_.data(), d_.data());
     formed_end_ = end;

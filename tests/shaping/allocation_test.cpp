@@ -84,6 +84,12 @@ TEST(InputShaping, ReportsEveryFailedAllocation) {
   const std::vector<ImpulseSequence> sequences{zvd, Zv(mode), zvd};
   const ShapedCommand shaped = ShapeTrajectory(raw, {zvd}, 0.01, util::timing::ResamplingMethod::linear);
   const Vector ramp = Vector::LinSpaced(40, 0.0, 1.0);
+  // Of samples that lie closely at first, then far apart, more intervals are kept the second time.
+  const util::timing::JointTrajectory longer(native::Matrix::Random(200, 2), std::nullopt, std::nullopt, std::nullopt,
+                                             1.0, std::nullopt);
+  const ImpulseSequence halves(Values({0.0, 2.0}), Values({0.5, 0.5}));
+  Vector close_then_apart(512);
+  close_then_apart << Vector::LinSpaced(256, 3.0, 8.0), Vector::LinSpaced(256, 9.0, 136.0);
 
   const std::vector<std::pair<const char*, std::function<void()>>> calls{
       {"Zv", [&] { Zv(mode); }},
@@ -94,6 +100,8 @@ TEST(InputShaping, ReportsEveryFailedAllocation) {
       {"ShapeTrajectory, linear",
        [&] { ShapeTrajectory(raw, sequences, 0.01, util::timing::ResamplingMethod::linear); }},
       {"ShapeTrajectory, cubic", [&] { ShapeTrajectory(raw, {zvd}, ramp, util::timing::ResamplingMethod::cubic); }},
+      {"ShapeTrajectory, cubic, uneven times",
+       [&] { ShapeTrajectory(longer, {halves}, close_then_apart, util::timing::ResamplingMethod::cubic); }},
       {"JoinMoveAndTail", [&] { JoinMoveAndTail(shaped); }},
       {"PathDeviation", [&] { PathDeviation(raw, shaped); }},
       {"BlendShapedTrajectory", [&] { BlendShapedTrajectory(raw, shaped, 0.5); }},
