@@ -37,8 +37,8 @@ JointSample(position=array([1.]), velocity=array([0.]), acceleration=array([0.])
 
 constexpr const char* kShaperDocstring = R"(Shapes a command as it comes, one sample at a time.
 
-What comes out is, to the last bit, what `shape_trajectory` with ``method="linear"`` and one sequence for all joints gives
-for the whole command at the times k `sample_time_s`.
+What comes out is, to the last bit but the sign of a zero, what `shape_trajectory` with ``method="linear"`` and one sequence
+for all joints gives for the whole command at the times k `sample_time_s`.
 
 Parameters
 ----------

@@ -1977,8 +1977,8 @@ class StreamingShaper:
     """
     Shapes a command as it comes, one sample at a time.
 
-    What comes out is, to the last bit, what `shape_trajectory` with ``method="linear"`` and one sequence for all joints gives
-    for the whole command at the times k `sample_time_s`.
+    What comes out is, to the last bit but the sign of a zero, what `shape_trajectory` with ``method="linear"`` and one sequence
+    for all joints gives for the whole command at the times k `sample_time_s`.
 
     Parameters
     ----------

@@ -51,7 +51,13 @@ StreamingShaper::StreamingShaper(const ImpulseSequence& sequence, Index joints, 
   shaped_ = first_;
 }
 
+// Moving exchanges memory, or leaves none, and copies the capacity.
+void StreamingShaper::CheckCapacity() const {
+  if (positions_.rows() != capacity_) ThrowInvalidArgument("the shaper was moved from.");
+}
+
 const JointSample& StreamingShaper::Step(const JointSample& raw) {
+  CheckCapacity();
   const Index joints = positions_.cols();
   if (raw.position.size() != joints || raw.velocity.size() != joints || raw.acceleration.size() != joints) {
     ThrowInvalidArgument("raw sample must have the number of joints of the shaper.");
@@ -70,6 +76,7 @@ const JointSample& StreamingShaper::Step(const JointSample& raw) {
 }
 
 const JointSample& StreamingShaper::StepTail() {
+  CheckCapacity();
   if (samples_ == 0) ThrowInvalidArgument("no sample has been shaped yet.");
   const Index last = static_cast<Index>((samples_ - 1) % capacity_);
   const Index row = static_cast<Index>(samples_ % capacity_);
@@ -82,15 +89,16 @@ const JointSample& StreamingShaper::StepTail() {
 }
 
 const JointSample& StreamingShaper::HardStop() {
+  CheckCapacity();
   if (!has_output_) ThrowInvalidArgument("no sample has been shaped yet.");
   samples_ = 0;
-  tail_samples_ = 0;
   shaped_.velocity.setZero();
   shaped_.acceleration.setZero();
   return shaped_;
 }
 
 bool StreamingShaper::AtRest() const {
+  CheckCapacity();
   if (samples_ == 0) return true;
   const double last_copy_s = TimeOf(samples_ - 1) - sequence_.duration_s();
   return tail_samples_ > 0 && last_copy_s > TimeOf(samples_ - 1 - tail_samples_);

@@ -53,6 +53,24 @@ TEST_F(Misuse, OfASequenceThatWasMovedFrom) {
   ExpectRefused(moved, kNoImpulse);
 }
 
+TEST_F(Misuse, OfAShaperThatWasMovedFrom) {
+  const auto expect_refused = [](StreamingShaper& shaper) {
+    constexpr const char* kMovedFrom = "the shaper was moved from.";
+    const JointSample sample{Values({1.0}), Values({0.0}), Values({0.0})};
+    ExpectInvalidArgument([&] { shaper.Step(sample); }, kMovedFrom);
+    ExpectInvalidArgument([&] { shaper.StepTail(); }, kMovedFrom);
+    ExpectInvalidArgument([&] { shaper.HardStop(); }, kMovedFrom);
+    ExpectInvalidArgument([&] { shaper.AtRest(); }, kMovedFrom);
+  };
+  StreamingShaper longer(good_, 1, 0.001);
+  StreamingShaper shorter(good_, 1, 0.01);
+  shorter = std::move(longer);
+  expect_refused(longer);  // NOLINT(bugprone-use-after-move): which is the point
+  const StreamingShaper whole = std::move(shorter);
+  EXPECT_TRUE(whole.AtRest());
+  expect_refused(shorter);  // NOLINT(bugprone-use-after-move): which is the point
+}
+
 TEST_F(Misuse, OfASequenceThatLostAnAmplitude) {
   ImpulseSequence spoilt = good_;
   spoilt.amplitudes.conservativeResize(1);

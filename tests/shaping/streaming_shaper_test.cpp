@@ -69,6 +69,28 @@ TEST(StreamingShaper, GivesTheBitsOfTheWholeTrajectory) {
   }
 }
 
+// A zero's sign between two samples depends on the next one, which only the whole trajectory knows.
+TEST(StreamingShaper, GivesTheValuesOfTheWholeTrajectoryAroundZeros) {
+  testing::SplitMix64 random(53);
+  const ImpulseSequence halves(Values({0.0, 0.5}), Values({0.5, 0.5}));
+  const double values[] = {-0.0, 0.0, 1.0, -1.0};
+  for (int k = 0; k < 40; ++k) {
+    const auto matrix = [&] {
+      return native::Matrix::NullaryExpr(12, 3, [&] { return values[random.Below(4)]; }).eval();
+    };
+    const double dt = random.OneIn(2) ? 0.25 : 0.2;
+    const JointTrajectory raw(matrix(), matrix(), matrix(), std::nullopt, dt, std::nullopt);
+    const ShapedTrajectory batch = ShapeTrajectory(raw, {halves}, dt, util::timing::ResamplingMethod::linear).move;
+    StreamingShaper shaper(halves, 3, dt);
+    for (Eigen::Index i = 0; i < 12; ++i) {
+      const JointSample& sample = shaper.Step(SampleOf(raw, i));
+      ASSERT_EQ(Vector(batch.positions.row(i).transpose()), sample.position);
+      ASSERT_EQ(Vector(batch.velocities.row(i).transpose()), sample.velocity);
+      ASSERT_EQ(Vector(batch.accelerations.row(i).transpose()), sample.acceleration);
+    }
+  }
+}
+
 TEST(StreamingShaper, HoldsAtRestOnAHardStopAndStartsAnew) {
   testing::SplitMix64 random(52);
   const JointTrajectory raw = RandomCommand(random, 20, 3, 0.01);

@@ -23,10 +23,10 @@ struct JointSample {
 
 /// Shapes a command as it comes, with the results of `ShapeTrajectory` with `linear` and one sequence for all joints.
 ///
-/// Sample k of a command is the one at time k `sample_time_s`. What comes out is, to the last bit, what
-/// `ShapeTrajectory` gives at the same times for the trajectory of all samples of the command, whose velocities and
-/// accelerations are those given here: the joints are held at rest at the first sample before it, and at the last one
-/// after it. A command can last 2^53 samples.
+/// Sample k of a command is the one at time k `sample_time_s`. What comes out is, to the last bit but the
+/// sign of a zero, what `ShapeTrajectory` gives at the same times for the trajectory of all samples of the command,
+/// whose velocities and accelerations are those given here: the joints are held at rest at the first sample before it,
+/// and at the last one after it. A command can last 2^53 samples.
 ///
 /// | call | effect |
 /// |---|---|
@@ -36,6 +36,9 @@ struct JointSample {
 ///
 /// `Step` after `StepTail` continues the command: the time in between counts as samples at rest, and what `StepTail`
 /// gave is that of a command that ended there. `Step` after `HardStop` starts a new command with its own time.
+///
+/// A shaper that was moved from can be assigned to and destroyed; every other call throws "the shaper was moved from.",
+/// or goes on with what it got in exchange.
 ///
 /// Memory is allocated by the constructor alone. Thread safety: none; one shaper belongs to one thread.
 ///
@@ -75,7 +78,7 @@ class StreamingShaper {
 
   /// Soft stop: takes the last sample once more, at rest.
   /// @return the shaped sample of that time, valid until the next call
-  /// @throws native::InvalidArgumentError "no sample has been shaped yet."
+  /// @throws native::InvalidArgumentError "no sample has been shaped yet." (also for none since a hard stop)
   ///
   /// Complexity: O(n J), without an allocation.
   VELMORA_EXPORT const JointSample& StepTail();
@@ -95,6 +98,7 @@ class StreamingShaper {
   VELMORA_EXPORT bool AtRest() const;
 
  private:
+  void CheckCapacity() const;
   const JointSample& Shape();
   void CopyAt(double time_s, JointSample& copy) const;
   void RowAt(std::int64_t sample, JointSample& copy) const;
