@@ -19,11 +19,12 @@ using Eigen::Index;
 
 constexpr double kTouchingExcess = 1e-6;
 constexpr double kFurthestMultiple = 10.0;
-// A residual changes over the frequency no faster than its last vector turns, so that steps of this share of a turn
-// miss no hump; how high it is is then looked for where it comes near the limit.
-constexpr double kStepsPerTurn = 256.0;
+// A residual turns no faster over the frequency than its last vector, so that a hump of height r between two zeros is
+// at least sqrt(8 r) / (2 pi) turns wide: of steps of a tenth of that, or less, several meet it, one of them beside its
+// top. Where tolerances are large, steps are bounded by what a turn takes.
+constexpr double kMostTurnsPerStep = 1.0 / 256.0;
+constexpr double kTurnsPerRootOfTolerance = 0.04;
 constexpr double kMostSteps = 1e6;
-constexpr double kNearLimit = 0.98;
 constexpr int kBisections = 60;
 
 double Length(const ImpulseSequence& sequence, double frequency_hz, double damping_ratio) {
@@ -52,7 +53,7 @@ double EndOfBand(const Residual& residual, double frequency_hz, double step_hz, 
     const double next_hz = step_hz > 0.0 ? std::min(beyond_hz, furthest_hz) : std::max(beyond_hz, furthest_hz);
     if (k > kMostSteps) return here_hz;
     const double next = residual(next_hz);
-    if (here >= before && here >= next && here > kNearLimit * limit) {
+    if (here >= before && here >= next) {
       const Peak peak = PeakBetween(residual, here_hz - step_hz, next_hz);
       if (peak.value > limit) {
         // The peak of the very first step may lie behind the mode, where the other direction meets it.
@@ -105,7 +106,8 @@ InsensitivityBand Insensitivity(const ImpulseSequence& sequence, const Vibration
   const auto residual = [&](double at_hz) { return Length(sequence, at_hz, mode.damping_ratio); };
   if (!(residual(frequency_hz) <= limit)) return {frequency_hz, frequency_hz, 0.0};
 
-  const double step_hz = 1.0 / (kStepsPerTurn * sequence.duration_s());
+  const double turns_per_step = std::min(kMostTurnsPerStep, kTurnsPerRootOfTolerance * std::sqrt(tolerance));
+  const double step_hz = turns_per_step / sequence.duration_s();
   const double low_hz = EndOfBand(residual, frequency_hz, -step_hz, 0.0, limit);
   const double high_hz = EndOfBand(residual, frequency_hz, step_hz, kFurthestMultiple * frequency_hz, limit);
   return {low_hz, high_hz, (high_hz - low_hz) / frequency_hz};

@@ -127,6 +127,38 @@ TEST(Insensitivity, JumpsWhereAHumpExceedsTheTolerance) {
   EXPECT_NEAR(inner.low_hz + inner.high_hz, 2.0, 1e-4) << "symmetric about the mode";
 }
 
+// Two zeros beside each other with a hump between them that is a fiftieth too high, however small the tolerance is.
+TEST(Insensitivity, EndsBeforeNarrowHumpsToo) {
+  for (const double apart_hz : {0.1, 0.03, 0.01, 0.003, 0.001}) {
+    for (const double damping_ratio : {0.0, 0.02}) {
+      const VibrationMode low(1.0 - 0.5 * apart_hz, damping_ratio);
+      const ImpulseSequence sequence = Convolve(Zv(low), Zv(VibrationMode(1.0 + 0.5 * apart_hz, damping_ratio)));
+      const double tolerance = ResidualVibration(sequence, VibrationMode(1.0, damping_ratio)) / 1.02;
+      const InsensitivityBand band = Insensitivity(sequence, low, tolerance);
+      EXPECT_LT(band.low_hz, low.frequency_hz);
+      EXPECT_GT(band.high_hz, low.frequency_hz);
+      EXPECT_LT(band.high_hz, 1.0) << "tolerance " << tolerance;
+    }
+  }
+}
+
+// The top of the hump lies within the first step from these modes, on one side or the other.
+TEST(Insensitivity, HoldsAModeBesideTheTopOfAHump) {
+  const ImpulseSequence sequence = TwoHumpEi(kUndamped, 0.05);
+  const double top_hz = 0.8263372;
+  const auto residual_at = [&](double at_hz) { return ResidualVibration(sequence, VibrationMode(at_hz, 0.0)); };
+  const double top = residual_at(top_hz);
+  for (const double off_hz : {2e-4, 5e-5, -5e-5, -2e-4}) {
+    const VibrationMode mode(top_hz + off_hz, 0.0);
+    const double tolerance = 0.5 * (residual_at(mode.frequency_hz) + top) / (1.0 + 1e-6);
+    const InsensitivityBand band = Insensitivity(sequence, mode, tolerance);
+    EXPECT_LE(band.low_hz, mode.frequency_hz);
+    EXPECT_GE(band.high_hz, mode.frequency_hz);
+    EXPECT_EQ(off_hz > 0.0, band.high_hz > 1.0) << "the hump ends the band on its own side";
+    EXPECT_EQ(off_hz > 0.0, band.low_hz > top_hz);
+  }
+}
+
 TEST(Insensitivity, IsEmptyWhereTheModeItselfIsOutside) {
   const VibrationMode mode(5.0, 0.1);
   const InsensitivityBand band = Insensitivity(Nothing(), mode, 0.05);

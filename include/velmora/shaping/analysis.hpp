@@ -14,7 +14,8 @@ namespace velmora::shaping {
 /// - z^2) t_i).
 /// @param sequence n impulses
 /// @param mode the machine's mode, which need not be the one that the sequence was designed for
-/// @return 0 for no vibration, 1 for as much as the unshaped command leaves at its own end
+/// @return 0 for no vibration, 1 for as much as the unshaped command leaves at its own end; NaN where the product of
+///   frequency and time overflows
 /// @throws native::InvalidArgumentError the messages on sizes of the `ImpulseSequence` constructor, for a sequence that
 ///   was moved from or written to
 ///
@@ -25,7 +26,7 @@ VELMORA_EXPORT double ResidualVibration(const ImpulseSequence& sequence, const V
 /// @param sequence n impulses
 /// @param mode gives the damping ratio
 /// @param frequencies_hz undamped natural frequencies, length F, in any order
-/// @return residual vibration at each of them, length F
+/// @return residual vibration at each of them, length F; NaN where the product of frequency and time overflows
 /// @throws native::InvalidArgumentError the messages on sizes of the `ImpulseSequence` constructor, for a sequence that
 ///   was moved from or written to
 /// @throws native::InvalidArgumentError "frequencies_hz must be finite and non-negative."
@@ -62,7 +63,7 @@ struct InsensitivityBand {
 /// A hump between two parts of the band belongs to it where it exceeds the tolerance by no more than a millionth of the
 /// tolerance: humps that are designed to touch it do so up to roundings, and must not cut the band. With a hump that is
 /// higher the band ends before it. The search ends at ten times the frequency of the mode, and after a
-/// million steps of 1/(256 t_n) for a sequence that lasts t_n.
+/// million steps of min(1/256, 0.04 sqrt(tolerance)) / t_n for a sequence that lasts t_n.
 /// @param sequence n impulses
 /// @param mode the mode in the band
 /// @param tolerance tolerated residual vibration, above 0 and below 1
@@ -71,7 +72,8 @@ struct InsensitivityBand {
 ///   was moved from or written to
 /// @throws native::InvalidArgumentError "tolerance must be in (0, 1)."
 ///
-/// Complexity: O(n f t_n w) for a band of width w and a sequence that lasts t_n. Thread safety: pure.
+/// Complexity: O(n f t_n w) for a band of width w and a sequence that lasts t_n, times 1/sqrt(tolerance) where that is
+/// small. Thread safety: pure.
 /// Source of the method: Vaughan, Yano and Singhose 2008, as `SpecifiedInsensitivity`.
 ///
 /// @code{.cpp}
