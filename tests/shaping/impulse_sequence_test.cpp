@@ -98,6 +98,16 @@ TEST(ImpulseSequence, HasDurationAndCentroid) {
   EXPECT_EQ(sequence.centroid_s(), 0.625);
   const ImpulseSequence negative(Values({0.0, 1.0, 2.0}), Values({1.0, -1.0, 1.0}));
   EXPECT_EQ(negative.centroid_s(), 1.0);
+  const ImpulseSequence uneven(Values({0.0, 0.1, 0.7}), Values({0.25, 0.35, 0.4}));
+  EXPECT_EQ(uneven.centroid_s(), 0.315) << "each product and sum is rounded once; twice gives the double before";
+}
+
+TEST(ImpulseSequence, TakesASumThatMissesOneByABillionth) {
+  for (const double miss : {0.9e-9, -0.9e-9}) {
+    EXPECT_EQ(ImpulseSequence(Values({0.0, 0.1}), Values({0.5, 0.5 + miss})).amplitudes[1], 0.5);
+  }
+  ExpectRefused({0.0, 0.1}, {0.5, 0.5 + 1.1e-9}, kSum);
+  ExpectRefused({0.0, 0.1}, {0.5, 0.5 - 1.1e-9}, kSum);
 }
 
 TEST(Convolve, MultipliesAmplitudesAndAddsTimes) {
@@ -126,6 +136,12 @@ TEST(Convolve, MergesCoincidingImpulses) {
   const ImpulseSequence twice = Convolve(Zv(mode), Zv(mode));
   EXPECT_TRUE(SameBits(Zvd(mode).times_s, twice.times_s));
   EXPECT_TRUE(SameBits(Zvd(mode).amplitudes, twice.amplitudes));
+}
+
+TEST(Convolve, AddsCoincidingImpulsesInTheOrderOfTheFirstSequence) {
+  const ImpulseSequence a(Values({0.0, 1.0, 2.0}), Values({0.1, 0.7, 0.2}));
+  const ImpulseSequence b(Values({0.0, 1.0, 2.0}), Values({0.3, 0.3, 0.4}));
+  EXPECT_EQ(Convolve(a, b).amplitudes[2], 0.31) << "the other way round it is the next double";
 }
 
 // The total duration is 2: the limit of coincidence lies 2e-9 after the first of a group.

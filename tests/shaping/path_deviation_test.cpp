@@ -44,6 +44,26 @@ TEST(PathDeviation, SeesJointsOfUnlikeSequences) {
   EXPECT_LT(PathDeviation(raw, shaped), 0.5);
 }
 
+// Of the path, which comes back to none of these points, only the half second before each sample counts.
+TEST(PathDeviation, LooksAtTheStretchThatTheCopiesComeFrom) {
+  const JointTrajectory raw = Trajectory(Rows({{0.0, 0.0}, {4.0, 0.0}, {4.0, 3.0}}), Values({0.0, 1.0, 2.0}));
+  const auto deviation = [&](const native::Matrix& move, double move_s, const native::Matrix& tail) {
+    const auto part = [](const native::Matrix& positions, const Vector& time) {
+      const native::Matrix rest = native::Matrix::Zero(positions.rows(), 2);
+      return ShapedTrajectory{positions, rest, rest, time};
+    };
+    const Vector none = Vector::Zero(2);
+    const ShapedCommand command{
+        part(move, Values({move_s})), part(tail, Values({2.25})), 0.5, 0.0, none, none, none, none};
+    return PathDeviation(raw, command);
+  };
+  const native::Matrix end = Rows({{4.0, 3.0}});
+  EXPECT_EQ(deviation(Rows({{0.0, 0.0}}), 2.0, end), 4.0) << "the start is long past";
+  EXPECT_EQ(deviation(end, 0.5, end), 3.0) << "the end is still to come";
+  EXPECT_EQ(deviation(end, 2.0, Rows({{4.0, 8.0}})), 5.0) << "the tail counts";
+  EXPECT_EQ(deviation(end, 2.0, end), 0.0);
+}
+
 TEST(PathDeviation, ThrowsForCommandsThatDoNotFit) {
   const ShapedCommand shaped = ShapeTrajectory(SmoothMove(5, 2), {Halves(0.5)}, 0.1, kLinear);
   ExpectInvalidArgument([&] { PathDeviation(SmoothMove(5, 3), shaped); },
