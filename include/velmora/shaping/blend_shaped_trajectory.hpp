@@ -29,8 +29,8 @@ struct WeightTransition {
 /// @param shaped its shaped copy, sampled at the same times
 /// @param weight share of the shaped copy: one value, or one per sample of the raw trajectory (length N)
 /// @return the blend; its tail has the times of `shaped.tail`, and the other fields are those of `shaped`
-/// @throws native::InvalidArgumentError the messages on sizes of the constructors, for a trajectory or sequence that
-///   was moved from or written to
+/// @throws native::InvalidArgumentError the messages on sizes of the `JointTrajectory` constructor, for a trajectory
+///   that was moved from or written to
 /// @throws native::InvalidArgumentError "command parts must have matching sample and joint shapes"
 /// @throws native::InvalidArgumentError "raw and shaped.move must have the same number of joints."
 /// @throws native::InvalidArgumentError "raw and shaped.move must have the same sample times."
@@ -75,6 +75,8 @@ VELMORA_EXPORT ShapedCommand BlendShapedTrajectory(const JointTrajectory& raw, c
 /// @throws native::InvalidArgumentError the messages on sizes of the `ImpulseSequence` constructor, for a sequence that
 ///   was moved from or written to
 /// @throws native::InvalidArgumentError "vibration_shaping_weight must be in [0.0, 1.0]"
+/// @throws native::InvalidArgumentError "ImpulseSequence.amplitudes must sum to 1." where the weighted amplitudes no
+///   longer do: amplitudes of ten millions and more, which their rounding outgrows
 ///
 /// Complexity: O(n). Thread safety: pure.
 VELMORA_EXPORT ImpulseSequence BlendedSequence(const ImpulseSequence& sequence, double vibration_shaping_weight);

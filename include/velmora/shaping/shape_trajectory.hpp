@@ -49,19 +49,24 @@ struct ShapedCommand {
 /// leave the raw path, as `PathDeviation` tells.
 ///
 /// Without negative amplitudes positions, velocities and accelerations stay within the extremes of the raw command as
-/// it is interpolated, standstill included for the latter two; with negative ones they may exceed them. A spline itself
-/// may exceed the extremes of its samples at the corners of a move; `linear` does not.
+/// it is interpolated, standstill included for the latter two, where no difference overflows; with negative ones they
+/// may exceed them. A spline itself may exceed the extremes of its samples at the corners of a move; `linear` does not.
 /// @param trajectory the raw command, N samples of J joints; a trajectory of one sample is held
 /// @param sequences one sequence for all joints, or one per joint (J of them)
 /// @param sample_time_s spacing of the samples after the end, finite and positive
 /// @param method interpolation between samples; any value but `linear` is treated as `cubic`
-/// @return the command; `move.time` is `trajectory.time`, and the last entry of `tail.time` is the first one at or
-///   after the end of the last copy, or the one after it where the number of steps is rounded up
-/// @throws native::InvalidArgumentError the messages on sizes of the constructors, for a trajectory or sequence that
-///   was moved from or written to
+/// @return the command; `move.time` is `trajectory.time`, and the last entry of `tail.time` is, up to rounding, the
+/// first
+///   one at or after the end of the last copy, or the one after it. A spacing below the resolution of the times repeats
+///   entries.
+/// @throws native::InvalidArgumentError the messages on sizes of the `JointTrajectory` constructor, for a trajectory
+///   that was moved from or written to; those on its derivatives come last
 /// @throws native::InvalidArgumentError "sequences must hold one sequence, or one per joint."
+/// @throws native::InvalidArgumentError the messages on sizes of the `ImpulseSequence` constructor, likewise
 /// @throws native::InvalidArgumentError "sample_time_s must be positive." (also for NaN and infinities)
 /// @throws native::InvalidArgumentError "Cubic-spline construction produced non-finite coefficients." (cubic)
+/// @throws native::InvalidArgumentError with one sequence per joint, the messages on values of the `JointTrajectory`
+///   constructor: for a trajectory that was written to, and where its derivatives overflow (linear)
 /// @throws std::bad_alloc where memory runs out, and for a tail too long to be counted
 ///
 /// Complexity: O(n (N + M) J) for M samples of the tail and n impulses, beside one spline (see `ResampleTrajectory`).
@@ -90,12 +95,8 @@ VELMORA_EXPORT ShapedCommand ShapeTrajectory(const JointTrajectory& trajectory,
 /// @param times_s sample times in seconds, finite and strictly increasing, anywhere; length M, which may be 0
 /// @param method interpolation between samples
 /// @return the command at these times
-/// @throws native::InvalidArgumentError the messages on sizes of the constructors, for a trajectory or sequence that
-///   was moved from or written to
-/// @throws native::InvalidArgumentError "sequences must hold one sequence, or one per joint."
-/// @throws native::InvalidArgumentError "times_s must contain only finite values."
-/// @throws native::InvalidArgumentError "times_s must be strictly increasing."
-/// @throws native::InvalidArgumentError "Cubic-spline construction produced non-finite coefficients." (cubic)
+/// @throws native::InvalidArgumentError the messages above, with these two in the place of that on `sample_time_s`:
+///   "times_s must contain only finite values.", "times_s must be strictly increasing."
 ///
 /// Complexity: O(n M J), beside one spline. Thread safety and source of the method: as above.
 VELMORA_EXPORT ShapedCommand ShapeTrajectory(const JointTrajectory& trajectory,
@@ -115,12 +116,13 @@ VELMORA_EXPORT ShapedTrajectory JoinMoveAndTail(const ShapedCommand& command);
 ///
 /// The raw path is the polyline through the samples; for the sample at time t only the stretch from t less the added
 /// duration to t is looked at, of which shaped positions are averages. Zero up to rounding, and up to what a spline
-/// leaves of its chords, for a straight line under one sequence for all joints.
+/// leaves of its chords, for a straight line under one sequence for all joints. Values are not looked at: a NaN among
+/// them may go unnoticed.
 /// @param trajectory the raw command, N samples of J joints
 /// @param command the same command shaped
 /// @return the distance, in the unit of the positions
-/// @throws native::InvalidArgumentError the messages on sizes of the constructors, for a trajectory or sequence that
-///   was moved from or written to
+/// @throws native::InvalidArgumentError the messages on sizes of the `JointTrajectory` constructor, for a trajectory
+///   that was moved from or written to
 /// @throws native::InvalidArgumentError "trajectory and command must have the same number of joints."
 /// @throws native::InvalidArgumentError "command parts must have matching sample and joint shapes"
 ///

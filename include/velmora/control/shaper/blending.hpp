@@ -42,7 +42,7 @@ VELMORA_EXPORT Matrix BlendArrays(const Matrix& raw, const Matrix& shaped, const
 /// Cumulative arc length along a joint path: entry i is the length of the path from sample 0 to sample i.
 ///
 /// It starts at 0, never falls, and is not normalised. Nothing is checked: a position that is not finite makes the
-/// entries from its sample on not finite.
+/// entries from its sample on not finite, but for entry 0, which is 0; so does a step whose square overflows.
 /// @param positions N x J
 /// @return length N, in the unit of the positions
 /// @throws std::bad_alloc where memory runs out
