@@ -8,6 +8,7 @@
 
 #include "internal/exact_arithmetic.hpp"
 #include "internal/throw_invalid_argument.hpp"
+#include "shaping/command_at_times.hpp"
 #include "shaping/impulse_sequence_sizes.hpp"
 #include "shaping/shaped_parts.hpp"
 #include "util/timing/trajectory_sizes.hpp"

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 #include "internal/exact_arithmetic.hpp"
 #include "internal/throw_invalid_argument.hpp"
@@ -37,7 +36,7 @@ double SquaredDistanceToSegment(const double* point, const double* from, const d
 // The largest over the samples of one part.
 double LargestSquaredDistance(const JointTrajectory& trajectory, const ShapedTrajectory& part, double added_s) {
   const Vector& time = trajectory.time;
-  const Matrix& path = trajectory.positions;
+  const native::Matrix& path = trajectory.positions;
   const Index last = time.size() - 1;
   double largest = 0.0;
   for (Index i = 0; i < part.time.size(); ++i) {

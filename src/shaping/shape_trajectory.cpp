@@ -150,7 +150,6 @@ JointTrajectory OneJoint(const JointTrajectory& trajectory, Index joint, Resampl
   std::optional<Matrix> velocities;
   std::optional<Matrix> accelerations;
   if (method == ResamplingMethod::linear) {
-    CheckDerivatives(trajectory);
     velocities = trajectory.velocities().col(joint);
     accelerations = trajectory.accelerations().col(joint);
   }

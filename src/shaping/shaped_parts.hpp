@@ -3,13 +3,15 @@
 #pragma once
 
 #include "internal/throw_invalid_argument.hpp"
-#include "shaping/command_at_times.hpp"
+#include "velmora/native/array_types.hpp"
 #include "velmora/shaping/shape_trajectory.hpp"
 
 namespace velmora::shaping {
 
 inline bool HasShape(const ShapedTrajectory& part, Eigen::Index joints) {
-  const auto fits = [&](const Matrix& values) { return values.rows() == part.time.size() && values.cols() == joints; };
+  const auto fits = [&](const native::Matrix& values) {
+    return values.rows() == part.time.size() && values.cols() == joints;
+  };
   return fits(part.positions) && fits(part.velocities) && fits(part.accelerations);
 }
 

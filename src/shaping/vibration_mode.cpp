@@ -2,8 +2,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "velmora/shaping/vibration_mode.hpp"
 
-#include <cmath>
-
 #include "internal/finiteness.hpp"
 #include "internal/throw_invalid_argument.hpp"
 #include "shaping/elementary_functions.hpp"

@@ -3,7 +3,6 @@
 #include "util/timing/dense_solve.hpp"
 
 #include <cmath>
-#include <utility>
 
 #include "internal/exact_arithmetic.hpp"
 #include "util/timing/panel_substitution.hpp"

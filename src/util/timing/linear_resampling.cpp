@@ -35,8 +35,6 @@ JointTrajectory SampleTrajectoryAtTimes(const JointTrajectory& trajectory, const
   InterpolatedRows positions = InterpolateRowsLinear(query_time_s, time, trajectory.positions);
   ResampledParts parts{std::move(positions.values), std::nullopt, std::nullopt, query_time_s, positions.all_finite};
   if (include_derivatives) {
-    CheckShape(trajectory.velocities(), trajectory.positions, "velocities");
-    CheckShape(trajectory.accelerations(), trajectory.positions, "accelerations");
     InterpolatedRows velocities = InterpolateRowsLinear(query_time_s, time, trajectory.velocities());
     InterpolatedRows accelerations = InterpolateRowsLinear(query_time_s, time, trajectory.accelerations());
     parts.velocities = std::move(velocities.values);

@@ -18,7 +18,7 @@ Vector BuildResamplingTimeGrid(double start_time_s, double end_time_s, double sa
                                ResamplingTimeGridMode grid_mode);
 
 /// The times at which a trajectory that ends at `end_time_s` is evaluated: none where they are those of `grid` itself;
-/// in the extend mode, whose last entry may lie beyond the end, a copy of `grid` with that entry moved back to the end.
+/// in the extend mode, where an entry may lie beyond the end, a copy of `grid` with what does moved back to the end.
 std::optional<Vector> ClampedTimes(const Vector& grid, double end_time_s, ResamplingTimeGridMode grid_mode);
 
 }  // namespace velmora::util::timing

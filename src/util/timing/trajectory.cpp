@@ -8,7 +8,6 @@
 
 #include "internal/cpu_dispatch.hpp"
 #include "internal/finiteness.hpp"
-#include "internal/shapes.hpp"
 #include "internal/throw_invalid_argument.hpp"
 #include "util/timing/resampled_parts.hpp"
 #include "util/timing/three_point_derivative.hpp"

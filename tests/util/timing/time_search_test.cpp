@@ -6,8 +6,6 @@
 
 #include "support/arrays.hpp"
 #include "support/generator.hpp"
-#include "velmora/util/timing/trajectory.hpp"
-// After the headers above: it takes the array types from where it is included.
 #include "util/timing/time_search.hpp"
 
 namespace velmora::util::timing {
