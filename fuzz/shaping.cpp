@@ -85,11 +85,13 @@ void ShapeAndStream(ByteReader& bytes) {
   PathDeviation(raw, shaped);
   BlendShapedTrajectory(raw, shaped, WeightTransition{bytes.Byte() / 250.0, bytes.Value()});
 
+  constexpr double kMostOfTail = kMostSamples + 100.0;
+  if (!std::isfinite((static_cast<double>(samples) + kMostOfTail) * dt)) return;  // where times end, no tail does
   StreamingShaper shaper(sequence, joints, dt);
   const Vector zero = Vector::Zero(joints);
   for (Eigen::Index i = 0; i < samples; ++i) shaper.Step({raw.positions.row(i).transpose(), zero, zero});
   for (double k = 0.0; !shaper.AtRest(); k += 1.0) {
-    Require(k < kMostSamples + 100.0, "a tail that does not end");
+    Require(k < kMostOfTail, "a tail that does not end");
     shaper.StepTail();
   }
 }

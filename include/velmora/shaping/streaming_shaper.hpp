@@ -26,7 +26,8 @@ struct JointSample {
 /// Sample k of a command is the one at time k `sample_time_s`. What comes out is, to the last bit but the
 /// sign of a zero, what `ShapeTrajectory` gives at the same times for the trajectory of all samples of the command,
 /// whose velocities and accelerations are those given here: the joints are held at rest at the first sample before it,
-/// and at the last one after it. A command can last 2^53 samples.
+/// and at the last one after it. A command can last 2^53 samples, and while its times are
+/// finite; beyond the largest double it rests at its last sample, and is never told to have ended.
 ///
 /// | call | effect |
 /// |---|---|
