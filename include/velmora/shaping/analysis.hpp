@@ -62,8 +62,8 @@ struct InsensitivityBand {
 ///
 /// A hump between two parts of the band belongs to it where it exceeds the tolerance by no more than a millionth of the
 /// tolerance: humps that are designed to touch it do so up to roundings, and must not cut the band. With a hump that is
-/// higher the band ends before it. The search ends at ten times the frequency of the mode, and after a
-/// million steps of min(1/256, 0.04 sqrt(tolerance)) / t_n for a sequence that lasts t_n.
+/// higher the band ends before it. The search ends at ten times the frequency of the mode, and after a million steps of
+/// min(1/256, 0.04 sqrt(tolerance)) / t_n for a sequence that lasts t_n.
 /// @param sequence n impulses
 /// @param mode the mode in the band
 /// @param tolerance tolerated residual vibration, above 0 and below 1

@@ -56,9 +56,8 @@ struct ShapedCommand {
 /// @param sample_time_s spacing of the samples after the end, finite and positive
 /// @param method interpolation between samples; any value but `linear` is treated as `cubic`
 /// @return the command; `move.time` is `trajectory.time`, and the last entry of `tail.time` is, up to rounding, the
-/// first
-///   one at or after the end of the last copy, or the one after it. A spacing below the resolution of the times repeats
-///   entries.
+///   first one at or after the end of the last copy, or the one after it. A spacing below the resolution of the times
+///   repeats entries.
 /// @throws native::InvalidArgumentError the messages on sizes of the `JointTrajectory` constructor, for a trajectory
 ///   that was moved from or written to; those on its derivatives come last
 /// @throws native::InvalidArgumentError "sequences must hold one sequence, or one per joint."

@@ -23,11 +23,11 @@ struct JointSample {
 
 /// Shapes a command as it comes, with the results of `ShapeTrajectory` with `linear` and one sequence for all joints.
 ///
-/// Sample k of a command is the one at time k `sample_time_s`. What comes out is, to the last bit but the
-/// sign of a zero, what `ShapeTrajectory` gives at the same times for the trajectory of all samples of the command,
-/// whose velocities and accelerations are those given here: the joints are held at rest at the first sample before it,
-/// and at the last one after it. A command can last 2^53 samples, and while its times are
-/// finite; beyond the largest double it rests at its last sample, and is never told to have ended.
+/// Sample k of a command is the one at time k `sample_time_s`. What comes out is, to the last bit but the sign of a
+/// zero, what `ShapeTrajectory` gives at the same times for the trajectory of all samples of the command, whose
+/// velocities and accelerations are those given here: the joints are held at rest at the first sample before it, and at
+/// the last one after it. A command can last 2^53 samples, while its times are finite: beyond the largest double it
+/// rests at its last sample, and is never told to have ended.
 ///
 /// | call | effect |
 /// |---|---|
