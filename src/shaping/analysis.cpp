@@ -53,7 +53,8 @@ double EndOfBand(const Residual& residual, double frequency_hz, double step_hz, 
     const double next_hz = step_hz > 0.0 ? std::min(beyond_hz, furthest_hz) : std::max(beyond_hz, furthest_hz);
     if (k > kMostSteps) return here_hz;
     const double next = residual(next_hz);
-    if (here >= before && here >= next) {
+    const bool is_flat = here == before && here == next;  // as where all impulses but the last have died out
+    if (here >= before && here >= next && !is_flat) {
       const Peak peak = PeakBetween(residual, here_hz - step_hz, next_hz);
       if (peak.value > limit) {
         // The peak of the very first step may lie behind the mode, where the other direction meets it.
