@@ -188,3 +188,14 @@ def test_a_variable_of_a_misspelt_command_is_refused(
         2,
         "environment: VELMORA_RESAMPEL_RATE is not known; did you mean 'VELMORA_RESAMPLE_RATE'?\n",
     )
+
+
+@pytest.mark.parametrize("value", ["1", "1.0.0"])
+def test_a_variable_with_the_version_that_somebody_pins_changes_nothing(
+    project: Path, here: InProcess, monkeypatch: pytest.MonkeyPatch, value: str
+) -> None:
+    (project / "limits.csv").write_text("joint,max_velocity\njoint_1,0.1\njoint_2,9\n")
+    expected = here("check", "log.csv", "--limits", "limits.csv")
+    assert expected.code == 1
+    monkeypatch.setenv("VELMORA_VERSION", value)
+    assert here("check", "log.csv", "--limits", "limits.csv") == expected

@@ -83,7 +83,7 @@ class Commands(click.Group):
 
 @click.command(
     cls=Commands,
-    context_settings={"help_option_names": ["-h", "--help"], "auto_envvar_prefix": "VELMORA", "max_content_width": 100},
+    context_settings={"help_option_names": ["-h", "--help"], "max_content_width": 100},
     epilog="""\b
 Examples:
   velmora info log.csv
