@@ -8,6 +8,8 @@ is the joint. A name without a quantity is a position.
 from __future__ import annotations
 
 import re
+from collections.abc import Sequence
+from itertools import groupby
 from typing import NamedTuple
 
 import numpy as np
@@ -180,6 +182,25 @@ def written_name(joint: str, quantity: str) -> str:
     """The name that a column gets, such that `meaning` gives back the joint and the quantity."""
     name = joint if quantity == "positions" else f"{joint}_{WRITTEN_WORDS[quantity]}"
     return name if meaning(name) == Meaning(quantity, joint) else f"{joint}_{WRITTEN_WORDS[quantity]}"
+
+
+def in_order(columns: Sequence[Column], joints: Sequence[str]) -> list[Column]:
+    """The columns with the joints of each quantity in this order, in the places where that quantity stands.
+
+    Elements of a list have no names but their places in it: those that have another place then are columns by
+    themselves.
+    """
+    rank = {joint: place for place, joint in enumerate(joints)}
+    by_rank = sorted(columns, key=lambda column: rank.get(column.joint, 0))
+    of_quantity = {quantity: iter([c for c in by_rank if c.quantity == quantity]) for quantity in ("time", *QUANTITIES)}
+    placed = [next(of_quantity[column.quantity]) for column in columns]
+    found: list[Column] = []
+    for _, run in groupby(placed, key=lambda column: column.name):
+        part = list(run)
+        if [column.element for column in part] != list(range(len(part))):
+            part = [column._replace(element=None) for column in part]
+        found += part
+    return found
 
 
 def written_columns(recording: Recording, quantities: tuple[str, ...], lists: bool = False) -> list[Column]:

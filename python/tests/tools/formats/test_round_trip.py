@@ -240,3 +240,46 @@ def test_treacherous_names(tmp_path: Path, joints: tuple[str, ...], suffix: str)
     recording = make(Stamps(np.arange(5) * 1_000_000), joints)
     write(str(tmp_path / f"a{suffix}"), recording, WriteOptions())
     assert_same(recording, read(str(tmp_path / f"a{suffix}"), ReadOptions())[0])
+
+
+@pytest.mark.parametrize("suffix", SUFFIXES)
+def test_joints_are_written_in_the_order_that_was_asked_for(tmp_path: Path, suffix: str) -> None:
+    (tmp_path / "log.csv").write_text("arm_deg,time_s,arm_vel,slide [m],slide_vel,wrist\n1,0,2,3,4,5\n6,0.1,7,8,9,10\n")
+    (recording,) = read(str(tmp_path / "log.csv"), ReadOptions(joints=("wr*", "slide", "arm"), keep_units=True))
+    write(str(tmp_path / f"out{suffix}"), recording, WriteOptions())
+    (again,) = read(str(tmp_path / f"out{suffix}"), ReadOptions(keep_units=True))
+    assert again.joints == ("wrist", "slide", "arm")
+    assert again.positions.tolist() == [[5.0, 3.0, 1.0], [10.0, 8.0, 6.0]]
+    assert again.velocities is not None
+    assert again.velocities[:, 1:].tolist() == [[4.0, 2.0], [9.0, 7.0]]
+
+
+def test_columns_of_other_quantities_stay_where_they_are_when_joints_are_put_in_order(tmp_path: Path) -> None:
+    (tmp_path / "log.csv").write_text("arm_deg,arm_vel,time_s,wrist,wrist_vel,lift\n1,2,0,3,4,5\n")
+    (recording,) = read(str(tmp_path / "log.csv"), ReadOptions(joints=("wrist", "arm"), keep_units=True))
+    write(str(tmp_path / "out.csv"), recording, WriteOptions())
+    assert (tmp_path / "out.csv").read_text() == "wrist,wrist_vel,time_s,arm_deg,arm_vel\n3,4,0,1,2\n"
+
+
+@pytest.mark.parametrize(
+    ("joints", "columns"),
+    [
+        (("action_*",), {"action": [1.0, 2.0, 3.0]}),
+        (("action_0", "action_1"), {"action": [1.0, 2.0]}),
+        (("action_2", "action_0"), {"action_2": 3.0, "action_0": 1.0}),
+        (("action_1",), {"action_1": 2.0}),
+        (("state_*", "action_*"), {"state": [4.0, 5.0], "action": [1.0, 2.0, 3.0]}),
+    ],
+)
+def test_elements_of_a_list_keep_their_names(
+    tmp_path: Path, joints: tuple[str, ...], columns: dict[str, float | list[float]]
+) -> None:
+    table = pa.table({"time": [0.5], "action": [[1.0, 2.0, 3.0]], "state": [[4.0, 5.0]]})
+    pa.parquet.write_table(table, tmp_path / "log.parquet")
+    (recording,) = read(str(tmp_path / "log.parquet"), ReadOptions(joints=joints))
+    write(str(tmp_path / "out.parquet"), recording, WriteOptions())
+    assert list(pa.parquet.read_table(tmp_path / "out.parquet").to_pylist()[0].items()) == [
+        ("time", 0.5),
+        *columns.items(),
+    ]
+    assert read(str(tmp_path / "out.parquet"), ReadOptions())[0].joints == recording.joints

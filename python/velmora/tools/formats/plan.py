@@ -18,6 +18,7 @@ from velmora.tools.columns import (
     SECOND_NAMES,
     Meaning,
     clean,
+    in_order,
     meaning,
 )
 from velmora.tools.errors import DataError, UsageError
@@ -171,12 +172,13 @@ def plan(source: str, fields: Sequence[Field], options: ReadOptions) -> Plan:
             f"there are {listed([field.name for field in fields])}; --joints names them"
         )
     columns.sort(key=lambda item: (item[0], item[1] or 0))
+    in_file = [column for _, _, column in columns]
     return Plan(
         time,
         options.time_unit if options.time_unit != "auto" else unit,
         tuple(joints),
         {quantity: list_ for quantity, list_ in cells.items() if list_},
-        tuple(column for _, _, column in columns),
+        tuple(in_order(in_file, tuple(joints)) if options.joints else in_file),
         tuple(notes),
         group,
         next((field.name for index, field in enumerate(fields) if _tells_episodes(field) and index not in used), ""),
