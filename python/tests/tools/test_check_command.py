@@ -113,3 +113,14 @@ def test_a_recording_without_faults_has_nothing_to_say_of_mending(tmp_path: Path
     (tmp_path / "l.csv").write_text("joint,max_velocity\na,9\n")
     assert "dropped" not in here("check", "log.csv", "--limits", "l.csv", "--junit", "j.xml").out
     assert not list(ElementTree.parse(tmp_path / "j.xml").getroot().iter("system-out"))
+
+
+def test_unwrap_does_not_hide_what_a_linear_joint_violates(tmp_path: Path, here: InProcess) -> None:
+    (tmp_path / "rail.csv").write_text("time_s,s [m],a\n0,0,0\n0.1,4,0.1\n0.2,8,0.2\n0.3,12,0.3\n")
+    (tmp_path / "l.csv").write_text("joint,max_velocity\ns,30\na,9\n")
+    run = here("check", "rail.csv", "--limits", "l.csv", "--unwrap")
+    assert run.code == 1
+    assert run.out.startswith(
+        "rail.csv: FAILED: 1 of 2 limits violated (three-point derivatives)\n"
+        "  columns  kept by --unwrap, as their names say a length: 's [m]'\n"
+    )

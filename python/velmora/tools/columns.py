@@ -178,6 +178,11 @@ def _of_unit(text: str) -> tuple[str | None, str | None]:
     return _BY_ORDER[order] if order else None, unit
 
 
+def says_length(name: str) -> bool:
+    """Whether the name of a column says that its joint moves along a line: positions in m or mm."""
+    return meaning(name).unit in ("m", "mm")
+
+
 def written_name(joint: str, quantity: str) -> str:
     """The name that a column gets, such that `meaning` gives back the joint and the quantity."""
     name = joint if quantity == "positions" else f"{joint}_{WRITTEN_WORDS[quantity]}"

@@ -11,7 +11,7 @@ import pytest
 from support import recording
 from velmora.tools.errors import DataError
 from velmora.tools.operations.checked import CheckOptions, checked
-from velmora.tools.recording import Layout, Recording, Stamps
+from velmora.tools.recording import Column, Layout, Recording, Stamps
 
 NAN = float("nan")
 
@@ -148,6 +148,17 @@ def test_unwrap_takes_out_turns_of_the_joints_that_jump() -> None:
     assert result.positions[:, 1].tolist() == [0.5, 0.6, 0.7, 0.8]
     assert result.notes[-1].text == "jumps by a turn taken out: 'joint_1' (2)"
     assert turning.positions[1, 0] == -3.0
+
+
+def test_unwrap_keeps_joints_whose_columns_say_a_length() -> None:
+    columns = (Column("x [m]", "time"), Column("rail [m]", "positions", "rail"), Column("z [mm]", "positions", "z"))
+    going = recording([0.0, 1.0, 2.0], [[0.0, 0.0, 3.0], [4.0, 1.0, -3.0], [8.0, 2.0, -2.9]], ("rail", "z", "wrist"))
+    result = checked(replace(going, layout=Layout("csv", columns)), CheckOptions(unwrap=True))
+    assert result.positions[:, :2].tolist() == [[0.0, 0.0], [4.0, 1.0], [8.0, 2.0]]
+    assert [(note.key, note.text) for note in result.notes] == [
+        ("columns", "kept by --unwrap, as their names say a length: 'rail [m]'"),
+        ("unwrapped", "jumps by a turn taken out: 'wrist' (1)"),
+    ]
 
 
 def test_a_mean_is_not_taken_across_a_turn() -> None:

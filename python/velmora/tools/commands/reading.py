@@ -60,7 +60,7 @@ _MENDING = (
         show_default=True,
         help="What to do with rows that lack a value or hold one that is not finite.",
     ),
-    click.option("--unwrap", is_flag=True, help="Take out jumps by a turn."),
+    click.option("--unwrap", is_flag=True, help="Take out jumps by a turn; columns named in m or mm are kept."),
     click.option(
         "--use-velocities",
         is_flag=True,

@@ -9,11 +9,12 @@ from typing import Literal
 import numpy as np
 from numpy.typing import NDArray
 
+from velmora.tools.columns import says_length
 from velmora.tools.errors import DataError
 from velmora.tools.operations.finite import all_finite
 from velmora.tools.operations.gaps import take
 from velmora.tools.recording import Layout, Note, Recording, Stamps
-from velmora.tools.text import count, printable, quoted, seconds_text
+from velmora.tools.text import count, listed, printable, quoted, seconds_text
 
 FULL_TURN_RAD = 2.0 * np.pi
 
@@ -185,6 +186,16 @@ def _merged(recording: Recording, repeats: NDArray[np.bool_], how: str) -> Recor
 
 def _unwrapped(recording: Recording) -> Recording:
     jumps = np.abs(np.diff(recording.positions, axis=0)) > np.pi
+    lengths = {
+        column.joint: column.name
+        for column in recording.layout.columns
+        if column.quantity == "positions" and says_length(column.name)
+    }
+    jumping = [joint for joint, jumps_at in zip(recording.joints, jumps.T, strict=True) if jumps_at.any()]
+    if kept := [lengths[joint] for joint in jumping if joint in lengths]:
+        text = f"kept by --unwrap, as their names say a length: {listed(list(dict.fromkeys(kept)))}"
+        recording = _noted(recording, "columns", text)
+    jumps[:, [joint in lengths for joint in recording.joints]] = False
     if not jumps.any():
         return recording
     positions = recording.positions.copy()
