@@ -199,3 +199,43 @@ def test_a_variable_with_the_version_that_somebody_pins_changes_nothing(
     assert expected.code == 1
     monkeypatch.setenv("VELMORA_VERSION", value)
     assert here("check", "log.csv", "--limits", "limits.csv") == expected
+
+
+def test_an_output_that_is_typed_takes_the_place_of_a_folder_of_the_project(project: Path, here: InProcess) -> None:
+    (project / "velmora.toml").write_text('[resample]\nrate = 20\noutput-dir = "o"\n')
+    piped = here("resample", "log.csv", "-o", "-")
+    assert piped.out.splitlines()[0].startswith("time_s,joint_1,joint_2")
+    assert piped.err.splitlines()[0] == "log.csv -> standard output"
+    assert "output-dir is" not in piped.err
+    assert here("resample", "log.csv", "-o", "near.csv").code == 0
+    assert here("resample", "log.csv", "-o", project / "whole.csv").code == 0
+    assert sorted(path.name for path in project.iterdir()) == ["log.csv", "near.csv", "velmora.toml", "whole.csv"]
+
+
+def test_a_folder_that_is_typed_takes_the_place_of_an_output_of_the_environment(
+    project: Path, here: InProcess, monkeypatch: pytest.MonkeyPatch
+) -> None:
+    monkeypatch.setenv("VELMORA_CONVERT_OUTPUT", "-")
+    run = here("convert", "log.csv", "--output-dir", "o")
+    assert (run.code, run.out) == (0, "")
+    assert [path.name for path in (project / "o").iterdir()] == ["log.csv"]
+
+
+def test_an_output_and_a_folder_of_the_project_go_together(project: Path, here: InProcess) -> None:
+    (project / "velmora.toml").write_text('output-dir = "o"\n[convert]\noutput = "{stem}.npz"\n')
+    run = here("convert", "log.csv")
+    assert run.code == 0, run.err
+    assert [path.name for path in (project / "o").iterdir()] == ["log.npz"]
+
+
+def test_an_output_and_a_folder_that_are_typed_go_together(project: Path, here: InProcess) -> None:
+    run = here("convert", "log.csv", "--output-dir", "o", "-o", "{stem}.npz")
+    assert run.code == 0, run.err
+    assert [path.name for path in (project / "o").iterdir()] == ["log.npz"]
+    refused = here("convert", "log.csv", "--output-dir", "other", "-o", "-")
+    assert (refused.code, refused.out, refused.err) == (
+        2,
+        "",
+        "-o -: --output-dir names a folder already; a name below it was expected\n",
+    )
+    assert not (project / "other").exists()

@@ -59,13 +59,14 @@ def defaults(ctx: click.Context) -> dict[str, Any]:
     for key in own:
         if _identifier(key) not in by_any_name:
             _unknown(path, f"option '{key}' in [{name}]", key, [_option_name(option) for option in options.values()])
+    in_folder = "output_dir" in {_identifier(key) for key in (*common, *own)}
     values: dict[str, Any] = {}
     origins: dict[str, str] = {}
     for section, table, known in (("", common, options), (f" [{name}]", own, by_any_name)):
         for key, value in table.items():
             option = known.get(_identifier(key))
             if option is not None and option.name is not None:
-                values[option.name] = _as_typed(option, value, path.parent)
+                values[option.name] = _as_typed(option, value, path.parent, in_folder)
                 origins[option.name] = f"{path}{section}"
     ctx.meta[_META_KEY] = origins
     return {name: values}
@@ -125,21 +126,34 @@ def only_one(ctx: click.Context, names: tuple[str, ...], required: bool) -> str 
     UsageError
         "--a and --b exclude each other; give one of them" or "one of --a, --b is needed".
     """
-    ranks = {
-        name: _RANKS.get(source, 0)
-        for name in names
-        if (source := ctx.get_parameter_source(name)) is not None and ctx.params.get(name) is not None
-    }
-    highest = max(ranks.values(), default=0)
-    if highest == 0:
+    ranks = _ranks(ctx, names)
+    if not ranks:
         if required:
             raise UsageError(f"one of {', '.join(_flags(names))} is needed")
         return None
-    given = [name for name, rank in ranks.items() if rank == highest]
+    given = [name for name, rank in ranks.items() if rank == max(ranks.values())]
     if len(given) > 1:
         raise UsageError(f"{' and '.join(_flags(given))} exclude each other; give one of them")
-    ctx.meta[_UNUSED_KEY] = tuple(name for name in names if name != given[0])
+    _leave_unused(ctx, tuple(name for name in names if name != given[0]))
     return given[0]
+
+
+def giving_way(ctx: click.Context, names: tuple[str, ...]) -> tuple[str, ...]:
+    """Of options that only go together from one source those that give way to another one from a nearer source."""
+    ranks = _ranks(ctx, names)
+    farther = tuple(name for name, rank in ranks.items() if rank < max(ranks.values()))
+    _leave_unused(ctx, farther)
+    return farther
+
+
+def _ranks(ctx: click.Context, names: tuple[str, ...]) -> dict[str, int]:
+    """How near the sources are, of the options that were given."""
+    sources = {name: ctx.get_parameter_source(name) for name in names if ctx.params.get(name) is not None}
+    return {name: _RANKS[source] for name, source in sources.items() if source is not None and source in _RANKS}
+
+
+def _leave_unused(ctx: click.Context, names: tuple[str, ...]) -> None:
+    ctx.meta[_UNUSED_KEY] = (*ctx.meta.get(_UNUSED_KEY, ()), *names)
 
 
 def _flags(names: tuple[str, ...] | list[str]) -> list[str]:
@@ -233,14 +247,14 @@ def _option_name(option: click.Option) -> str:
     return longest.lstrip("-")
 
 
-def _as_typed(option: click.Option, value: Any, folder: Path) -> Any:
+def _as_typed(option: click.Option, value: Any, folder: Path, in_folder: bool) -> Any:
     """A value of `velmora.toml` as it would be typed, so that it is judged as such: 3.5 is no number of samples.
 
-    A file that is named there is looked for beside it.
+    A file that is named there is looked for beside it; outputs are below the folder for them if that stands there too.
     """
     if option.multiple:
         return [_text(entry) for entry in (value if isinstance(value, list) else [value])]
-    is_file = isinstance(option.type, click.Path) or option.name == "output"
+    is_file = isinstance(option.type, click.Path) or (option.name == "output" and not in_folder)
     if is_file and isinstance(value, str) and value != "-" and "://" not in value:
         return str(folder / value)
     return _text(value)

@@ -183,9 +183,14 @@ def test_addresses_that_no_package_knows(folder: Path) -> None:
 
 
 def test_a_name_below_the_folder() -> None:
-    for pattern in ("/abs/{stem}.csv", "memory://out/{stem}.csv"):
-        with pytest.raises(UsageError, match=r": --output-dir names a folder already; a name below it was expected$"):
+    for pattern, name in (
+        ("/abs/{stem}.csv", "/abs/{stem}.csv"),
+        ("memory://out/{stem}.csv", "memory://out/{stem}.csv"),
+        ("-", "-o -"),
+    ):
+        with pytest.raises(UsageError) as error:
             targets([Input("a.csv")], pattern, "out", None)
+        assert str(error.value) == f"{name}: --output-dir names a folder already; a name below it was expected"
 
 
 def test_a_stream_holds_one_recording() -> None:

@@ -172,8 +172,9 @@ def targets(inputs: Sequence[Input], pattern: str | None, folder: str | None, su
                     f"{pattern}: '{{{placeholder}}}' is not known; {_braced()} were expected"
                     f"{nearest(placeholder, OF_INPUT + OF_RECORDING)}"
                 )
-        if folder is not None and (pattern.startswith("/") or is_remote(pattern)):
-            raise UsageError(f"{pattern}: --output-dir names a folder already; a name below it was expected")
+        if folder is not None and (pattern == "-" or pattern.startswith("/") or is_remote(pattern)):
+            name = "-o -" if pattern == "-" else pattern
+            raise UsageError(f"{name}: --output-dir names a folder already; a name below it was expected")
         if pattern == "-" and len(inputs) > 1:
             raise UsageError(
                 f"-o -: standard output holds one recording, there are {len(inputs)}; --output-dir takes many"

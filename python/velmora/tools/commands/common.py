@@ -3,11 +3,12 @@
 
 from __future__ import annotations
 
+import functools
 import json
 import os
 import sys
 from collections.abc import Callable, Sequence
-from typing import Any
+from typing import Any, cast
 
 import click
 
@@ -60,8 +61,14 @@ def many_options(function: Function) -> Function:
 
 
 def output_options(function: Function) -> Function:
-    """Add the options for outputs to a command."""
-    return with_options(function, _OUTPUT)
+    """Add the options for outputs to a command, which is given the name or the folder where one has a nearer source."""
+
+    @functools.wraps(function)
+    def with_nearest(*arguments: Any, **values: Any) -> Any:
+        farther = config.giving_way(click.get_current_context(), ("output", "output_dir"))
+        return function(*arguments, **values | dict.fromkeys(farther))
+
+    return with_options(cast("Function", with_nearest), _OUTPUT)
 
 
 def warn(text: str) -> None:
