@@ -239,3 +239,19 @@ def test_an_output_and_a_folder_that_are_typed_go_together(project: Path, here: 
         "-o -: --output-dir names a folder already; a name below it was expected\n",
     )
     assert not (project / "other").exists()
+
+
+def test_a_flag_of_the_project_is_told_and_taken_back_by_the_environment(
+    project: Path, here: InProcess, monkeypatch: pytest.MonkeyPatch
+) -> None:
+    (project / "velmora.toml").write_text("json = true\n")
+    run = here("resample", "log.csv", "--rate", "20", "-o", "-")
+    assert (run.code, run.out, run.err) == (
+        2,
+        "",
+        f"--json -o -: both go to standard output; one of them was expected; json is True ({project}/velmora.toml)\n",
+    )
+    monkeypatch.setenv("VELMORA_RESAMPLE_JSON", "0")
+    taken_back = here("resample", "log.csv", "--rate", "20", "-o", "-")
+    assert taken_back.code == 0
+    assert taken_back.out.splitlines()[0].startswith("time_s,joint_1,joint_2")

@@ -112,7 +112,8 @@ def run_output(
     inputs = names.expand(values["files"], values["output_dir"]) if inputs is None else inputs
     targets = names.targets(inputs, values["output"], values["output_dir"], suffix)
     if values.get("as_json") and "-" in targets:
-        raise UsageError("--json -o -: both go to standard output; one of them was expected")
+        origins = "".join(f"; {text}" for text in _not_typed(ctx, ("json", "output")))
+        raise UsageError(f"--json -o -: both go to standard output; one of them was expected{origins}")
     if values["output_dir"] is not None:
         make_folders(targets)
     tasks = [
@@ -196,8 +197,13 @@ def json_report(ctx: click.Context, result: ManyResult) -> JsonObject:
 
 def settings_lines(ctx: click.Context) -> list[str]:
     """Values that were not given on the command line, where the user may have forgotten them."""
+    return [f"  {text}" for text in _not_typed(ctx)]
+
+
+def _not_typed(ctx: click.Context, names: Sequence[str] | None = None) -> list[str]:
+    """Values that were not given on the command line, with their origins; of the options with these names."""
     return [
-        f"  {setting.name} is {setting.value} ({setting.origin})"
+        f"{setting.name} is {setting.value} ({setting.origin})"
         for setting in config.settings(ctx)
-        if setting.origin != "command line"
+        if setting.origin != "command line" and (names is None or setting.name in names)
     ]
