@@ -7,6 +7,7 @@ import csv
 import json
 import os
 from pathlib import Path
+from xml.etree import ElementTree
 
 import pytest
 from bags import STATE, STORE, bag, header, point, state, states
@@ -298,6 +299,42 @@ def test_resuming_says_again_what_is_lost(command: tuple[str, ...], tmp_path: Pa
         assert said["warnings"] == json.loads(first.out)["files"][0]["warnings"]
         (lost,) = (line for line in again.err.splitlines() if line.startswith("warning: cut.mcap"))
         assert ": is cut short " in lost
+
+
+@pytest.fixture
+def cut(tmp_path: Path) -> Path:
+    """A bag that ends within a message, with its joints in two topics."""
+    both = [(topic, *rest) for _, *rest in states(2000) for topic in ("/joint_states", "/gripper")]
+    whole = bag(tmp_path / "bag", both) / "bag.mcap"
+    (tmp_path / "cut.mcap").write_bytes(whole.read_bytes()[:70_000])
+    return tmp_path / "cut.mcap"
+
+
+def test_what_is_lost_is_in_the_summary(cut: Path, here: InProcess) -> None:
+    (cut.parent / "l.csv").write_text("joint,max_velocity\na,0.001\nb,2000\n")
+    resample = ("resample", "--rate", "50", "--format", "csv", "--output-dir", "out", "--resume")
+    for command in (("info",), resample, resample, ("check", "--limits", "l.csv")):
+        run = here(*command, "cut.mcap", "--salvage", "--summary", "s.json", "--force")
+        assert run.code == 1
+        rows = json.loads((cut.parent / "s.json").read_text())
+        assert [row["source"] for row in rows] == ["cut.mcap[/joint_states]", "cut.mcap[/gripper]"]
+        for row in rows:
+            (loss,) = (line for line in run.err.splitlines() if line.startswith(f"warning: {row['source']}: is cut "))
+            violated = "; 1 of 2 limits violated (three-point derivatives)" if command[0] == "check" else ""
+            assert row["message"] == loss.removeprefix("warning: ") + violated
+
+
+def test_what_is_lost_is_an_error_of_the_checks(cut: Path, here: InProcess) -> None:
+    (cut.parent / "l.csv").write_text("joint,max_velocity\na,2000\nb,2000\n")
+    run = here("check", "cut.mcap", "--salvage", "--limits", "l.csv", "--junit", "j.xml")
+    assert run.code == 1
+    for suite in ElementTree.parse(cut.parent / "j.xml").getroot():
+        assert (suite.get("tests"), suite.get("errors"), suite.get("failures")) == ("3", "1", "0")
+        assert [case.get("name") for case in suite] == ["whole", "a velocity", "b velocity"]
+        (error,) = suite[0]
+        assert error.tag == "error"
+        assert f"warning: {error.get('message')}" in run.err.splitlines()
+        assert str(error.get("message")).startswith(f"{suite.get('name')}: is cut short ")
 
 
 def test_a_damaged_record_of_what_is_done(logs: Path, here: InProcess) -> None:

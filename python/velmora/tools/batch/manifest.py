@@ -63,6 +63,7 @@ class Manifest:
                         tasks[index].source,
                         reports=tuple(entry["reports"]),
                         warnings=tuple(entry["warnings"]),
+                        losses=tuple(entry["losses"]),
                         exit_code=entry["exit_code"],
                         digest=digest or "",
                     )
@@ -99,6 +100,7 @@ class Manifest:
             ],
             "reports": outcome.reports,
             "warnings": outcome.warnings,
+            "losses": outcome.losses,
             "exit_code": outcome.exit_code,
         }
         line = ("\n" if self._torn else "") + json.dumps(entry) + "\n"
@@ -123,6 +125,7 @@ def _entry(line: str) -> JsonObject | None:
         entry = json.loads(line)
         entry["reports"] = list(entry["reports"])
         entry["warnings"], entry["exit_code"] = list(map(str, entry["warnings"])), int(entry["exit_code"])
+        entry["losses"] = list(map(str, entry.get("losses", ())))  # a record of 1.0.0 has none
         for item in entry["outputs"]:
             item["path"], item["size"], item["time_ns"] = str(item["path"]), int(item["size"]), int(item["time_ns"])
         return entry if isinstance(entry["key"], str) and isinstance(entry["source"], str) else None

@@ -10,7 +10,7 @@ from typing import Any
 
 from velmora.tools import output
 from velmora.tools.batch.many import ManyResult
-from velmora.tools.batch.tasks import JsonObject
+from velmora.tools.batch.tasks import JsonObject, Outcome
 from velmora.tools.errors import UsageError
 from velmora.tools.text import count
 
@@ -31,18 +31,21 @@ def rows(result: ManyResult) -> list[dict[str, Any]]:
                     "samples_out": report.get("samples_out"),
                     "duration_s": report.get("duration_s"),
                     "warnings": len(report.get("warnings", outcome.warnings)),
-                    "message": outcome.error or _fault(report),
+                    "message": outcome.error or _faults(outcome, report),
                     "seconds": round(outcome.seconds, 6),
                 }
             )
     return found
 
 
-def _fault(report: JsonObject) -> str:
-    """What is wrong with a recording that could be read: a fault, or limits that it violates."""
-    if report.get("passed", True):
-        return report.get("fault") or ""
-    return "; ".join([report["verdict"], *report["doubts"]])
+def _faults(outcome: Outcome, report: JsonObject) -> str:
+    """What is wrong with a recording that could be read: what of it is lost, a fault, or limits that it violates."""
+    faults = outcome.about(report, outcome.losses)
+    if not report.get("passed", True):
+        faults += [report["verdict"], *report["doubts"]]
+    elif report.get("fault"):
+        faults.append(report["fault"])
+    return "; ".join(faults)
 
 
 def write(path: str, result: ManyResult, force: bool) -> None:

@@ -75,6 +75,8 @@ class Outcome:
         One per recording of the file, ready for JSON.
     warnings
         What the user should see, one sentence each.
+    losses
+        Those of the warnings that say what of the input is lost.
     staged
         Outputs that wait for being moved to their places.
     error, exit_code
@@ -86,11 +88,17 @@ class Outcome:
     source: str
     reports: tuple[JsonObject, ...] = ()
     warnings: tuple[str, ...] = ()
+    losses: tuple[str, ...] = ()
     staged: tuple[output.Staged, ...] = ()
     error: str | None = None
     exit_code: int = 0
     digest: str = ""
     seconds: float = 0.0
+
+    def about(self, report: JsonObject, texts: Sequence[str]) -> list[str]:
+        """Those of the warnings or losses that are not about another recording of the file."""
+        others = tuple(f"{other['source']}:" for other in self.reports if other["source"] != report["source"])
+        return [text for text in texts if not text.startswith(others)]
 
 
 @dataclass
@@ -143,6 +151,7 @@ def perform(task: Task) -> Outcome:
             outcome,
             reports=tuple(reports),
             warnings=(*stage.losses, *warnings),
+            losses=tuple(stage.losses),
             staged=tuple(stage.staged),
             exit_code=int(bool(stage.losses)),
             digest=digest,

@@ -3,6 +3,7 @@
 
 from __future__ import annotations
 
+from collections.abc import Sequence
 from xml.etree import ElementTree
 
 from velmora.tools.batch.many import ManyResult
@@ -14,12 +15,13 @@ from velmora.tools.text import printable
 def junit(result: ManyResult) -> bytes:
     """A test suite per recording, a test case per limit; a file that cannot be read is a suite with one error.
 
-    What was dropped or otherwise mended before the check is the output of the suite.
+    What of a recording is lost is an error of its suite, so that limits that a part keeps are not taken for those of
+    the whole. What was dropped or otherwise mended before the check is the output of the suite.
     """
     root = ElementTree.Element("testsuites", name="velmora check")
     for outcome in result.outcomes:
         for report in outcome.reports:
-            _suite(root, report)
+            _suite(root, report, outcome.about(report, outcome.losses))
         if outcome.error is not None:
             suite = ElementTree.SubElement(
                 root, "testsuite", name=printable(outcome.source), tests="1", errors="1", failures="0"
@@ -31,7 +33,7 @@ def junit(result: ManyResult) -> bytes:
     return content + b"\n"
 
 
-def _suite(root: ElementTree.Element, report: JsonObject) -> None:
+def _suite(root: ElementTree.Element, report: JsonObject, losses: Sequence[str]) -> None:
     source = printable(report["source"])
     judged = [finding for finding in report["findings"] if finding["limits"] is not None]
     doubts = [("units", doubt) for doubt in report["doubts"]] + ([] if judged else [("limits", NOTHING)])
@@ -40,10 +42,13 @@ def _suite(root: ElementTree.Element, report: JsonObject) -> None:
         root,
         "testsuite",
         name=source,
-        tests=str(len(judged) + len(doubts)),
-        errors="0",
+        tests=str(len(losses) + len(judged) + len(doubts)),
+        errors=str(len(losses)),
         failures=str(failures),
     )
+    for loss in losses:
+        case = ElementTree.SubElement(suite, "testcase", classname=source, name="whole")
+        ElementTree.SubElement(case, "error", message=printable(loss))
     for name, doubt in doubts:
         case = ElementTree.SubElement(suite, "testcase", classname=source, name=name)
         ElementTree.SubElement(case, "failure", message=printable(doubt))
