@@ -8,6 +8,7 @@ import jsonschema
 import numpy as np
 import pytest
 import velmora as vm
+from bags import bag, states
 from scipy.integrate import solve_ivp
 from scipy.interpolate import CubicSpline
 from velmora import shaping
@@ -138,7 +139,43 @@ def test_many_moves_are_shaped_alike(here: Path, tmp_path: Path, capsys: pytest.
     assert [(tmp_path / "calm" / name).read_bytes() == alone for name in ("one.csv", "two.csv")] == [True, True]
     capsys.readouterr()
     assert run(["shape", str(tmp_path / "one.csv"), str(tmp_path / "two.csv"), *arguments, "--plot", "left.png"]) == 2
-    assert "--plot, --report: of one move; one FILE was expected" in capsys.readouterr().err
+    assert "--plot, --report: of one move, which is read twice; one FILE was expected" in capsys.readouterr().err
+
+
+def test_a_picture_is_of_one_move_however_that_is_named(
+    here: Path, tmp_path: Path, monkeypatch: pytest.MonkeyPatch, capsys: pytest.CaptureFixture[str]
+) -> None:
+    move = (here / "move.csv").read_bytes()
+    monkeypatch.chdir(tmp_path)
+    for name in ("one/move.csv", "two/a.csv", "two/b.csv"):
+        Path(name).parent.mkdir(exist_ok=True)
+        Path(name).write_bytes(move)
+    common = ("--mode", "5:0.02", "--output-dir", "calm", "--force", "--plot")
+    for named in ("one", "one/m*.csv"):
+        assert run(["shape", named, *common, "calm/left.png"]) == 0
+        assert Path("calm/left.png").read_bytes().startswith(b"\x89PNG")
+        Path("calm/left.png").unlink()
+        Path("calm/move.csv").unlink()
+    Path("calm").rmdir()
+    capsys.readouterr()
+    for named in ("two", "two/*.csv", "-", "/dev/null"):
+        assert run(["shape", named, *common, "left.png"]) == 2
+        assert capsys.readouterr().err == (
+            "--plot, --report: of one move, which is read twice; one FILE was expected\n"
+        )
+    assert run(["shape", "one/move.csv", *common, "none/left.png"]) == 1
+    assert capsys.readouterr().err == "none/left.png: the folder does not exist; a place to write to was expected\n"
+    assert sorted(path.name for path in tmp_path.iterdir()) == ["one", "two"]
+
+
+def test_a_picture_of_two_moves_in_a_file_is_refused_before_they_are_shaped(
+    tmp_path: Path, monkeypatch: pytest.MonkeyPatch, capsys: pytest.CaptureFixture[str]
+) -> None:
+    monkeypatch.chdir(tmp_path)
+    bag(Path("log"), [(topic, *rest) for _, *rest in states(20) for topic in ("/left", "/right")])
+    assert run(["shape", "log", "--mode", "5:0.02", "-o", "{group}.csv", "--plot", "left.png"]) == 2
+    assert capsys.readouterr().err == "log: 2 recordings; one was expected; --topic or one file of a group\n"
+    assert [path.name for path in tmp_path.iterdir()] == ["log"]
 
 
 def test_a_weight_may_rise_within_a_transition(here: Path, capsys: pytest.CaptureFixture[str]) -> None:

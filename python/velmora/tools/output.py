@@ -119,6 +119,16 @@ def refuse_existing(target: str, force: bool) -> None:
         raise UsageError(f"{target}: exists already; a name that is free was expected; --force replaces it")
 
 
+def refuse_no_folder(target: str, made: str | None) -> None:
+    """Raise a data error where the folder of a target is missing, and is none that is made: `made` or one above it."""
+    if target == "-" or is_remote(target):
+        return
+    folder = os.path.dirname(os.path.abspath(local(target)))
+    on_the_way = made is not None and os.path.commonpath([folder, os.path.abspath(local(made))]) == folder
+    if not on_the_way and not os.path.isdir(folder):
+        raise DataError(f"{target}: the folder does not exist; a place to write to was expected")
+
+
 def _refuse_folder(target: str, for_folder: bool) -> None:
     """Raise a usage error where the target is a folder, unless it is a bag and another may take its place."""
     if os.path.isdir(target) and not (for_folder and _is_bag(target)):

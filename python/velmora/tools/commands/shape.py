@@ -3,15 +3,15 @@
 
 from __future__ import annotations
 
-from dataclasses import dataclass, replace
+from dataclasses import dataclass, field, replace
 from typing import TYPE_CHECKING, Any
 
 import click
 import numpy as np
 
-from velmora.tools import formats
-from velmora.tools.batch.names import of_recording
-from velmora.tools.batch.tasks import JsonObject, Stage, Task
+from velmora.tools import formats, output
+from velmora.tools.batch.names import expand, of_recording
+from velmora.tools.batch.tasks import NOT_KEYED, JsonObject, Stage, Task
 from velmora.tools.commands import common, reading
 from velmora.tools.commands import vibration_options as shared
 from velmora.tools.commands.declare import FiniteRange
@@ -39,6 +39,7 @@ class ShapeWork:
     check: CheckOptions
     shape: ShapeOptions
     limits: LimitsFile | None
+    drawn: bool = field(default=False, metadata=NOT_KEYED)
 
 
 @click.command(
@@ -89,9 +90,10 @@ def command(ctx: click.Context, /, **values: Any) -> int:
     from velmora.tools.operations.shape_move import ShapeOptions
     from velmora.tools.operations.vibration import asked_for
 
+    inputs = expand(values["files"], values["output_dir"])
     drawn = values["plot"] is not None or values["report"] is not None
-    if drawn and len(values["files"]) > 1:
-        raise UsageError("--plot, --report: of one move; one FILE was expected")
+    if drawn and (len(inputs) != 1 or inputs[0].path == "-" or output.is_stream(inputs[0].path)):
+        raise UsageError("--plot, --report: of one move, which is read twice; one FILE was expected")
     shared.refuse_outputs(values)
     known = shared.known_modes(values)
     options = ShapeWork(
@@ -107,8 +109,9 @@ def command(ctx: click.Context, /, **values: Any) -> int:
             values["transition"],
         ),
         None if values["limits"] is None else load(values["limits"]),
+        drawn,
     )
-    result = common.run_output(ctx, work, options, values, None)
+    result = common.run_output(ctx, work, options, values, None, inputs)
     reports = [report for outcome in result.outcomes for report in outcome.reports]
     if values["as_json"]:
         common.print_json(ctx, result)
@@ -116,9 +119,9 @@ def command(ctx: click.Context, /, **values: Any) -> int:
         for report in reports:
             for line in _lines(report):
                 common.warn(line)
-    if drawn and len(reports) == 1:
+    if drawn and reports:
         # Once more, since pictures want more than a report for machines holds.
-        fit = shared.read_one(values["files"][0], values)
+        fit = shared.read_one(inputs[0].path, values)
         done, limits = _shaped(fit, options)
         if values["plot"] is not None:
             picture = _figure(done, reports[0], values["tolerance"])
@@ -135,6 +138,8 @@ def work(task: Task, stage: Stage) -> tuple[list[JsonObject], list[str]]:
     reports: list[JsonObject] = []
     warnings: list[str] = []
     recordings = reading.read_recordings(task, stage, options.read)
+    if options.drawn:
+        shared.refuse_several(task.source, recordings)
     for recording in recordings:
         fit = checked(recording, options.check)
         done, limits = _shaped(fit, options)

@@ -93,11 +93,16 @@ def report_options(function: Function) -> Function:
 def read_one(path: str, values: dict[str, Any]) -> Recording:
     """The only recording of a file, fit for the library."""
     recordings = formats.read(path, reading.read_options(values))
+    refuse_several(path, recordings)
+    return checked(recordings[0], reading.check_options(values))
+
+
+def refuse_several(path: str, recordings: Sequence[Recording]) -> None:
+    """Refuse a file that holds more than the recording that is asked for."""
     if len(recordings) != 1:
         raise UsageError(
             f"{path}: {count(len(recordings), 'recording')}; one was expected; --topic or one file of a group"
         )
-    return checked(recordings[0], reading.check_options(values))
 
 
 def check_moment(recording: Recording, option: str, moment_s: float | None) -> None:
@@ -186,10 +191,11 @@ def print_json(ctx: click.Context, content: JsonObject) -> None:
 
 
 def refuse_outputs(values: dict[str, Any], *more: str | None) -> None:
-    """Refuse outputs that exist, and names of another kind of file, before any work is done."""
+    """Refuse outputs that exist or have no folder, and names of another kind of file, before any work is done."""
     for path in (values["plot"], values["report"], *more):
         if path is not None:
             output.refuse_existing(path, values["force"])
+            output.refuse_no_folder(path, values.get("output_dir"))
     refuse_picture(values["plot"], "--plot ")
     refuse_report(values["report"], "--report ")
 
