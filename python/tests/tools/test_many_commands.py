@@ -301,6 +301,43 @@ def test_resuming_says_again_what_is_lost(command: tuple[str, ...], tmp_path: Pa
         assert ": is cut short " in lost
 
 
+def uneven(path: Path) -> Path:
+    """A table with two groups, a time between two nanoseconds, and a column of text."""
+    rows = "0,1,1,x\n0.01,2,1,x\n0.02,3,1,x\n0,1,2,x\n0.0033333333333,2,2,x\n0.02,3,2,x\n"
+    path.parent.mkdir(exist_ok=True)
+    path.write_text(f"time_s,a,g,said\n{rows}")
+    return path
+
+
+def test_what_a_format_cannot_hold_is_said_with_the_name_of_the_recording(tmp_path: Path, here: InProcess) -> None:
+    for name in ("a", "b"):
+        uneven(tmp_path / f"logs/{name}.csv")
+    run = here("convert", "logs", "--group-by", "g", "--format", "mcap", "--output-dir", "out", "-j", "1")
+    assert run.err.splitlines()[:-1] == [
+        line
+        for name in ("a", "b")
+        for line in (
+            f"warning: logs/{name}.csv: columns left out: 'said'",
+            f"warning: logs/{name}.csv[g=1]: stamps of messages are whole nanoseconds: the times were rounded",
+            f"warning: logs/{name}.csv[g=2]: stamps of messages are whole nanoseconds: the times were rounded",
+        )
+    ]
+
+
+@pytest.mark.parametrize(
+    "command", [("resample", "--rate", "100", "--format", "json"), ("convert", "--format", "mcap")]
+)
+def test_the_summary_counts_all_warnings_about_a_recording(
+    command: tuple[str, ...], tmp_path: Path, here: InProcess
+) -> None:
+    uneven(tmp_path / "two.csv")
+    (tmp_path / "one.csv").write_text("time_s,a,said\n0,1,x\n0.0033333333333,2,x\n0.02,3,x\n")
+    for options, counts in ((("two.csv", "--group-by", "g"), [2, 2]), (("one.csv",), [2])):
+        run = here(*command, *options, "--output-dir", "out", "--summary", "s.json", "--force")
+        assert run.code == 0, run.err
+        assert [row["warnings"] for row in json.loads((tmp_path / "s.json").read_text())] == counts
+
+
 @pytest.fixture
 def cut(tmp_path: Path) -> Path:
     """A bag that ends within a message, with its joints in two topics."""

@@ -188,9 +188,10 @@ def test_what_is_written_is_read_by_others_and_by_itself(tmp_path: Path, name: s
         Layout(""),
     )
     notes = write(str(tmp_path / name), recording, WriteOptions())
+    says = "made: sensor_msgs/msg/JointState"
     assert notes == [
-        "sensor_msgs/msg/JointState has no accelerations: left out",
-        "sensor_msgs/msg/JointState names joints that have a position: velocities and efforts without one left out",
+        f"{says} has no accelerations: left out",
+        f"{says} names joints that have a position: velocities and efforts without one left out",
     ]
     with Reader(tmp_path / name) as reader:
         first = [STORE.deserialize_cdr(data, connection.msgtype) for connection, _, data in reader.messages()]
@@ -222,7 +223,7 @@ def test_falling_stamps_stay_in_their_rows(tmp_path: Path, name: str) -> None:
 def test_what_has_no_position_is_left_out_and_said(tmp_path: Path) -> None:
     (tmp_path / "a.csv").write_text("time_s,a,b,c,b_velocity,c_torque\n0.5,1,2,,5,7\n1.5,1.5,,,5.5,7\n")
     (recording,) = read(str(tmp_path / "a.csv"), ReadOptions())
-    says = "sensor_msgs/msg/JointState names joints that have a position:"
+    says = f"{tmp_path}/a.csv: sensor_msgs/msg/JointState names joints that have a position:"
     assert write(str(tmp_path / "b"), recording, WriteOptions())[1:] == [
         f"{says} velocities and efforts without one left out",
         f"{says} joints without any left out ('c')",

@@ -186,13 +186,14 @@ def test_npz_says_that_it_has_no_empty_cells(tmp_path: Path) -> None:
     for text, said in (("q\n0.0,\n1.0,2\n", "positions"), ("q,q_vel\n0.0,1,\n1.0,2,3\n", "velocities")):
         (tmp_path / "a.csv").write_text(f"time_s,{text}")
         notes = write(str(tmp_path / "b.npz"), read(str(tmp_path / "a.csv"), ReadOptions())[0], WriteOptions())
-        assert notes == [f"NPZ has no empty cells: missing {said} became nan"]
+        assert notes == [f"{tmp_path}/a.csv: NPZ has no empty cells: missing {said} became nan"]
 
 
 def test_bags_say_that_they_have_no_empty_velocities(tmp_path: Path) -> None:
     (tmp_path / "a.csv").write_text("time_s,q,q_vel\n0.000000001,1,\n1.0,2,3\n1.5,,\n")
     notes = write(str(tmp_path / "b"), read(str(tmp_path / "a.csv"), ReadOptions())[0], WriteOptions())
-    assert notes == ["sensor_msgs/msg/JointState has no empty values: missing velocities became nan"]
+    says = f"{tmp_path}/a.csv: sensor_msgs/msg/JointState"
+    assert notes == [f"{says} has no empty values: missing velocities became nan"]
 
 
 @settings(deadline=None, max_examples=300)

@@ -30,7 +30,7 @@ def rows(result: ManyResult) -> list[dict[str, Any]]:
                     "samples_in": report.get("samples"),
                     "samples_out": report.get("samples_out"),
                     "duration_s": report.get("duration_s"),
-                    "warnings": len(report.get("warnings", outcome.warnings)),
+                    "warnings": len(outcome.about(report, outcome.warnings)),
                     "message": outcome.error or _faults(outcome, report),
                     "seconds": round(outcome.seconds, 6),
                 }

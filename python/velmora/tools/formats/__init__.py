@@ -148,8 +148,13 @@ def write(path: str, recording: Recording, options: WriteOptions, labels: Labels
     Returns
     -------
     list of str
-        What the format could not hold; empty where every bit can be read again.
+        What the format could not hold, behind the recording's name; empty where every bit can be read again.
     """
+    return [f"{recording.source}: {lost}" for lost in _written(path, recording, options, labels)]
+
+
+def _written(path: str, recording: Recording, options: WriteOptions, labels: Labels | None) -> list[str]:
+    """Write a recording, and tell what its format could not hold."""
     if options.format is None and path != "-" and "." not in os.path.basename(path.rstrip("/")):
         # A folder, as ROS's tools name their bags; a device or a pipe is written to as standard output is.
         format_ = "csv" if is_stream(path) else "rosbag2"
