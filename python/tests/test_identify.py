@@ -187,7 +187,7 @@ def test_a_refusal_after_a_start_that_was_found_says_how_to_give_it() -> None:
     assert str(caught.value) == (
         "No vibration stands out of the noise in the 2.64 s from the start of the free decay. The free decay was found "
         "to begin at 0.35 s; if it begins before, as that of a vibration damped by more than 0.25 may, give start_s "
-        "(--from)."
+        "(velmora identify --from)."
     )
     (mode,) = identify_modes(t, values, start_s=0.0).modes
     assert mode.damping_ratio.low <= 0.4 <= mode.damping_ratio.high

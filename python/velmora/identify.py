@@ -35,7 +35,7 @@ _MIN_SAMPLES_PER_SWING = 2.5
 _MIN_SIGNIFICANCE = 5.0
 _FOUND_AT = (
     "The free decay was found to begin at {:.4g} s; if it begins before, as that of a vibration damped by more than "
-    "0.25 may, give start_s (--from)."
+    "0.25 may, give start_s (velmora identify --from)."
 )
 # Squares of larger values, of which the fit adds many, overflow.
 _LARGEST_VALUE = 1e100
@@ -277,7 +277,8 @@ def _require_unclipped(times_s: Array, columns: Array) -> None:
         raise IdentificationError(
             "clipped",
             f"Up to {longest} samples in a row, the last at {times_s[last]:.4g} s, stay at the extreme {value:.4g} as "
-            "where the range of a sensor ends; give a start_s (--from) after them, or record a smaller swing.",
+            "where the range of a sensor ends; give a start_s (velmora identify --from) after them, or record a "
+            "smaller swing.",
         )
 
 

@@ -131,6 +131,20 @@ def test_verify_tells_a_shaper_that_was_not_used(here: Path, capsys: pytest.Capt
     assert found["modes"][0]["left"]["value"] > 0.8
 
 
+@pytest.mark.parametrize(
+    "command", [["shapers"], ["shape", "move.csv", "-o", "never.csv"], ["verify", "before.csv", "before.csv"]]
+)
+def test_a_ring_down_without_a_mode_says_which_commands_help(
+    here: Path, capsys: pytest.CaptureFixture[str], command: list[str]
+) -> None:
+    assert run([*command, "--measured", "move.csv"]) == 1
+    error = capsys.readouterr().err
+    assert error.startswith("move.csv: ")
+    assert error.endswith("give start_s (velmora identify --from). --mode takes modes that are known otherwise.\n"), (
+        error
+    )
+
+
 WRONG = [
     (["shapers"], "modes of the machine: one of --mode 5:0.02 and --measured ringdown.csv was expected"),
     (["shapers", "--mode", "five"], "--mode five: FREQUENCY:DAMPING in Hz and as a ratio was expected, such as 5:0.02"),

@@ -152,7 +152,11 @@ def known_modes(values: dict[str, Any]) -> tuple[KnownMode, ...]:
             KnownMode(m, m.frequency_hz * (1.0 - ASSUMED_SHARE), m.frequency_hz * (1.0 + ASSUMED_SHARE), "given, +-1 %")
             for m in modes
         )
-    found = identified(read_one(values["measured"], values))
+    measured = read_one(values["measured"], values)
+    try:
+        found = identified(measured)
+    except DataError as error:
+        raise DataError(f"{error} --mode takes modes that are known otherwise.") from error
     return tuple(
         KnownMode(
             shaping.VibrationMode(mode.frequency_hz.value, min(mode.damping_ratio.value, 0.99)),
