@@ -94,6 +94,26 @@ def test_the_verdict_counts_them_and_judges_the_others() -> None:
         checked(recording, CheckOptions())
 
 
+@pytest.mark.parametrize(
+    ("times", "row", "bad"),
+    [
+        (["2026-02-27T10:00:00", "2026-02-28T10:00:00", "2026-02-30T10:00:00", "2026-03-01T10:00:00"], 5, None),
+        (["2026-02-30T10:00:00", "2026-02-28T10:00:00"], 3, None),
+        (["", "2026-02-30T10:00:00"], 4, None),
+        (["2026-02-27T10:00:00", "3000000000"], 4, "3000000000"),
+        (["3000000000.5", "", "17:00"], 5, "17:00"),
+    ],
+)
+def test_the_first_cell_that_is_no_time_has_its_row(times: list[str], row: int, bad: str | None) -> None:
+    text = "\n".join(["# made by hand", "time,a", *(f"{time},1" for time in times)])
+    with pytest.raises(DataError) as error:
+        csv_reader.parse("log.csv", text.encode(), ReadOptions())
+    assert str(error.value) == (
+        f"log.csv:{row}: '{bad or '2026-02-30T10:00:00'}' in column 'time' is no time; numbers were expected, or dates "
+        "such as 2026-11-21T10:00:00; --time-column names another column"
+    )
+
+
 def test_no_time_is_there() -> None:
     (recording,) = csv_reader.parse("log.csv", b"time,a\n,1\n,2\n", ReadOptions())
     assert facts(recording)["first_stamp"] is None

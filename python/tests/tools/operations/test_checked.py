@@ -10,7 +10,9 @@ import numpy as np
 import pytest
 from support import recording
 from velmora.tools.errors import DataError
+from velmora.tools.formats import csv_reader
 from velmora.tools.operations.checked import CheckOptions, checked
+from velmora.tools.options import ReadOptions
 from velmora.tools.recording import Column, Layout, Recording, Stamps
 
 NAN = float("nan")
@@ -38,6 +40,14 @@ def test_no_times() -> None:
         "log.csv: there is no time; a column of times was expected; --time-column names it, --input-rate gives the "
         "samples per "
         "second of a file without times"
+    )
+
+
+def test_a_time_that_was_left_out_is_named() -> None:
+    (read,) = csv_reader.parse("log.csv", b"time,a,said\n00:00:00.004,1,x\n00:00:00.008,2,y\n", ReadOptions())
+    assert message(read) == (
+        "log.csv: there is no time, columns left out: 'time', 'said'; a column of times was expected; --time-column "
+        "names it, --input-rate gives the samples per second of a file without times"
     )
 
 

@@ -56,11 +56,11 @@ def parse(source: str, data: bytes, options: ReadOptions) -> list[Recording]:
     table, rows = _table(source, data, start, dialect, types)
     stamps, why = arrow_columns.stamps_at_rate(options.rate_hz, len(rows)), ""
     if options.rate_hz is None and chosen.time:
-        found = text_times.stamps(source, dialect, chosen, table)
+        found = text_times.stamps(source, dialect, chosen, table, rows)
         if found is None:
             types[str(chosen.time[0])] = pa.string()
             table, rows = _table(source, data, start, dialect, types)
-            found = text_times.stamps(source, dialect, chosen, table)
+            found = text_times.stamps(source, dialect, chosen, table, rows)
             assert found is not None
         stamps, why = found
     notes = [Note("dialect", dialect.text()), *chosen.notes]

@@ -38,8 +38,10 @@ def fits_doubles(dialect: Dialect, column: int) -> bool:
     return False
 
 
-def stamps(source: str, dialect: Dialect, chosen: Plan, table: pa.Table) -> tuple[Stamps, str] | None:
-    """Stamps from the columns of a table, and in which unit they are and why.
+def stamps(
+    source: str, dialect: Dialect, chosen: Plan, table: pa.Table, rows: NDArray[np.int64]
+) -> tuple[Stamps, str] | None:
+    """Stamps from the columns of a table with the lines of its rows, and in which unit they are and why.
 
     None where the times were read as doubles and some are too large for these; they are to be read as text.
     """
@@ -71,7 +73,7 @@ def stamps(source: str, dialect: Dialect, chosen: Plan, table: pa.Table) -> tupl
     except pa.ArrowInvalid as error:
         dates = _dates(text)
         if dates is None:
-            raise _no_time(source, name, text) from error
+            raise _no_time(source, name, text, rows) from error
         return dates, "dates"
 
 
@@ -159,11 +161,19 @@ def _dates(text: pa.ChunkedArray) -> Stamps | None:
     return None
 
 
-def _no_time(source: str, name: str, text: pa.ChunkedArray) -> DataError:
-    bad = next((cell for cell in text.to_pylist() if cell is not None and not NUMBER.fullmatch(cell)), "")
+def _no_time(source: str, name: str, text: pa.ChunkedArray, rows: NDArray[np.int64]) -> DataError:
+    """The first cell that is none of the numbers, or of the dates, that the column begins with."""
+    cells = text.to_pylist()
+    # Up to here all are dates, and up to there they are not.
+    index, end = 0, len(cells)
+    while end - index > 1:
+        middle = (index + end) // 2
+        index, end = (index, middle) if _dates(text.slice(0, middle)) is None else (middle, end)
+    if NUMBER.fullmatch(cells[index]) and not any(cells[:index]):
+        index = next((k for k, cell in enumerate(cells) if cell is not None and not NUMBER.fullmatch(cell)), index)
     return DataError(
-        f"{source}: column {quoted(name)}: {quoted(bad)} is no time; a number was expected; --time-column "
-        "names another column"
+        f"{source}:{rows[index]}: {quoted(cells[index])} in column {quoted(name)} is no time; numbers were expected, "
+        "or dates such as 2026-11-21T10:00:00; --time-column names another column"
     )
 
 

@@ -45,8 +45,10 @@ def checked(recording: Recording, options: CheckOptions) -> Recording:
     if len(recording.rows) == 0:
         raise DataError(f"{recording.source}: there are no samples; at least one was expected")
     if recording.stamps is None:
+        columns = (note.text for note in recording.notes if note.key == "columns")
+        left_out = "".join(f", columns {text}" for text in columns if text.startswith("left out"))
         raise DataError(
-            f"{recording.source}: there is no time; a column of times was expected; --time-column names it, "
+            f"{recording.source}: there is no time{left_out}; a column of times was expected; --time-column names it, "
             "--input-rate gives the samples per second of a file without times"
         )
     if not options.use_velocities:
