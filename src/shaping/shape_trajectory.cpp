@@ -172,6 +172,7 @@ void ShapeEachJoint(const JointTrajectory& trajectory, const std::vector<Impulse
     const JointTrajectory one = OneJoint(trajectory, joint, method);
     const CommandAtTimes raw(one, method);
     for (ShapedTrajectory* part : {&move, &tail}) {
+      if (part->time.size() == 0) continue;  // an array without elements has no columns to point to
       ShapedTrajectory column = PartAt(part->time, 1);
       ShapeAll(raw, sequences[k], alignment.delays_s[k], column);
       part->positions.col(joint) = column.positions;

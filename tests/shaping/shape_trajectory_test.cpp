@@ -250,6 +250,10 @@ TEST(ShapeTrajectory, TakesNoJointsAndNoTimes) {
   const ShapedCommand empty = ShapeTrajectory(SmoothMove(3, 2), {Halves(0.5)}, Vector(), kLinear);
   EXPECT_EQ(empty.move.positions.rows(), 0);
   EXPECT_EQ(empty.tail.positions.cols(), 2);
+  const std::vector<ImpulseSequence> each(2, Halves(0.5));
+  const ShapedCommand for_each = ShapeTrajectory(SmoothMove(3, 2), each, Vector(), kLinear);
+  EXPECT_EQ(for_each.move.positions.cols(), 2) << "no column of these is looked for, as undefined behaviour would be";
+  EXPECT_EQ(for_each.tail.positions.rows(), 0);
 }
 
 TEST(ShapeTrajectory, ThrowsForEveryBrokenRuleInOrder) {
